@@ -1,0 +1,52 @@
+# What every target of the project has in common.
+
+if(NOT MSVC)
+    # Headers of other people's (Windows, libraries) are system headers; these flags are for our own code.
+    add_library(RavWarnings INTERFACE)
+    target_compile_options(RavWarnings INTERFACE -Wall -Wextra -Wpedantic -Werror)
+else()
+    add_library(RavWarnings INTERFACE)
+    target_compile_options(RavWarnings INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
+endif()
+target_compile_definitions(RavWarnings INTERFACE WINVER=0x0A00 _WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN)
+
+if(RAV_HARDENED)
+    add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error)
+    add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_GLIBCXX_ASSERTIONS>)
+    # Stateless, so memory may be taken in one module and given back in another.
+    add_library(RavGuardHeap OBJECT "${CMAKE_SOURCE_DIR}/Tests/Harness/GuardHeap.cpp")
+    target_link_libraries(RavGuardHeap PRIVATE RavWarnings)
+endif()
+
+# rav_library(NAME sources...): a static library of our own code, included from the project's root.
+function(rav_library name)
+    add_library(${name} STATIC ${ARGN})
+    rav_common(${name})
+endfunction()
+
+# rav_module(NAME sources...): a DLL without the "lib" prefix.
+function(rav_module name)
+    add_library(${name} SHARED ${ARGN})
+    set_target_properties(${name} PROPERTIES PREFIX "")
+    rav_common(${name})
+    rav_harden(${name})
+endfunction()
+
+# rav_program(NAME sources...): a console program.
+function(rav_program name)
+    add_executable(${name} ${ARGN})
+    rav_common(${name})
+    rav_harden(${name})
+endfunction()
+
+function(rav_common name)
+    target_include_directories(${name} PRIVATE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${name} PRIVATE RavWarnings)
+endfunction()
+
+function(rav_harden name)
+    if(RAV_HARDENED)
+        target_link_libraries(${name} PRIVATE RavGuardHeap)
+        target_sources(${name} PRIVATE $<TARGET_OBJECTS:RavGuardHeap>)
+    endif()
+endfunction()

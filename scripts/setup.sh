@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# Installs what is missing of the packages that the build and the tests need. Silent when nothing is missing.
+set -euo pipefail
+
+packages=(
+    g++-mingw-w64-x86-64-posix # compiler for Windows
+    wine64                     # runs what it makes
+    cmake ninja-build          # build
+    googletest                 # test framework, compiled for Windows in the build
+    libcli11-dev               # command lines of the tools
+    nlohmann-json3-dev         # host files, --json
+    libspdlog-dev              # the benchmarks' yardstick for the trace log
+)
+
+fail() {
+    echo "setup: $*" >&2
+    exit 1
+}
+
+command -v apt-get >/dev/null && command -v dpkg-query >/dev/null ||
+    fail "this needs Debian 12 (apt-get was not found); see CONTRIBUTING.md for the list of packages"
+
+missing=()
+for package in "${packages[@]}"; do
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null && sudo -n true 2>/dev/null ||
+        fail "missing packages: ${missing[*]}; run this as root or as a user with sudo"
+    as_root=(sudo -n)
+fi
+
+echo "setup: installing ${missing[*]}" >&2
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+export DEBIAN_FRONTEND=noninteractive
+"${as_root[@]}" apt-get update >"$log" 2>&1 && ! grep -q '^\(W\|E\): Failed to fetch' "$log" ||
+    fail "the package lists cannot be fetched (is there a network?): $(grep -m1 '^[WE]:' "$log")"
+"${as_root[@]}" apt-get install -y --no-install-recommends "${missing[@]}" >"$log" 2>&1 ||
+    fail "a package cannot be installed: $(grep -m1 '^E:' "$log")"

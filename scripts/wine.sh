@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Runs one Windows program in the project's own Wine prefix: scripts/wine.sh PROGRAM.exe ARGS...
+# RAV_WINEPREFIX chooses another prefix; it is created on first use.
+set -euo pipefail
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+export WINEPREFIX="${RAV_WINEPREFIX:-$root/build/wine}"
+export WINEDEBUG="${WINEDEBUG:--all}"
+export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
+wine=/usr/lib/wine/wine64
+[ -x "$wine" ] || wine=$(command -v wine64)
+
+if [ ! -f "$WINEPREFIX/.ready" ]; then
+    mkdir -p "$WINEPREFIX"
+    # Several tests may start at once on a new prefix: one of them makes it.
+    exec 9>"$WINEPREFIX.lock"
+    flock 9
+    if [ ! -f "$WINEPREFIX/.ready" ]; then
+        "$wine" wineboot --init >"$WINEPREFIX.log" 2>&1 </dev/null 9>&-
+        touch "$WINEPREFIX/.ready"
+    fi
+    exec 9>&-
+fi
+exec "$wine" "$@"
