@@ -1,0 +1,81 @@
+#include "Suite/Lab/NetCfg/Bindings.h"
+
+#include "Suite/Lab/NetCfg/NetComponents.h"
+#include "Suite/Lab/NetCfg/RegistryKey.h"
+
+#include <algorithm>
+
+namespace
+{
+
+std::wstring linkagePath(const std::wstring& service)
+{
+    return std::wstring(servicesKeyPath) + L'\\' + service + L"\\Linkage";
+}
+
+bool holds(const std::vector<std::wstring>& list, const std::wstring& device)
+{
+    return std::any_of(list.begin(), list.end(), [&](const std::wstring& entry) { return SameName(entry, device); });
+}
+
+LAB_LINKAGE readLists(const CRegistryKey& key)
+{
+    return {key.List(L"Bind").value_or(std::vector<std::wstring>()),
+            key.List(L"Disabled").value_or(std::vector<std::wstring>())};
+}
+
+} // namespace
+
+BindingState LAB_LINKAGE::State(const std::wstring& device) const
+{
+    if (holds(aEnabled, device))
+        return BindingState::Enabled;
+    return holds(aDisabled, device) ? BindingState::Disabled : BindingState::Absent;
+}
+
+void LAB_LINKAGE::Set(const std::wstring& device, BindingState state)
+{
+    if (State(device) == state)
+        return;
+    for (std::vector<std::wstring>* list : {&aEnabled, &aDisabled})
+        std::erase_if(*list, [&](const std::wstring& entry) { return SameName(entry, device); });
+    if (state == BindingState::Enabled)
+        aEnabled.push_back(device);
+    else if (state == BindingState::Disabled)
+        aDisabled.push_back(device);
+}
+
+void LAB_LINKAGE::Change(const LAB_BINDING_CHANGES& changes)
+{
+    for (const auto& [device, state] : changes)
+        Set(device, state);
+}
+
+std::wstring DeviceName(const std::wstring& guidText)
+{
+    return L"\\Device\\" + guidText;
+}
+
+std::optional<LAB_LINKAGE> ReadLinkage(const std::wstring& service)
+{
+    CRegistryKey key;
+    if (key.Open(linkagePath(service)) != ERROR_SUCCESS)
+        return std::nullopt;
+    return readLists(key);
+}
+
+LSTATUS ChangeBindings(const std::wstring& service, const LAB_BINDING_CHANGES& changes)
+{
+    CRegistryKey key;
+    LSTATUS status = key.Create(linkagePath(service));
+    if (status != ERROR_SUCCESS)
+        return status;
+    const LAB_LINKAGE before = readLists(key);
+    LAB_LINKAGE after = before;
+    after.Change(changes);
+    if (after.aEnabled != before.aEnabled)
+        status = key.SetList(L"Bind", after.aEnabled);
+    if (status == ERROR_SUCCESS && after.aDisabled != before.aDisabled)
+        status = key.SetList(L"Disabled", after.aDisabled);
+    return status;
+}

@@ -1,0 +1,133 @@
+#include "Suite/Lab/NetCfg/NetCfgClass.h"
+
+#include "Suite/Lab/NetCfg/Enumerator.h"
+#include "Suite/Lab/NetCfg/NetCfgComponent.h"
+#include "Suite/Lab/NetCfg/VirtualMiniport.h"
+
+namespace
+{
+
+class CComponentSource final : public CItemSource<INetCfgComponent>
+{
+  public:
+    CComponentSource(CSessionPtr session, const GUID& classGuid)
+        : m_pSession(std::move(session)), m_guidClass(classGuid)
+    {
+    }
+
+    size_t Count() override
+    {
+        if (!m_aNames)
+            m_aNames = ComponentNames(m_guidClass);
+        return m_aNames->size();
+    }
+
+    HRESULT ItemAt(size_t position, INetCfgComponent** item) override
+    {
+        std::optional<LAB_COMPONENT> component = ReadComponent(m_guidClass, (*m_aNames)[position]);
+        return component ? MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component)) : S_FALSE;
+    }
+
+  private:
+    CSessionPtr m_pSession;
+    GUID m_guidClass;
+    std::optional<std::vector<std::wstring>> m_aNames;
+};
+
+// On whose behalf something is installed; no token means the user's.
+bool isValidToken(const OBO_TOKEN* token)
+{
+    if (token == nullptr)
+        return true;
+    switch (token->Type)
+    {
+    case OBO_USER:
+        return true;
+    case OBO_COMPONENT:
+        return token->pncc != nullptr;
+    case OBO_SOFTWARE:
+        return token->pszwManufacturer != nullptr && token->pszwProduct != nullptr && token->pszwDisplayName != nullptr;
+    }
+    return false;
+}
+
+} // namespace
+
+HRESULT EnumerateComponents(const CSessionPtr& session, const GUID& classGuid, IEnumNetCfgComponent** items)
+{
+    using CComponentEnumerator = CEnumerator<IEnumNetCfgComponent, INetCfgComponent>;
+    return MakeObject<CComponentEnumerator>(items, session, std::make_shared<CComponentSource>(session, classGuid));
+}
+
+CNetCfgClass::CNetCfgClass(CSessionPtr session, const GUID& classGuid)
+    : m_pSession(std::move(session)), m_guidClass(classGuid)
+{
+}
+
+HRESULT CNetCfgClass::FindComponent(LPCWSTR id, INetCfgComponent** item)
+{
+    if (item != nullptr)
+        *item = nullptr;
+    if (id == nullptr)
+        return E_POINTER;
+    return m_pSession->Call(Needs::Initialized, [&] {
+        std::optional<LAB_COMPONENT> component = FindComponentById(m_guidClass, id);
+        if (!component)
+            return S_FALSE;
+        return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component));
+    });
+}
+
+HRESULT CNetCfgClass::EnumComponents(IEnumNetCfgComponent** items)
+{
+    if (items == nullptr)
+        return E_POINTER;
+    *items = nullptr;
+    return m_pSession->Call(Needs::Initialized, [&] { return EnumerateComponents(m_pSession, m_guidClass, items); });
+}
+
+HRESULT CNetCfgClass::SelectAndInstall(HWND, OBO_TOKEN*, INetCfgComponent** item)
+{
+    if (item != nullptr)
+        *item = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT CNetCfgClass::Install(LPCWSTR id, OBO_TOKEN* token, DWORD, DWORD, LPCWSTR, LPCWSTR, INetCfgComponent** item)
+{
+    if (item != nullptr)
+        *item = nullptr;
+    if (id == nullptr)
+        return E_POINTER;
+    if (*id == L'\0' || !isValidToken(token))
+        return E_INVALIDARG;
+    return m_pSession->Call(Needs::WriteLock, [&] {
+        if (!IsVirtualMiniport(m_guidClass, id))
+            return E_NOTIMPL;
+        LAB_COMPONENT installed{};
+        if (const LSTATUS status = InstallVirtualMiniport(installed); status != ERROR_SUCCESS)
+            return HRESULT_FROM_WIN32(status);
+        return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(installed));
+    });
+}
+
+HRESULT CNetCfgClass::DeInstall(INetCfgComponent* item, OBO_TOKEN* token, LPWSTR* references)
+{
+    if (references != nullptr)
+        *references = nullptr;
+    if (item == nullptr)
+        return E_POINTER;
+    if (!isValidToken(token))
+        return E_INVALIDARG;
+    return m_pSession->Call(Needs::WriteLock, [&] {
+        LAB_COMPONENT component{};
+        if (const HRESULT result = IdentifyComponent(item, component); FAILED(result))
+            return result;
+        if (component.guidClass != m_guidClass)
+            return E_INVALIDARG;
+        if (!IsVirtualMiniport(m_guidClass, ComponentId(component)))
+            return E_NOTIMPL;
+        m_pSession->m_pending.Forget(DeviceName(component.GuidText()), DeviceKeyPath(component));
+        return HRESULT_FROM_WIN32(RemoveVirtualMiniport(component));
+    });
+}

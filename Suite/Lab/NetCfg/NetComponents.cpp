@@ -1,0 +1,123 @@
+#include "Suite/Lab/NetCfg/NetComponents.h"
+
+#include <initguid.h>
+#include <devguid.h>
+
+#include <algorithm>
+
+bool LAB_COMPONENT::IsAdapter() const
+{
+    return guidClass == GUID_DEVCLASS_NET;
+}
+
+std::wstring LAB_COMPONENT::GuidText() const
+{
+    return ::GuidText(guidInstance);
+}
+
+std::wstring GuidText(const GUID& guid)
+{
+    wchar_t text[39] = {};
+    StringFromGUID2(guid, text, ARRAYSIZE(text));
+    return text;
+}
+
+bool IsNetworkClass(const GUID& classGuid)
+{
+    return classGuid == GUID_DEVCLASS_NET || classGuid == GUID_DEVCLASS_NETTRANS ||
+           classGuid == GUID_DEVCLASS_NETSERVICE || classGuid == GUID_DEVCLASS_NETCLIENT;
+}
+
+namespace
+{
+
+std::wstring classPath(const GUID& classGuid)
+{
+    if (classGuid == GUID_DEVCLASS_NET)
+        return netClassKeyPath;
+    return std::wstring(networkKeyPath) + L'\\' + GuidText(classGuid);
+}
+
+bool isInstanceNumber(const std::wstring& name)
+{
+    return name.size() == 4 && std::all_of(name.begin(), name.end(), [](wchar_t c) { return c >= L'0' && c <= L'9'; });
+}
+
+} // namespace
+
+std::vector<std::wstring> ComponentNames(const GUID& classGuid)
+{
+    CRegistryKey key;
+    if (key.Open(classPath(classGuid)) != ERROR_SUCCESS)
+        return {};
+    std::vector<std::wstring> names = key.Subkeys();
+    if (classGuid == GUID_DEVCLASS_NET)
+        std::erase_if(names, [](const std::wstring& name) { return !isInstanceNumber(name); });
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::optional<LAB_COMPONENT> ReadComponent(const GUID& classGuid, const std::wstring& name)
+{
+    LAB_COMPONENT component{classGuid, {}, classPath(classGuid) + L'\\' + name};
+    std::optional<std::wstring> guid = name;
+    if (component.IsAdapter())
+    {
+        CRegistryKey key;
+        if (component.Open(key) != ERROR_SUCCESS)
+            return std::nullopt;
+        guid = key.Text(L"NetCfgInstanceId");
+    }
+    if (!guid || FAILED(IIDFromString(guid->c_str(), &component.guidInstance)))
+        return std::nullopt;
+    return component;
+}
+
+std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid)
+{
+    std::vector<LAB_COMPONENT> components;
+    for (const std::wstring& name : ComponentNames(classGuid))
+    {
+        if (std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name))
+            components.push_back(std::move(*component));
+    }
+    return components;
+}
+
+std::optional<LAB_COMPONENT> FindComponentById(const GUID& classGuid, const std::wstring& id)
+{
+    for (const std::wstring& name : ComponentNames(classGuid))
+    {
+        std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name);
+        if (component && SameName(ComponentId(*component), id))
+            return component;
+    }
+    return std::nullopt;
+}
+
+std::wstring ComponentId(const LAB_COMPONENT& component)
+{
+    CRegistryKey key;
+    if (component.Open(key) != ERROR_SUCCESS)
+        return {};
+    return key.Text(L"ComponentId").value_or(std::wstring());
+}
+
+std::wstring ServiceName(const LAB_COMPONENT& component)
+{
+    CRegistryKey key;
+    if (component.IsAdapter() || key.Open(component.strKeyPath + L"\\Ndi") != ERROR_SUCCESS)
+        return {};
+    return key.Text(L"Service").value_or(std::wstring());
+}
+
+std::wstring DeviceKeyPath(const LAB_COMPONENT& adapter)
+{
+    CRegistryKey key;
+    if (adapter.Open(key) != ERROR_SUCCESS)
+        return {};
+    const std::optional<std::wstring> device = key.Text(L"DeviceInstanceID");
+    if (!device || device->empty())
+        return {};
+    return std::wstring(enumKeyPath) + L'\\' + *device;
+}

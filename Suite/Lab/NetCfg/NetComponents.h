@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Suite/Lab/NetCfg/RegistryKey.h"
+
+#include <windows.h>
+#include <objbase.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+inline constexpr wchar_t labKeyPath[] = L"SOFTWARE\\VlanLab";
+inline constexpr wchar_t netClassKeyPath[] =
+    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
+inline constexpr wchar_t networkKeyPath[] = L"SYSTEM\\CurrentControlSet\\Control\\Network";
+inline constexpr wchar_t enumKeyPath[] = L"SYSTEM\\CurrentControlSet\\Enum";
+inline constexpr wchar_t servicesKeyPath[] = L"SYSTEM\\CurrentControlSet\\Services";
+
+inline constexpr wchar_t virtualMiniportId[] = L"oxmsmp";
+inline constexpr wchar_t intermediateProtocolId[] = L"oxmsprotocol";
+
+/// What identifies one network component. Everything else is read from its key when it is asked for.
+struct LAB_COMPONENT
+{
+    GUID guidClass;
+    GUID guidInstance;
+    std::wstring strKeyPath;
+
+    bool IsAdapter() const;
+    std::wstring GuidText() const;
+    /// Win32 error when the key is gone.
+    LSTATUS Open(CRegistryKey& key, REGSAM access = KEY_READ) const { return key.Open(strKeyPath, access); }
+};
+
+/// Whether components of the class are kept here: adapters, transports, services, clients.
+bool IsNetworkClass(const GUID& classGuid);
+
+std::wstring GuidText(const GUID& guid);
+
+/// The key names below a class, in order; the components themselves are read one by one.
+std::vector<std::wstring> ComponentNames(const GUID& classGuid);
+
+/// One component of a class by its key name; nothing when the key is gone or holds no instance GUID.
+std::optional<LAB_COMPONENT> ReadComponent(const GUID& classGuid, const std::wstring& name);
+
+std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid);
+
+/// The first component of a class with a component id.
+std::optional<LAB_COMPONENT> FindComponentById(const GUID& classGuid, const std::wstring& id);
+
+/// The component id, empty when there is none.
+std::wstring ComponentId(const LAB_COMPONENT& component);
+
+/// The service a transport, service or client runs as, empty when there is none.
+std::wstring ServiceName(const LAB_COMPONENT& component);
+
+/// The key of an adapter's device below Enum, empty when the adapter names none.
+std::wstring DeviceKeyPath(const LAB_COMPONENT& adapter);

@@ -1,0 +1,252 @@
+#include "Suite/Lab/NetCfg/VirtualMiniport.h"
+
+#include "Suite/Lab/NetCfg/Bindings.h"
+
+#include <netcfgx.h>
+#include <devguid.h>
+
+#include <algorithm>
+
+namespace
+{
+
+constexpr wchar_t netClassGuidText[] = L"{4D36E972-E325-11CE-BFC1-08002BE10318}";
+constexpr wchar_t description[] = L"Corvo XMS Virtual Miniport";
+constexpr wchar_t provider[] = L"Corvo";
+constexpr wchar_t serviceName[] = L"oXMSProtocol";
+constexpr int lastInstance = 9999;
+
+// Protocols that are bound to an adapter only where somebody asks for it.
+constexpr const wchar_t* boundOnRequest[] = {intermediateProtocolId, L"vms_pp"};
+
+/// Everything that belongs to one miniport.
+struct MINIPORT_PLACES
+{
+    std::wstring strInstance; // the four-digit key name
+    std::wstring strDeviceId;
+    std::wstring strGuid;
+
+    std::wstring ClassKey() const { return std::wstring(netClassKeyPath) + L'\\' + strInstance; }
+    std::wstring DeviceKey() const { return std::wstring(enumKeyPath) + L'\\' + strDeviceId; }
+    std::wstring NetworkKey() const
+    {
+        return std::wstring(networkKeyPath) + L'\\' + netClassGuidText + L'\\' + strGuid;
+    }
+    std::wstring StateKey() const { return std::wstring(labKeyPath) + L"\\Devices\\" + strGuid; }
+};
+
+std::wstring fourDigits(int number)
+{
+    wchar_t text[16] = {};
+    _snwprintf(text, ARRAYSIZE(text) - 1, L"%04d", number);
+    return text;
+}
+
+// Subkeys are sorted and at most one per number, so the names 0001 to k stand where they would without gaps exactly
+// as long as none is missing: the first gap is found by halving.
+int lowestFreeInstance(const CRegistryKey& classKey)
+{
+    const DWORD first = classKey.Subkey(0).value_or(std::wstring()) == L"0000" ? 1 : 0;
+    int low = 1;
+    int high = static_cast<int>(std::min<DWORD>(classKey.SubkeyCount() + 1, lastInstance + 1));
+    while (low < high)
+    {
+        const int middle = (low + high) / 2;
+        const std::optional<std::wstring> name = classKey.Subkey(first + middle - 1);
+        if (name && *name == fourDigits(middle))
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return low;
+}
+
+std::wstring freeDeviceId(int instance)
+{
+    for (int number = instance; number <= lastInstance; ++number)
+    {
+        const std::wstring id = L"ROOT\\NET\\" + fourDigits(number);
+        CRegistryKey key;
+        if (key.Open(std::wstring(enumKeyPath) + L'\\' + id) == ERROR_FILE_NOT_FOUND)
+            return id;
+    }
+    return {};
+}
+
+/// The values of one key; the first failure is kept and the rest left out.
+class CValueWriter
+{
+  public:
+    explicit CValueWriter(const std::wstring& path) : m_iStatus(m_key.Create(path)) {}
+
+    CValueWriter& Text(const wchar_t* name, const std::wstring& text)
+    {
+        return Write([&] { return m_key.SetText(name, text); });
+    }
+
+    CValueWriter& Number(const wchar_t* name, DWORD number)
+    {
+        return Write([&] { return m_key.SetNumber(name, number); });
+    }
+
+    CValueWriter& List(const wchar_t* name, const std::vector<std::wstring>& list)
+    {
+        return Write([&] { return m_key.SetList(name, list); });
+    }
+
+    LSTATUS Status() const { return m_iStatus; }
+
+  private:
+    template <typename F>
+    CValueWriter& Write(F&& write)
+    {
+        if (m_iStatus == ERROR_SUCCESS)
+            m_iStatus = write();
+        return *this;
+    }
+
+    CRegistryKey m_key;
+    LSTATUS m_iStatus;
+};
+
+LSTATUS writeInstanceKey(const MINIPORT_PLACES& places)
+{
+    return CValueWriter(places.ClassKey())
+        .Text(L"NetCfgInstanceId", places.strGuid)
+        .Text(L"ComponentId", virtualMiniportId)
+        .Text(L"DriverDesc", description)
+        .Text(L"ProviderName", provider)
+        .Number(L"Characteristics", NCF_VIRTUAL | NCF_NOT_USER_REMOVABLE)
+        .Text(L"DeviceInstanceID", places.strDeviceId)
+        .Text(L"DriverVersion", L"1.0.0.0")
+        .Status();
+}
+
+LSTATUS writeLinkage(const MINIPORT_PLACES& places)
+{
+    return CValueWriter(places.ClassKey() + L"\\Linkage")
+        .List(L"RootDevice", {places.strGuid})
+        .List(L"Export", {DeviceName(places.strGuid)})
+        .Status();
+}
+
+LSTATUS writeDevice(const MINIPORT_PLACES& places)
+{
+    return CValueWriter(places.DeviceKey())
+        .Text(L"ClassGUID", netClassGuidText)
+        .Text(L"Class", L"Net")
+        .Text(L"Driver", std::wstring(netClassGuidText) + L'\\' + places.strInstance)
+        .Text(L"DeviceDesc", description)
+        .Text(L"FriendlyName", description)
+        .List(L"HardwareID", {virtualMiniportId})
+        .Text(L"Service", serviceName)
+        .Number(L"ConfigFlags", 0)
+        .Status();
+}
+
+LSTATUS writeConnection(const MINIPORT_PLACES& places)
+{
+    // The instance number tells connections apart without reading the names of all others.
+    const std::wstring number = places.strInstance.substr(places.strInstance.find_first_not_of(L'0'));
+    return CValueWriter(places.NetworkKey() + L"\\Connection")
+        .Text(L"Name", L"Local Area Connection " + number)
+        .Text(L"PnpInstanceID", places.strDeviceId)
+        .Status();
+}
+
+bool isOrdinary(const LAB_COMPONENT& protocol)
+{
+    const std::wstring id = ComponentId(protocol);
+    return std::none_of(std::begin(boundOnRequest), std::end(boundOnRequest),
+                        [&](const wchar_t* name) { return SameName(name, id); });
+}
+
+LSTATUS bindOrdinaryProtocols(const MINIPORT_PLACES& places)
+{
+    for (const LAB_COMPONENT& protocol : ReadComponents(GUID_DEVCLASS_NETTRANS))
+    {
+        const std::wstring service = ServiceName(protocol);
+        // Without a linkage the protocol's service was never installed.
+        if (service.empty() || !isOrdinary(protocol) || !ReadLinkage(service))
+            continue;
+        const LSTATUS status = ChangeBindings(service, {{DeviceName(places.strGuid), BindingState::Enabled}});
+        if (status != ERROR_SUCCESS)
+            return status;
+    }
+    return ERROR_SUCCESS;
+}
+
+LSTATUS removeBindings(const MINIPORT_PLACES& places)
+{
+    LSTATUS result = ERROR_SUCCESS;
+    const std::wstring device = DeviceName(places.strGuid);
+    for (const GUID& classGuid : {GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
+    {
+        for (const LAB_COMPONENT& protocol : ReadComponents(classGuid))
+        {
+            const std::wstring service = ServiceName(protocol);
+            if (service.empty() || !ReadLinkage(service))
+                continue;
+            const LSTATUS status = ChangeBindings(service, {{device, BindingState::Absent}});
+            if (result == ERROR_SUCCESS)
+                result = status;
+        }
+    }
+    return result;
+}
+
+// Goes on after a failure, so that as little as possible stays; reports the first one.
+LSTATUS removeAll(const MINIPORT_PLACES& places)
+{
+    const LSTATUS steps[] = {
+        removeBindings(places),
+        DeleteKeyAndEmptyParents(places.NetworkKey(), networkKeyPath),
+        places.strDeviceId.empty() ? ERROR_SUCCESS : DeleteKeyAndEmptyParents(places.DeviceKey(), enumKeyPath),
+        DeleteKeyTree(places.StateKey()),
+        DeleteKeyTree(places.ClassKey()),
+    };
+    const auto failed = std::find_if(std::begin(steps), std::end(steps), [](LSTATUS s) { return s != ERROR_SUCCESS; });
+    return failed == std::end(steps) ? ERROR_SUCCESS : *failed;
+}
+
+} // namespace
+
+bool IsVirtualMiniport(const GUID& classGuid, const std::wstring& id)
+{
+    return classGuid == GUID_DEVCLASS_NET && SameName(id, virtualMiniportId);
+}
+
+LSTATUS InstallVirtualMiniport(LAB_COMPONENT& installed)
+{
+    CRegistryKey classKey;
+    if (const LSTATUS status = classKey.Open(netClassKeyPath); status != ERROR_SUCCESS)
+        return status;
+    const int instance = lowestFreeInstance(classKey);
+    GUID guid{};
+    if (instance > lastInstance || FAILED(CoCreateGuid(&guid)))
+        return ERROR_NO_MORE_ITEMS;
+    const MINIPORT_PLACES places{fourDigits(instance), freeDeviceId(instance), GuidText(guid)};
+    if (places.strDeviceId.empty())
+        return ERROR_NO_MORE_ITEMS;
+
+    constexpr LSTATUS (*steps[])(const MINIPORT_PLACES&) = {writeInstanceKey, writeLinkage, writeDevice,
+                                                            writeConnection, bindOrdinaryProtocols};
+    for (const auto step : steps)
+    {
+        if (const LSTATUS status = step(places); status != ERROR_SUCCESS)
+        {
+            removeAll(places);
+            return status;
+        }
+    }
+    installed = {GUID_DEVCLASS_NET, guid, places.ClassKey()};
+    return ERROR_SUCCESS;
+}
+
+LSTATUS RemoveVirtualMiniport(const LAB_COMPONENT& miniport)
+{
+    const std::wstring device = DeviceKeyPath(miniport);
+    const std::wstring instance = miniport.strKeyPath.substr(miniport.strKeyPath.rfind(L'\\') + 1);
+    const std::wstring deviceId = device.empty() ? device : device.substr(ARRAYSIZE(enumKeyPath));
+    return removeAll({instance, deviceId, miniport.GuidText()});
+}
