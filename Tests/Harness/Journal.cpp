@@ -1,0 +1,750 @@
+#include "Tests/Harness/Journal.h"
+#include "Tests/Harness/RegistryText.h"
+
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+#include <objbase.h>
+#include <setupapi.h>
+#include <cfgmgr32.h>
+#include <winioctl.h>
+#include <winsvc.h>
+
+namespace
+{
+
+// How a function reports failure. A function that answers Handle, File or Index opens what it returns; one that Never
+// fails closes its first argument.
+enum class STYLE
+{
+    Status,
+    Config,
+    Com,
+    Bool,
+    Handle,
+    File,
+    Index,
+    Never
+};
+
+enum class KIND
+{
+    Handle,
+    TlsIndex
+};
+using OPENED = std::pair<KIND, std::uintptr_t>;
+
+// ---------------------------------------------------------------------------------------------------------------------
+// What a call is about: Name is what its handle, if it opens one, is called later; Detail follows in the entry.
+
+std::string NameOf(OPENED opened);
+bool IsKnown(OPENED opened);
+
+std::string Hexadecimal(unsigned long number)
+{
+    char text[16];
+    std::snprintf(text, sizeof(text), "0x%lx", number);
+    return text;
+}
+
+std::string Text(const wchar_t* text)
+{
+    return text ? Utf8(text) : std::string();
+}
+
+template <class T>
+OPENED Id(T handle)
+{
+    if constexpr (std::is_pointer_v<T>)
+        return {KIND::Handle, reinterpret_cast<std::uintptr_t>(handle)};
+    else
+        return {KIND::TlsIndex, static_cast<std::uintptr_t>(handle)};
+}
+
+std::string KeyPath(HKEY key)
+{
+    static const std::pair<HKEY, const char*> roots[] = {{HKEY_LOCAL_MACHINE, ""},
+                                                         {HKEY_CLASSES_ROOT, "HKCR"},
+                                                         {HKEY_CURRENT_USER, "HKCU"},
+                                                         {HKEY_USERS, "HKU"},
+                                                         {HKEY_CURRENT_CONFIG, "HKCC"}};
+    for (const auto& [root, name] : roots)
+        if (key == root)
+            return name;
+    return NameOf(Id(key));
+}
+
+std::string ValueName(const wchar_t* name)
+{
+    return name && *name ? Utf8(name) : "(default)";
+}
+
+struct Anything
+{
+    template <class... A>
+    static bool Applies(const A&...)
+    {
+        return true;
+    }
+    template <class... A>
+    static std::string Name(const A&...)
+    {
+        return {};
+    }
+    template <class... A>
+    static std::string Detail(const A&...)
+    {
+        return {};
+    }
+};
+
+struct Key : Anything
+{
+    template <class... A>
+    static std::string Name(HKEY key, const A&...)
+    {
+        return KeyPath(key);
+    }
+};
+
+struct Value : Key
+{
+    template <class... A>
+    static std::string Detail(HKEY, const wchar_t* name, const A&...)
+    {
+        return ValueName(name);
+    }
+};
+
+struct Entry : Key
+{
+    template <class... A>
+    static std::string Detail(HKEY, DWORD index, const A&...)
+    {
+        return '#' + std::to_string(index);
+    }
+};
+
+struct SubKey : Anything
+{
+    template <class... A>
+    static std::string Name(HKEY key, const wchar_t* name, const A&...)
+    {
+        const std::string parent = KeyPath(key);
+        return parent + (parent.empty() || !name || !*name ? "" : "\\") + Text(name);
+    }
+    static std::string Detail(HKEY, const wchar_t*, DWORD, REGSAM access, PHKEY) { return Hexadecimal(access); }
+    static std::string Detail(HKEY, const wchar_t*, DWORD, wchar_t*, DWORD options, REGSAM access, SECURITY_ATTRIBUTES*,
+                              PHKEY, DWORD*)
+    {
+        return Hexadecimal(access) + (options & REG_OPTION_VOLATILE ? " volatile" : "");
+    }
+    template <class... A>
+    static std::string Detail(HKEY, const A&...)
+    {
+        return {};
+    }
+};
+
+struct Named : Anything
+{
+    template <class... A>
+    static std::string Name(const wchar_t* name, const A&...)
+    {
+        return Text(name);
+    }
+    template <class... A>
+    static std::string Name(SC_HANDLE, const wchar_t* name, const A&...)
+    {
+        return Text(name);
+    }
+    template <class... A>
+    static std::string Name(DEVINST*, const wchar_t* name, const A&...)
+    {
+        return Text(name);
+    }
+};
+
+struct Device : Named
+{
+    template <class... A>
+    static bool Applies(const wchar_t* name, const A&...)
+    {
+        return name && (std::wcsncmp(name, L"\\\\.\\", 4) == 0 || std::wcsncmp(name, L"\\\\?\\", 4) == 0);
+    }
+};
+
+struct Opened : Anything
+{
+    template <class... A>
+    static bool Applies(HANDLE handle, const A&...)
+    {
+        return IsKnown(Id(handle));
+    }
+    template <class T, class... A>
+    static std::string Name(T handle, const A&...)
+    {
+        return NameOf(Id(handle));
+    }
+    template <class... A>
+    static std::string Detail(HANDLE, DWORD code, const A&...)
+    {
+        return Hexadecimal(code);
+    }
+    static std::string Detail(HANDLE) { return {}; }
+};
+
+struct OpenedAny : Anything
+{
+    template <class T, class... A>
+    static std::string Name(T handle, const A&...)
+    {
+        return NameOf(Id(handle));
+    }
+};
+
+struct Coded : Anything
+{
+    template <class... A>
+    static std::string Detail(DWORD code, const A&...)
+    {
+        return Hexadecimal(code);
+    }
+};
+
+struct Parameters : Anything
+{
+    static std::string Detail(HDEVINFO, PSP_DEVINFO_DATA, PSP_CLASSINSTALL_HEADER header, DWORD)
+    {
+        return header ? Hexadecimal(header->InstallFunction) : std::string();
+    }
+};
+
+struct ComClass : Anything
+{
+    template <class... A>
+    static std::string Detail(const GUID& id, const A&...)
+    {
+        char text[40];
+        std::snprintf(text, sizeof(text), "{%08lX-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2,
+                      id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5],
+                      id.Data4[6], id.Data4[7]);
+        return text;
+    }
+};
+
+// ---------------------------------------------------------------------------------------------------------------------
+// The calls that are known.
+
+#define RAV_JOURNAL_CALLS(X)                                                                                           \
+    X(RegOpenKeyExW, Status, SubKey)                                                                                   \
+    X(RegOpenKeyW, Status, SubKey)                                                                                     \
+    X(RegCreateKeyExW, Status, SubKey)                                                                                 \
+    X(RegCreateKeyW, Status, SubKey)                                                                                   \
+    X(RegQueryInfoKeyW, Status, Key)                                                                                   \
+    X(RegQueryValueExW, Status, Value)                                                                                 \
+    X(RegSetValueExW, Status, Value)                                                                                   \
+    X(RegDeleteValueW, Status, Value)                                                                                  \
+    X(RegEnumValueW, Status, Entry)                                                                                    \
+    X(RegEnumKeyExW, Status, Entry)                                                                                    \
+    X(RegDeleteKeyW, Status, SubKey)                                                                                   \
+    X(RegDeleteKeyExW, Status, SubKey)                                                                                 \
+    X(RegDeleteTreeW, Status, SubKey)                                                                                  \
+    X(RegFlushKey, Status, Key)                                                                                        \
+    X(RegCloseKey, Never, Key)                                                                                         \
+    X(CreateFileW, File, Device)                                                                                       \
+    X(DeviceIoControl, Bool, Opened)                                                                                   \
+    X(CloseHandle, Never, Opened)                                                                                      \
+    X(LoadLibraryW, Handle, Named)                                                                                     \
+    X(LoadLibraryExW, Handle, Named)                                                                                   \
+    X(FreeLibrary, Never, OpenedAny)                                                                                   \
+    X(CoCreateInstance, Com, ComClass)                                                                                 \
+    X(TlsAlloc, Index, Anything)                                                                                       \
+    X(TlsSetValue, Bool, Anything)                                                                                     \
+    X(TlsFree, Never, Anything)                                                                                        \
+    X(OpenSCManagerW, Handle, Named)                                                                                   \
+    X(OpenServiceW, Handle, Named)                                                                                     \
+    X(StartServiceW, Bool, OpenedAny)                                                                                  \
+    X(ControlService, Bool, OpenedAny)                                                                                 \
+    X(QueryServiceStatus, Bool, OpenedAny)                                                                             \
+    X(QueryServiceStatusEx, Bool, OpenedAny)                                                                           \
+    X(CloseServiceHandle, Never, OpenedAny)                                                                            \
+    X(SetupDiGetClassDevsW, File, Anything)                                                                            \
+    X(SetupDiCreateDeviceInfoList, File, Anything)                                                                     \
+    X(SetupDiCreateDeviceInfoW, Bool, Anything)                                                                        \
+    X(SetupDiOpenDeviceInfoW, Bool, Anything)                                                                          \
+    X(SetupDiEnumDeviceInfo, Bool, Anything)                                                                           \
+    X(SetupDiGetDeviceInstanceIdW, Bool, Anything)                                                                     \
+    X(SetupDiGetDeviceRegistryPropertyW, Bool, Anything)                                                               \
+    X(SetupDiSetDeviceRegistryPropertyW, Bool, Anything)                                                               \
+    X(SetupDiOpenDevRegKey, File, Anything)                                                                            \
+    X(SetupDiSetClassInstallParamsW, Bool, Parameters)                                                                 \
+    X(SetupDiCallClassInstaller, Bool, Coded)                                                                          \
+    X(SetupDiChangeState, Bool, Anything)                                                                              \
+    X(SetupDiRemoveDevice, Bool, Anything)                                                                             \
+    X(SetupDiDestroyDeviceInfoList, Never, Anything)                                                                   \
+    X(CM_Locate_DevNodeW, Config, Named)                                                                               \
+    X(CM_Get_DevNode_Status, Config, Anything)                                                                         \
+    X(CM_Get_DevNode_Registry_PropertyW, Config, Anything)                                                             \
+    X(CM_Get_Device_IDW, Config, Anything)                                                                             \
+    X(CM_Get_Parent, Config, Anything)                                                                                 \
+    X(CM_Open_DevNode_Key, Config, Anything)                                                                           \
+    X(CM_Enable_DevNode, Config, Anything)                                                                             \
+    X(CM_Disable_DevNode, Config, Anything)                                                                            \
+    X(CM_Reenumerate_DevNode, Config, Anything)
+
+enum CALL_INDEX : size_t
+{
+#define RAV_JOURNAL_INDEX(function, style, subject) I_##function,
+    RAV_JOURNAL_CALLS(RAV_JOURNAL_INDEX)
+#undef RAV_JOURNAL_INDEX
+    CALL_COUNT
+};
+
+const char* const s_names[] = {
+#define RAV_JOURNAL_NAME(function, style, subject) #function,
+    RAV_JOURNAL_CALLS(RAV_JOURNAL_NAME)
+#undef RAV_JOURNAL_NAME
+};
+
+size_t IndexOf(std::string_view function)
+{
+    const auto* found = std::find(std::begin(s_names), std::end(s_names), function);
+    if (found == std::end(s_names))
+        throw std::invalid_argument("the journal does not know " + std::string(function));
+    return static_cast<size_t>(found - s_names);
+}
+
+using FUNCTION = void (*)();
+
+// Set when the first module is hooked, and never taken back: a call may be on its way through a hook.
+FUNCTION s_real[CALL_COUNT];
+CJournal* s_current;
+// While an action runs, this thread's calls are none of the module's.
+thread_local bool s_inAction;
+
+struct RULE
+{
+    size_t function;
+    size_t remaining;
+    std::function<void()> action;
+    DWORD status = 0;
+};
+
+struct RECORDED
+{
+    size_t function;
+    std::string text;
+};
+
+struct HANDLE_INFO
+{
+    std::string name;
+    size_t function = 0;
+    size_t openings = 0;
+};
+
+struct PATCH
+{
+    HMODULE module;
+    FUNCTION* slot;
+    FUNCTION original;
+};
+
+} // namespace
+
+struct RAV_JOURNAL_STATE
+{
+    mutable std::recursive_mutex lock;
+    std::vector<PATCH> patches;
+    std::map<OPENED, HANDLE_INFO> handles;
+    std::vector<RECORDED> calls;
+    std::vector<RULE> failures;
+    std::vector<RULE> actions;
+    size_t failable = 0;
+    size_t failIndex = 0;
+    DWORD failStatus = 0;
+    bool recording = false;
+    bool failed = false;
+    DWORD thread = 0;
+};
+
+using GUARD = std::lock_guard<std::recursive_mutex>;
+
+// What the hooks, which are plain functions, do with the journal.
+class CJournalHooks
+{
+  public:
+    static RAV_JOURNAL_STATE* Journal() { return s_current ? s_current->m_pState.get() : nullptr; }
+
+    static bool IsRecording(const RAV_JOURNAL_STATE& journal)
+    {
+        return journal.recording && !s_inAction && (journal.thread == 0 || journal.thread == GetCurrentThreadId());
+    }
+
+    // The actions due before a call.
+    static std::vector<std::function<void()>> Due(RAV_JOURNAL_STATE& journal, size_t function)
+    {
+        std::vector<std::function<void()>> due;
+        for (RULE& rule : journal.actions)
+            if (rule.function == function && rule.remaining && --rule.remaining == 0)
+                due.push_back(rule.action);
+        return due;
+    }
+
+    static bool MustFail(RAV_JOURNAL_STATE& journal, size_t function, DWORD& status)
+    {
+        bool fail = ++journal.failable == journal.failIndex;
+        status = fail ? journal.failStatus : 0;
+        for (RULE& rule : journal.failures)
+            if (rule.function == function && rule.remaining && --rule.remaining == 0)
+            {
+                fail = true;
+                status = rule.status;
+            }
+        journal.failed |= fail;
+        return fail;
+    }
+
+    static void Opened(RAV_JOURNAL_STATE& journal, OPENED opened, size_t function, const std::string& name,
+                       bool recorded)
+    {
+        HANDLE_INFO& info = journal.handles[opened];
+        // Only a module is opened twice under one handle; any other was closed where the journal could not see it.
+        const bool again = function == I_LoadLibraryW || function == I_LoadLibraryExW;
+        info = {name, function, (again ? info.openings : 0) + (recorded ? 1 : 0)};
+    }
+
+    // The name stays: a late use of the handle can be told by it.
+    static void Closed(RAV_JOURNAL_STATE& journal, OPENED opened)
+    {
+        const auto found = journal.handles.find(opened);
+        if (found != journal.handles.end() && found->second.openings)
+            --found->second.openings;
+    }
+};
+
+namespace
+{
+
+std::string NameOf(OPENED opened)
+{
+    const RAV_JOURNAL_STATE* journal = CJournalHooks::Journal();
+    if (!journal)
+        return {};
+    const GUARD guard(journal->lock);
+    const auto found = journal->handles.find(opened);
+    return found == journal->handles.end() ? "(unknown)" : found->second.name;
+}
+
+bool IsKnown(OPENED opened)
+{
+    const RAV_JOURNAL_STATE* journal = CJournalHooks::Journal();
+    if (!journal)
+        return false;
+    const GUARD guard(journal->lock);
+    return journal->handles.contains(opened);
+}
+
+template <STYLE Style, class Result>
+Result Refusal(DWORD status)
+{
+    if constexpr (Style == STYLE::Status)
+        return static_cast<Result>(status ? status : ERROR_ACCESS_DENIED);
+    else if constexpr (Style == STYLE::Config)
+        return static_cast<Result>(status ? status : CR_FAILURE);
+    else if constexpr (Style == STYLE::Com)
+        return status ? HRESULT_FROM_WIN32(status) : E_FAIL;
+    else
+    {
+        SetLastError(status ? status : ERROR_ACCESS_DENIED);
+        if constexpr (Style == STYLE::File)
+            return static_cast<Result>(INVALID_HANDLE_VALUE);
+        else if constexpr (Style == STYLE::Index)
+            return TLS_OUT_OF_INDEXES;
+        else
+            return Result{};
+    }
+}
+
+// 0 when the call succeeded.
+template <STYLE Style, class Result>
+DWORD StatusOf(Result result, DWORD lastError)
+{
+    if constexpr (Style == STYLE::Status || Style == STYLE::Config)
+        return static_cast<DWORD>(result);
+    else if constexpr (Style == STYLE::Com)
+        return FAILED(result) ? static_cast<DWORD>(result) : 0;
+    else
+    {
+        bool good = result != Result{};
+        if constexpr (Style == STYLE::File)
+            good = result != INVALID_HANDLE_VALUE;
+        else if constexpr (Style == STYLE::Index)
+            good = result != TLS_OUT_OF_INDEXES;
+        else if constexpr (std::is_same_v<Result, LSTATUS>)
+            good = result == ERROR_SUCCESS;
+        return good ? 0 : (lastError ? lastError : ERROR_GEN_FAILURE);
+    }
+}
+
+template <class Wanted, class... Args>
+Wanted Find(const std::tuple<Args...>& arguments)
+{
+    if constexpr ((std::is_same_v<Wanted, Args> || ...))
+        return std::get<Wanted>(arguments);
+    else
+        return nullptr;
+}
+
+template <size_t Index, STYLE Style, class Subject, class Signature>
+struct HOOK;
+
+template <size_t Index, STYLE Style, class Subject, class Result, class... Args>
+struct HOOK<Index, Style, Subject, Result(Args...)>
+{
+    static constexpr bool opensResult = Style == STYLE::Handle || Style == STYLE::File || Style == STYLE::Index;
+
+    static Result WINAPI Call(Args... args)
+    {
+        const auto real = reinterpret_cast<Result(WINAPI*)(Args...)>(s_real[Index]);
+        RAV_JOURNAL_STATE* journal = CJournalHooks::Journal();
+        if (!journal || !Subject::Applies(args...))
+            return real(args...);
+
+        // The caller's last error must not show what the journal does.
+        const DWORD errorBefore = GetLastError();
+        const std::tuple<Args...> arguments(args...);
+        const std::string name = Subject::Name(args...);
+        std::string entry = s_names[Index];
+        for (const std::string& part : {Shorten(name), Subject::Detail(args...)})
+            entry += (part.empty() ? "" : " ") + part;
+
+        const bool recorded = CJournalHooks::IsRecording(*journal);
+        DWORD status = 0;
+        const bool fail = recorded && Prepare(*journal, status);
+        if constexpr (Style == STYLE::Never)
+        {
+            // Before the real call: another thread may be given the same handle right after it.
+            const GUARD guard(journal->lock);
+            CJournalHooks::Closed(*journal, Id(std::get<0>(arguments)));
+        }
+        SetLastError(errorBefore);
+        const Result result = fail ? Refuse(arguments, status) : real(args...);
+        const DWORD error = GetLastError();
+        Finish(*journal, name, entry, recorded, arguments, result, StatusOf<Style>(result, error));
+        SetLastError(error);
+        return result;
+    }
+
+  private:
+    static bool Prepare(RAV_JOURNAL_STATE& journal, DWORD& status)
+    {
+        std::vector<std::function<void()>> due;
+        bool fail = false;
+        {
+            const GUARD guard(journal.lock);
+            due = CJournalHooks::Due(journal, Index);
+            if constexpr (Style != STYLE::Never)
+                fail = CJournalHooks::MustFail(journal, Index, status);
+        }
+        s_inAction = true;
+        for (const auto& action : due)
+            action();
+        s_inAction = false;
+        return fail;
+    }
+
+    static Result Refuse(const std::tuple<Args...>& arguments, DWORD status)
+    {
+        if (void** object = Find<void**>(arguments); object && Style == STYLE::Com)
+            *object = nullptr;
+        return Refusal<Style, Result>(status);
+    }
+
+    static void Finish(RAV_JOURNAL_STATE& journal, const std::string& name, std::string& entry, bool recorded,
+                       const std::tuple<Args...>& arguments, Result result, DWORD status)
+    {
+        const GUARD guard(journal.lock);
+        if (recorded)
+        {
+            if (status)
+                entry += " -> " + (Style == STYLE::Com ? Hexadecimal(status) : std::to_string(status));
+            journal.calls.push_back({Index, entry});
+        }
+        if (status)
+            return;
+        if (PHKEY key = Find<PHKEY>(arguments))
+            CJournalHooks::Opened(journal, Id(*key), Index, name, recorded);
+        if constexpr (opensResult)
+            CJournalHooks::Opened(journal, Id(result), Index, name, recorded);
+    }
+};
+
+const FUNCTION s_hooks[] = {
+#define RAV_JOURNAL_HOOK(function, style, subject)                                                                     \
+    reinterpret_cast<FUNCTION>(&HOOK<I_##function, STYLE::style, subject, decltype(function)>::Call),
+    RAV_JOURNAL_CALLS(RAV_JOURNAL_HOOK)
+#undef RAV_JOURNAL_HOOK
+};
+
+template <class T>
+T* At(HMODULE module, DWORD offset)
+{
+    return reinterpret_cast<T*>(reinterpret_cast<BYTE*>(module) + offset);
+}
+
+bool IsLoaded(HMODULE module)
+{
+    HMODULE found = nullptr;
+    const DWORD flags = GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+    return GetModuleHandleExW(flags, reinterpret_cast<const wchar_t*>(module), &found) && found == module;
+}
+
+void Write(FUNCTION* slot, FUNCTION function)
+{
+    DWORD protection = 0;
+    VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
+    *slot = function;
+    VirtualProtect(slot, sizeof(*slot), protection, &protection);
+}
+
+} // namespace
+
+CJournal::CJournal() : CJournal(GetModuleHandleW(nullptr)) {}
+
+CJournal::CJournal(HMODULE module) : m_pState(std::make_unique<RAV_JOURNAL_STATE>())
+{
+    if (s_current)
+        throw std::logic_error("one journal at a time");
+    s_current = this;
+    Hook(module);
+}
+
+CJournal::~CJournal()
+{
+    for (const PATCH& patch : m_pState->patches)
+        if (IsLoaded(patch.module))
+            Write(patch.slot, patch.original);
+    s_current = nullptr;
+}
+
+void CJournal::Hook(HMODULE module)
+{
+    const auto* dos = At<IMAGE_DOS_HEADER>(module, 0);
+    const auto* headers = At<IMAGE_NT_HEADERS>(module, static_cast<DWORD>(dos->e_lfanew));
+    const IMAGE_DATA_DIRECTORY& directory = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    if (!directory.VirtualAddress)
+        return;
+    for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); import->OriginalFirstThunk;
+         ++import)
+    {
+        const auto* name = At<IMAGE_THUNK_DATA>(module, import->OriginalFirstThunk);
+        auto* slot = At<FUNCTION>(module, import->FirstThunk);
+        for (; name->u1.AddressOfData; ++name, ++slot)
+        {
+            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+                continue;
+            const char* function = At<IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData))->Name;
+            const auto* found = std::find_if(std::begin(s_names), std::end(s_names),
+                                             [function](const char* known) { return !std::strcmp(known, function); });
+            if (found == std::end(s_names))
+                continue;
+            const auto index = static_cast<size_t>(found - s_names);
+            if (*slot == s_hooks[index])
+                continue;
+            s_real[index] = *slot;
+            m_pState->patches.push_back({module, slot, *slot});
+            Write(slot, s_hooks[index]);
+        }
+    }
+}
+
+void CJournal::Start(THREADS threads)
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->calls.clear();
+    for (auto& handle : m_pState->handles)
+        handle.second.openings = 0;
+    m_pState->failable = 0;
+    m_pState->failed = false;
+    m_pState->thread = threads == THREADS::Mine ? GetCurrentThreadId() : 0;
+    m_pState->recording = true;
+}
+
+void CJournal::Stop()
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->recording = false;
+    m_pState->failIndex = 0;
+    m_pState->failures.clear();
+    m_pState->actions.clear();
+}
+
+std::string CJournal::Calls(std::initializer_list<std::string_view> functions) const
+{
+    const GUARD guard(m_pState->lock);
+    std::vector<size_t> wanted;
+    std::transform(functions.begin(), functions.end(), std::back_inserter(wanted), IndexOf);
+    std::string text;
+    for (const RECORDED& call : m_pState->calls)
+        if (wanted.empty() || std::find(wanted.begin(), wanted.end(), call.function) != wanted.end())
+            text += call.text + '\n';
+    return text;
+}
+
+size_t CJournal::Count(std::string_view function) const
+{
+    const GUARD guard(m_pState->lock);
+    const size_t index = IndexOf(function);
+    return static_cast<size_t>(std::count_if(m_pState->calls.begin(), m_pState->calls.end(),
+                                             [index](const RECORDED& call) { return call.function == index; }));
+}
+
+size_t CJournal::FailableCalls() const
+{
+    const GUARD guard(m_pState->lock);
+    return m_pState->failable;
+}
+
+std::string CJournal::OpenHandles() const
+{
+    const GUARD guard(m_pState->lock);
+    std::string text;
+    for (const auto& [opened, info] : m_pState->handles)
+        for (size_t i = 0; i < info.openings; ++i)
+            text += s_names[info.function] + (info.name.empty() ? "" : ' ' + Shorten(info.name)) + '\n';
+    return text;
+}
+
+void CJournal::FailCall(size_t k, DWORD status)
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->failIndex = k;
+    m_pState->failStatus = status;
+}
+
+void CJournal::FailNext(std::string_view function, DWORD status, size_t n)
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->failures.push_back({IndexOf(function), n, {}, status});
+}
+
+void CJournal::Before(std::string_view function, size_t n, std::function<void()> action)
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->actions.push_back({IndexOf(function), n, std::move(action)});
+}
+
+bool CJournal::HasFailed() const
+{
+    const GUARD guard(m_pState->lock);
+    return m_pState->failed;
+}

@@ -1,0 +1,40 @@
+#pragma once
+// Reading what the trace log has written, and a folder for it.
+
+#include <string>
+#include <vector>
+
+// An empty folder of this test program's own, to which the environment variable Temp points; Temp is restored at the
+// end.
+class CTempFolder
+{
+  public:
+    CTempFolder();
+    ~CTempFolder();
+    CTempFolder(const CTempFolder&) = delete;
+    CTempFolder& operator=(const CTempFolder&) = delete;
+
+    std::wstring Path(const std::wstring& name) const { return m_strFolder + L'\\' + name; }
+    const std::wstring& Folder() const { return m_strFolder; }
+
+  private:
+    std::wstring m_strFolder;
+    std::wstring m_strBefore;
+};
+
+struct RAV_TRACE_LINE
+{
+    std::string component;
+    unsigned long process = 0;
+    unsigned long thread = 0;
+    int tier = 0;
+    std::string message;
+};
+
+bool FileExists(const std::wstring& path);
+// A file that does not exist reads as empty.
+std::string FileText(const std::wstring& path);
+// A line that hasn't the columns of the log has MALFORMED and the line itself as its message.
+std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path);
+// "TIER message" of each line from the one numbered `first` on.
+std::string TraceText(const std::wstring& path, size_t first = 0);
