@@ -24,14 +24,8 @@ constexpr wchar_t SETUP_ACTIONS[] = L"SETUP_ACTIONS";
 class SectionGuard
 {
   public:
-    explicit SectionGuard(CRITICAL_SECTION* section) : m_section(section)
-    {
-        EnterCriticalSection(m_section);
-    }
-    ~SectionGuard()
-    {
-        LeaveCriticalSection(m_section);
-    }
+    explicit SectionGuard(CRITICAL_SECTION* section) : m_section(section) { EnterCriticalSection(m_section); }
+    ~SectionGuard() { LeaveCriticalSection(m_section); }
     SectionGuard(const SectionGuard&) = delete;
     SectionGuard& operator=(const SectionGuard&) = delete;
 
@@ -42,10 +36,7 @@ class SectionGuard
 class KeyGuard
 {
   public:
-    KeyGuard()
-    {
-        m_opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, SUITE_KEY, 0, KEY_READ, &m_key) == ERROR_SUCCESS;
-    }
+    KeyGuard() { m_opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, SUITE_KEY, 0, KEY_READ, &m_key) == ERROR_SUCCESS; }
     ~KeyGuard()
     {
         if (m_opened)
@@ -54,10 +45,7 @@ class KeyGuard
     KeyGuard(const KeyGuard&) = delete;
     KeyGuard& operator=(const KeyGuard&) = delete;
 
-    explicit operator bool() const
-    {
-        return m_opened;
-    }
+    explicit operator bool() const { return m_opened; }
     bool Query(const wchar_t* name, DWORD type, void* data, DWORD size) const
     {
         DWORD stored = REG_NONE;
@@ -137,14 +125,8 @@ bool LogPath(const wchar_t* component, const wchar_t* fileName, wchar_t (&path)[
 class LineBuffer
 {
   public:
-    wchar_t* Data()
-    {
-        return m_heap.empty() ? m_stack : m_heap.data();
-    }
-    size_t Length() const
-    {
-        return m_length;
-    }
+    wchar_t* Data() { return m_heap.empty() ? m_stack : m_heap.data(); }
+    size_t Length() const { return m_length; }
     bool Append(const wchar_t* format, va_list args)
     {
         va_list again;
@@ -224,8 +206,8 @@ CRavDebug::~CRavDebug()
     DeleteCriticalSection(m_pLock);
 }
 
-int CRavDebug::Configure(const wchar_t* component, const wchar_t* fileName, DWORD level, int bAppend,
-                         DWORD maxFileSize, const wchar_t* /*reserved*/)
+int CRavDebug::Configure(const wchar_t* component, const wchar_t* fileName, DWORD level, int bAppend, DWORD maxFileSize,
+                         const wchar_t* /*reserved*/)
 {
     if (!EffectiveLevel(level))
     {
@@ -345,9 +327,7 @@ CRavTraceScope::CRavTraceScope(const wchar_t* name, Kind kind) : m_pName(CopyOf(
     RavTrace().Print(L"ENTRY:  %s", Name());
 }
 
-CRavTraceScope::CRavTraceScope(const wchar_t* name) : CRavTraceScope(name, Kind::None)
-{
-}
+CRavTraceScope::CRavTraceScope(const wchar_t* name) : CRavTraceScope(name, Kind::None) {}
 
 CRavTraceScope::CRavTraceScope(const wchar_t* name, const bool* pResult)
     : CRavTraceScope(name, pResult != nullptr ? Kind::Bool : Kind::None)

@@ -37,22 +37,13 @@ class CRavDebug
     // sourceFile is a relative path without extension.
     void Error(const wchar_t* sourceFile, int line, const wchar_t* format, ...);
 
-    DWORD GetCurrentLogLevel() const
-    {
-        return m_dwLevel;
-    }
-    bool IsConfigured() const
-    {
-        return m_bConfigured;
-    }
+    DWORD GetCurrentLogLevel() const { return m_dwLevel; }
+    bool IsConfigured() const { return m_bConfigured; }
 
   private:
     friend class CRavTraceScope;
 
-    bool WritesLines() const
-    {
-        return m_dwLevel != 0 && m_dwLevel != 2 && m_bConfigured && m_pFile != nullptr;
-    }
+    bool WritesLines() const { return m_dwLevel != 0 && m_dwLevel != 2 && m_bConfigured && m_pFile != nullptr; }
     void PrintFormatted(const wchar_t* format, ...);
     void PrintLine(const wchar_t* format, va_list args);
     void WriteLine(const wchar_t* format, va_list args);
@@ -72,8 +63,8 @@ class CRavDebug
 // The module's one trace log. It exists before the first static object that traces and outlives the last.
 CRavDebug& RavTrace();
 
-// Writes an ENTRY line when a function starts and an EXIT line, with the value its result variable has at that moment, when it
-// ends. The result variable must outlive the scope; declare it first. A null pointer reports no result.
+// Writes an ENTRY line when a function starts and an EXIT line, with the value its result variable has at that moment,
+// when it ends. The result variable must outlive the scope; declare it first. A null pointer reports no result.
 class CRavTraceScope
 {
   public:
@@ -97,10 +88,7 @@ class CRavTraceScope
     };
 
     CRavTraceScope(const wchar_t* name, Kind kind);
-    const wchar_t* Name() const
-    {
-        return m_pName ? m_pName.get() : L"";
-    }
+    const wchar_t* Name() const { return m_pName ? m_pName.get() : L""; }
 
     std::unique_ptr<wchar_t[]> m_pName;
     Kind m_kind;

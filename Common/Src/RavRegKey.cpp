@@ -79,13 +79,9 @@ CRavRegKey::CRavRegKey()
     Init();
 }
 
-CRavRegKey::CRavRegKey(HKEY hKey) : m_hKey(hKey), m_bIsOpened(true)
-{
-}
+CRavRegKey::CRavRegKey(HKEY hKey) : m_hKey(hKey), m_bIsOpened(true) {}
 
-CRavRegKey::CRavRegKey(const CRavRegKey& /*other*/) : CRavRegKey()
-{
-}
+CRavRegKey::CRavRegKey(const CRavRegKey& /*other*/) : CRavRegKey() {}
 
 CRavRegKey::~CRavRegKey()
 {
@@ -146,8 +142,8 @@ bool CRavRegKey::Create(HKEY root, const CRavString& subKey, bool bWrite, bool b
     Close();
     HKEY key = nullptr;
     const DWORD options = bVolatile ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE;
-    m_bIsOpened = TakeStatus(
-        RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, &key, nullptr));
+    m_bIsOpened =
+        TakeStatus(RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, &key, nullptr));
     m_hKey = m_bIsOpened ? key : nullptr;
     if (m_bIsOpened)
         BuildKeyName(root, subKey);
@@ -246,15 +242,14 @@ bool CRavRegKey::SubKeyExists(const CRavString& name)
 
 bool CRavRegKey::WriteValue(const CRavString& name, DWORD type, const void* data, size_t size)
 {
-    return TakeStatus(
-        RegSetValueExW(m_hKey, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)));
+    return TakeStatus(RegSetValueExW(m_hKey, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)));
 }
 
 bool CRavRegKey::SetValue(const CRavString& name, CRavString& value, bool bExpand)
 {
     m_lLastResult = ERROR_SUCCESS;
-    return m_bIsOpened && WriteValue(name, bExpand ? REG_EXPAND_SZ : REG_SZ, value.c_str(),
-                                     (value.Length() + 1) * sizeof(wchar_t));
+    return m_bIsOpened &&
+           WriteValue(name, bExpand ? REG_EXPAND_SZ : REG_SZ, value.c_str(), (value.Length() + 1) * sizeof(wchar_t));
 }
 
 bool CRavRegKey::SetValue(const CRavString& name, DWORD value)
@@ -364,9 +359,8 @@ DWORD CRavRegKey::RemoveSubKey(const wchar_t* name)
 bool CRavRegKey::IsValueInMultiString(const CRavString& name, const CRavString& entry)
 {
     std::vector<CRavString> values;
-    return GetValue(name, values) && std::any_of(values.begin(), values.end(), [&](const CRavString& value) {
-               return EqualsI(value, entry);
-           });
+    return GetValue(name, values) &&
+           std::any_of(values.begin(), values.end(), [&](const CRavString& value) { return EqualsI(value, entry); });
 }
 
 bool CRavRegKey::IsSubStringValueInMultiString(const CRavString& name, const CRavString& part, CRavString& found)

@@ -8,9 +8,9 @@
 
 // Owns at most one open registry key and reads and writes it by type. Names are compared without regard to case.
 //
-// Operations return whether they succeeded and keep the operating system's status of their last call (LastResult), unless
-// said otherwise; none throws. Data in the registry is not trusted: whatever is stored, nothing is read or written beyond it.
-// One thread at a time per object.
+// Operations return whether they succeeded and keep the operating system's status of their last call (LastResult),
+// unless said otherwise; none throws. Data in the registry is not trusted: whatever is stored, nothing is read or
+// written beyond it. One thread at a time per object.
 class CRavRegKey
 {
   public:
@@ -29,18 +29,9 @@ class CRavRegKey
     bool Create(HKEY root, const CRavString& subKey, bool bWrite, bool bVolatile);
     void Close();
 
-    HKEY GetHKey() const
-    {
-        return m_hKey;
-    }
-    LONG LastResult() const
-    {
-        return m_lLastResult;
-    }
-    bool IsOpened() const
-    {
-        return m_bIsOpened;
-    }
+    HKEY GetHKey() const { return m_hKey; }
+    LONG LastResult() const { return m_lLastResult; }
+    bool IsOpened() const { return m_bIsOpened; }
 
     // --- reading; false at once when the key is not open ---
 
@@ -71,10 +62,7 @@ class CRavRegKey
 
     bool EnumSubKey(CRavString& name); // names of up to 255 characters
     bool EnumValue(CRavString& name);  // names of up to 511 characters
-    void ResetEnumeration()
-    {
-        m_dwEnumIndex = 0;
-    }
+    void ResetEnumeration() { m_dwEnumIndex = 0; }
 
     // --- deleting ---
 

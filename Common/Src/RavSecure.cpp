@@ -21,8 +21,7 @@ void EnsureHandler(int line)
 {
     if (g_handlerInstalled.load(std::memory_order_acquire))
         return;
-    RavTrace().Error(SOURCE_FILE, line,
-                     L"Setting invalid parameter handler to: RavSecureInvalidParameterHandler");
+    RavTrace().Error(SOURCE_FILE, line, L"Setting invalid parameter handler to: RavSecureInvalidParameterHandler");
     g_previousHandler = _set_invalid_parameter_handler(RavSecureInvalidParameterHandler);
     g_handlerInstalled.store(true, std::memory_order_release);
 }
@@ -48,8 +47,7 @@ int RavSafeCopy(const wchar_t* sourceFile, int line, wchar_t* destination, size_
     return error;
 }
 
-int RavSafeCat(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize,
-               const wchar_t* source)
+int RavSafeCat(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize, const wchar_t* source)
 {
     EnsureHandler(CAT_LINE);
     const int error = wcscat_s(destination, destinationSize, source);

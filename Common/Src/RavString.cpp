@@ -22,9 +22,7 @@ void MapCase(std::wstring& text, DWORD mapping)
 }
 } // namespace
 
-CRavString::CRavString(const wchar_t* text) : std::wstring(text != nullptr ? text : L"")
-{
-}
+CRavString::CRavString(const wchar_t* text) : std::wstring(text != nullptr ? text : L"") {}
 
 CRavString::CRavString(const int& number)
 {
@@ -56,9 +54,8 @@ CRavString& CRavString::operator=(const int& number)
 CRavString& CRavString::operator=(const std::wstring& other)
 {
     std::wstring narrowed(other.size(), L'\0');
-    std::transform(other.begin(), other.end(), narrowed.begin(), [](wchar_t character) {
-        return static_cast<wchar_t>(static_cast<signed char>(character & 0xFF));
-    });
+    std::transform(other.begin(), other.end(), narrowed.begin(),
+                   [](wchar_t character) { return static_cast<wchar_t>(static_cast<signed char>(character & 0xFF)); });
     swap(narrowed);
     return *this;
 }

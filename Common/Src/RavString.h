@@ -9,20 +9,16 @@
 // The Windows headers rename the member of the same name.
 #undef LoadString
 
-// The suite's wide (UTF-16) string: a standard wide string with the suite's helpers. It adds no fields and has no virtual
-// operations. std::vector<CRavString> is the suite's list type. Not shared between threads without a lock.
+// The suite's wide (UTF-16) string: a standard wide string with the suite's helpers. It adds no fields and has no
+// virtual operations. std::vector<CRavString> is the suite's list type. Not shared between threads without a lock.
 class CRavString : public std::wstring
 {
   public:
     CRavString() = default;
     CRavString(const wchar_t* text); // null gives an empty string
-    CRavString(wchar_t* const text) : CRavString(static_cast<const wchar_t*>(text))
-    {
-    }
+    CRavString(wchar_t* const text) : CRavString(static_cast<const wchar_t*>(text)) {}
     // Copies up to the first NUL.
-    CRavString(const CRavString& other) : CRavString(other.c_str())
-    {
-    }
+    CRavString(const CRavString& other) : CRavString(other.c_str()) {}
     // Decimal text; a number of 10 or more characters, sign included, gives an empty string.
     CRavString(const int& number);
 
@@ -32,28 +28,13 @@ class CRavString : public std::wstring
     // Keeps only the low 8 bits of each character, sign-extended: meant for ASCII text that was widened elsewhere.
     CRavString& operator=(const std::wstring& other);
 
-    operator const wchar_t*() const
-    {
-        return c_str();
-    }
+    operator const wchar_t*() const { return c_str(); }
 
-    size_t Length() const
-    {
-        return size();
-    }
-    int IsEmpty() const
-    {
-        return empty() ? 1 : 0;
-    }
-    void ClearString()
-    {
-        clear();
-    }
+    size_t Length() const { return size(); }
+    int IsEmpty() const { return empty() ? 1 : 0; }
+    void ClearString() { clear(); }
     // A new copy, up to the first NUL, that the caller deletes.
-    CRavString* Copy() const
-    {
-        return new CRavString(*this);
-    }
+    CRavString* Copy() const { return new CRavString(*this); }
 
     CRavString operator+(const CRavString& other) const;
     CRavString operator+(const wchar_t* text) const;
@@ -72,13 +53,13 @@ class CRavString : public std::wstring
     // parts, for an empty text.
     bool Split(char delimiter, std::vector<CRavString>& parts) const;
 
-    // Replaces the content with the formatted text, of any length. The number of characters, or negative on failure, which
-    // leaves the string empty. The text itself may be among the arguments.
+    // Replaces the content with the formatted text, of any length. The number of characters, or negative on failure,
+    // which leaves the string empty. The text itself may be among the arguments.
     int FormatString(const wchar_t* format, ...);
     int FormatString(const wchar_t* format, va_list args);
 
-    // Replaces the content with a string resource of the module; the number of characters, 0 and an empty string when there is
-    // none. LoadCommonResString takes it from the module that this code is part of.
+    // Replaces the content with a string resource of the module; the number of characters, 0 and an empty string when
+    // there is none. LoadCommonResString takes it from the module that this code is part of.
     int LoadString(HINSTANCE module, DWORD id);
     int LoadCommonResString(unsigned int id);
 };

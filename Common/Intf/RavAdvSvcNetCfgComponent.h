@@ -1,0 +1,13 @@
+#pragma once
+
+#include "Common/Intf/RavNetCfgComponent.h"
+
+// The binding between adapters and the intermediate driver.
+class CRavAdvSvcNetCfgComponent : public CRavNetCfgComponent
+{
+  public:
+    // Binds the intermediate driver's protocol edge to the adapter and takes the other protocols off it, except those
+    // that have to stay (the ones that watch rather than carry traffic). Already bound is success. Needs the write
+    // lock. 0 on success, -1 on failure.
+    int BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter);
+};

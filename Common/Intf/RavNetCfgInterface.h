@@ -1,0 +1,67 @@
+#pragma once
+
+#include "Common/Src/RavString.h"
+
+#include <windows.h>
+#include <netcfgx.h>
+#include <wrl/client.h>
+
+#include <vector>
+
+// One session with the Windows network configuration (INetCfg).
+//
+// Used by one thread at a time, in a COM apartment of the caller's. Component objects that were found through a session
+// stay valid until its write lock is taken or given back, or the session is uninitialised: each of these starts a new
+// view of the configuration.
+class CRavNetCfgInterface
+{
+  public:
+    CRavNetCfgInterface() = default;
+    // Gives back the write lock, if it is held, without applying, and ends the session.
+    ~CRavNetCfgInterface();
+    CRavNetCfgInterface(const CRavNetCfgInterface&) = delete;
+    CRavNetCfgInterface& operator=(const CRavNetCfgInterface&) = delete;
+
+    // Opens the session for reading. S_FALSE when it is open already.
+    HRESULT Initialize();
+    // Ends the session. S_FALSE when none is open.
+    HRESULT UnInitialize();
+
+    // Takes the system-wide write lock and starts a fresh view of the configuration under it. Waits up to 15 seconds
+    // for another holder; then the holder's description goes to the trace and the result is
+    // HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION). Nested calls on one session count; each needs its release.
+    // A negative result means: no lock, and the session is open for reading again.
+    HRESULT AcquireLockForWrite();
+    // Applies the changes that were made under the lock, gives it back and goes on reading. The lock is given back
+    // even when the changes could not be applied; the result is then the failure.
+    HRESULT ReleaseLockForWrite();
+
+    // Finds the network adapter component with the instance GUID. S_FALSE and a null component when there is none.
+    HRESULT FindNetworkComponentByGUID(const CRavString& strGuid, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
+    // Finds a protocol, service or client by its component id, for example "ms_tcpip".
+    HRESULT FindComponentById(const wchar_t* id, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
+
+    // Takes an adapter out of the intermediate driver's hands: deletes the driver's entries for it (adapter and
+    // configuration key, after the former "EnableDHCP" has been given back to TCP/IP), unbinds the driver from it,
+    // and with bRestoreBindings binds the ordinary protocols again. 0 on success. Needs the write lock.
+    int CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings);
+
+    // The adapters below a team, as the driver's binding lists name them, in registry order.
+    HRESULT EnumerateMemberAdapters(const CRavString& strTeam, std::vector<CRavString>& members);
+    // The team's mode as its miniport's key has it.
+    HRESULT GetTeamMode(const CRavString& strTeam, DWORD& dwMode);
+
+    // The configuration object of the open session; null when closed. Not owned by the caller.
+    INetCfg* GetNetCfg() const { return m_pNetCfg.Get(); }
+    bool IsLockedForWrite() const { return m_iWriteLocks > 0; }
+
+  private:
+    HRESULT StartView();
+    HRESULT EndView();
+    HRESULT GiveLockBack();
+    HRESULT TakeLock();
+
+    Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
+    bool m_bViewStarted = false;
+    int m_iWriteLocks = 0;
+};

@@ -1,0 +1,108 @@
+#include "Common/Src/Helper.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegKey.h"
+
+#include <iterator>
+
+namespace
+{
+constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
+constexpr const wchar_t* SERVICES[] = {L"CorvoDCB"};
+constexpr DWORD SERVICE_WAIT_MILLISECONDS = 30000;
+constexpr DWORD SERVICE_POLL_MILLISECONDS = 100;
+
+class ServiceHandle
+{
+  public:
+    explicit ServiceHandle(SC_HANDLE handle) : m_handle(handle) {}
+    ~ServiceHandle()
+    {
+        if (m_handle != nullptr)
+            CloseServiceHandle(m_handle);
+    }
+    ServiceHandle(const ServiceHandle&) = delete;
+    ServiceHandle& operator=(const ServiceHandle&) = delete;
+    SC_HANDLE Get() const { return m_handle; }
+
+  private:
+    SC_HANDLE m_handle;
+};
+
+const wchar_t* FileName(RavModule module)
+{
+    return module == RavModule::CoreAgent ? L"CoreAgent.dll" : L"TeamAgent.dll";
+}
+
+// "C:\..." or "\\server\...": anything else would depend on where the process happens to be.
+bool IsFullPath(const CRavString& path)
+{
+    return path.Length() > 2 &&
+           ((path.at(1) == L':' && path.at(2) == L'\\') || (path.at(0) == L'\\' && path.at(1) == L'\\'));
+}
+
+bool WaitForState(SC_HANDLE service, DWORD state)
+{
+    SERVICE_STATUS status = {};
+    for (DWORD waited = 0; waited <= SERVICE_WAIT_MILLISECONDS; waited += SERVICE_POLL_MILLISECONDS)
+    {
+        if (!QueryServiceStatus(service, &status))
+            return false;
+        if (status.dwCurrentState == state)
+            return true;
+        Sleep(SERVICE_POLL_MILLISECONDS);
+    }
+    return false;
+}
+
+template <typename Work>
+bool WithService(DWORD selector, DWORD access, Work&& work)
+{
+    if (selector >= std::size(SERVICES))
+        return false;
+    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    const ServiceHandle service(manager.Get() != nullptr ? OpenServiceW(manager.Get(), SERVICES[selector], access)
+                                                         : nullptr);
+    const bool done = service.Get() != nullptr && work(service.Get());
+    if (!done)
+        RavTrace().Print(L"CHelper: service %s, error %d", SERVICES[selector], GetLastError());
+    return done;
+}
+} // namespace
+
+HMODULE CHelper::RavLoadModule(RavModule module)
+{
+    const CRavTraceScope trace(L"CHelper::RavLoadModule");
+    CRavRegKey key;
+    CRavString folder;
+    if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) || !key.GetValue(L"InstalledDir", folder) ||
+        !IsFullPath(folder))
+    {
+        RavTrace().Print(L"CHelper::RavLoadModule the suite's folder is not known: %s", folder.c_str());
+        return nullptr;
+    }
+    const CRavString path = folder + L"\\" + FileName(module);
+    // The module's own dependencies come from its folder, too, never from the current directory or the search path.
+    const HMODULE handle =
+        LoadLibraryExW(path, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
+    if (handle == nullptr)
+        RavTrace().Print(L"CHelper::RavLoadModule %s, error %d", path.c_str(), GetLastError());
+    return handle;
+}
+
+bool CHelper::RavStopService(DWORD dwSelector)
+{
+    return WithService(dwSelector, SERVICE_STOP | SERVICE_QUERY_STATUS, [](SC_HANDLE service) {
+        SERVICE_STATUS status = {};
+        return (ControlService(service, SERVICE_CONTROL_STOP, &status) || GetLastError() == ERROR_SERVICE_NOT_ACTIVE) &&
+               WaitForState(service, SERVICE_STOPPED);
+    });
+}
+
+bool CHelper::RavStartService(DWORD dwSelector)
+{
+    return WithService(dwSelector, SERVICE_START | SERVICE_QUERY_STATUS, [](SC_HANDLE service) {
+        return (StartServiceW(service, 0, nullptr) || GetLastError() == ERROR_SERVICE_ALREADY_RUNNING) &&
+               WaitForState(service, SERVICE_RUNNING);
+    });
+}

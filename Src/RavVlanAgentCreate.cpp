@@ -1,0 +1,274 @@
+// Creating VLANs at a client's request, and loading and unloading their miniports when it is applied.
+
+#include "Src/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavCoreInterface.h"
+#include "Src/RavSuiteLock.h"
+#include "Src/RavVlanMessages.h"
+#include "Src/RavXmsVlan.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
+constexpr int LOAD_LINE = 3333;
+constexpr int UNLOAD_LINE = 3407;
+
+bool HasStopError(const CRavVlanMessages& messages)
+{
+    return std::any_of(messages.begin(), messages.end(),
+                       [](const RAV_VALIDATION_MESSAGE& message) { return message.dwSeverity == RAV_SEVERITY_STOP; });
+}
+} // namespace
+
+// What both creating operations do before they create: under the suite lock, validation and the client check.
+bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const CRavString& strParentKey,
+                              const CRavString& strVlanNumbers, const CRavString& strVlanName,
+                              const RAV_LOCK_RECORD& lock)
+{
+    CRavVlanMessages messages;
+    ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
+    if (!result.Succeeded() || HasStopError(messages))
+    {
+        RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", operation);
+        if (result.Succeeded())
+            result = CResult(RAV_CODE_NOT_VALID);
+        return false;
+    }
+    VerifyClientID(result, lock.client);
+    if (result.ulErrCode != CResult::FAILED)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin::%s - VerifyClientID failed", operation);
+    return false;
+}
+
+void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                               const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
+    const RAV_LOCK_RECORD record = lock;
+    Shielded(L"CVlanAgentWin::CreateVlan", result, [&] {
+        const CRavSuiteLock suiteLock(*this, record, result);
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
+            return;
+        }
+        CRavString numbers;
+        numbers.FormatString(L"%u", dwVlanId);
+        if (!MayCreate(result, L"CreateVlan", strParentKey, numbers, strVlanName, record))
+            return;
+        if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
+            team->PrepareForNewVlan(strParentKey, record);
+        CreateSingleVlan(result, strParentKey, dwVlanId, strVlanName, dwVlanType);
+    });
+}
+
+void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strParentKey,
+                                        const CRavString& strVlanNumbers, const CRavString& strVlanName,
+                                        DWORD dwVlanType, CRavVlanProgress* pProgress, const RAV_LOCK_RECORD& lock)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
+    const RAV_LOCK_RECORD record = lock;
+    Shielded(L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
+        const CRavSuiteLock suiteLock(*this, record, result);
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
+            return;
+        }
+        if (!MayCreate(result, L"CreateMultipleVLANs", strParentKey, strVlanNumbers, strVlanName, record))
+            return;
+        std::vector<DWORD> ids;
+        if (!GetVlanIDsFromRange(strVlanNumbers, ids))
+        {
+            RavTrace().Print(L"ERROR:  Unable to parse the vlanNumbers! = %s", strVlanNumbers.c_str());
+            result = CResult();
+            return;
+        }
+        CreateEach(result, strParentKey, ids, strVlanName, dwVlanType, pProgress);
+    });
+}
+
+// The first that fails ends it; those before it stay.
+void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
+                               const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
+{
+    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    size_t done = 0;
+    for (const DWORD id : ids)
+    {
+        CreateSingleVlan(result, strParentKey, id, generated ? GenerateVlanName(strParentKey, id) : strVlanName,
+                         dwVlanType);
+        if (!result.Succeeded())
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: VLAN %u could not be created; %u of %u were created", id,
+                             static_cast<unsigned>(done), static_cast<unsigned>(ids.size()));
+            return;
+        }
+        ++done;
+        if (pProgress != nullptr)
+            pProgress->OnVlanCreated(id, done, ids.size());
+    }
+}
+
+// "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
+CRavString CVlanAgentWin::GenerateVlanName(const CRavString& strParentKey, DWORD dwVlanId)
+{
+    std::vector<CRavString> vlans;
+    CResult enumerated;
+    EnumerateVlans(enumerated, strParentKey, vlans);
+    CRavString base(L"Untagged");
+    if (dwVlanId != 0)
+        base.FormatString(L"VLAN%u", dwVlanId);
+    CRavString name = base;
+    for (int number = 2; HasVlanNamed(vlans, name, RAV_NEW_VLAN_KEY); ++number)
+        name.FormatString(L"%s-%d", base.c_str(), number);
+    return name;
+}
+
+void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                                     const CRavString& strVlanName, DWORD dwVlanType)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateSingleVlan", &result);
+    if (strVlanName.IsEmpty() || strParentKey.IsEmpty())
+    {
+        RavTrace().Print(L"vlanName or parentKey is empty");
+        return;
+    }
+    const CNetCfgSession session(*this);
+    CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
+    if (!session.IsOpen() || !vlan.Init().Succeeded())
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, CRavXmsVlan::Init() failed.");
+        return;
+    }
+    vlan.m_strParentKey = strParentKey;
+    vlan.m_iVlanId = static_cast<int>(dwVlanId);
+    vlan.m_strVlanName = strVlanName;
+    vlan.m_dwVlanType = dwVlanType + 1; // stored from 1 on
+    vlan.GetParentType(vlan.m_iParentType);
+    if (vlan.m_iParentType != RAV_PARENT_ADAPTER)
+    {
+        // VLANs over teams are not offered yet, and nothing else can be a parent.
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid state");
+        result = CResult(ERROR_NOT_SUPPORTED);
+        return;
+    }
+    result = CreateOnAdapter(vlan);
+}
+
+CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
+{
+    int status = -1;
+    if (FAILED(vlan.GetParentOOOKey()))
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, fails-1.");
+        return CResult();
+    }
+    vlan.GetCurrentMACAddress(status);
+    if (status != 0)
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, fails-2.");
+        return CResult();
+    }
+    IsFirstVlanOnAdapter(vlan);
+    vlan.CreatVlanOnAdapter(status);
+    if (status != 0)
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan fails");
+        return CResult();
+    }
+    NotifyXmsOfNewVlan(&vlan);
+    return CResult::Success();
+}
+
+void CVlanAgentWin::IsFirstVlanOnAdapter(CRavXmsVlan& vlan)
+{
+    RavTrace().Print(L"CVlanAgentWin::IsFirstVlanOnAdapter, ParentKey is-%s", vlan.m_strParentKey.c_str());
+    int count = 0;
+    vlan.m_bFirstVlan = !(vlan.GetTotNoOfVlansOnThisParent(count) && count >= 1);
+}
+
+// A driver that cannot be told learns of the VLAN when it is loaded again.
+void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
+{
+    if (pVlan == nullptr)
+    {
+        RavTrace().Print(L"NotifyXmsOfNewVlan - invalid vlan.");
+        return;
+    }
+    if (pVlan->SendNewVlanOid())
+        return;
+    RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
+    m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey);
+}
+
+// --- apply-done
+// -------------------------------------------------------------------------------------------------------
+
+void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
+{
+    RavTrace().Print(L"Entering CVlanAgentWin::LoadDeviceMiniport()");
+    result = CResult();
+    Shielded(L"CVlanAgentWin::LoadDeviceMiniport", result, [&] {
+        if (strMiniportInst.IsEmpty())
+        {
+            RavTrace().Print(L"LoadDeviceMiniport() - Invalid vlan guid.");
+            return;
+        }
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"LoadDeviceMiniport() - call to CreateNetCfgInterfaceObj() failed.");
+            return;
+        }
+        ClearVlanCache();
+        CRavXmsVlan* const vlan = GetVlan(strMiniportInst);
+        if (vlan == nullptr)
+        {
+            RavTrace().Error(SOURCE_FILE, LOAD_LINE, L"Unable to get the VLAN");
+            return;
+        }
+        result = vlan->ReloadMiniport(true, bReboot);
+        if (!result.Succeeded())
+            RavTrace().Print(L"LoadDeviceMiniport() - CRavXmsVlan->ReloadMiniport fails.");
+    });
+    RavTrace().Print(L"Exiting CVlanAgentWin::LoadDeviceMiniport()");
+}
+
+void CVlanAgentWin::UnloadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
+{
+    RavTrace().Print(L"Entering CVlanAgentWin::UnloadDeviceMiniport()");
+    result = CResult();
+    Shielded(L"CVlanAgentWin::UnloadDeviceMiniport", result, [&] {
+        if (strMiniportInst.IsEmpty())
+        {
+            RavTrace().Print(L"UnloadDeviceMiniport() - Invalid vlan guid.");
+            return;
+        }
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"UnloadDeviceMiniport() - call to CreateNetCfgInterfaceObj() failed.");
+            return;
+        }
+        CRavXmsVlan* const vlan = GetVlan(strMiniportInst);
+        if (vlan == nullptr)
+        {
+            RavTrace().Error(SOURCE_FILE, UNLOAD_LINE, L"Unable to get the vlan pointer");
+            return;
+        }
+        result = vlan->ReloadMiniport(false, bReboot);
+        if (!result.Succeeded())
+            RavTrace().Print(L"UnloadDeviceMiniport() - CRavXmsVlan->ReloadMiniport fails.");
+    });
+    RavTrace().Print(L"Exiting CVlanAgentWin::UnloadDeviceMiniport()");
+}

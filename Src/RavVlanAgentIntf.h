@@ -1,0 +1,110 @@
+#pragma once
+
+#include "Common/Intf/RavClientTypes.h"
+#include "Common/Src/RavResult.h"
+#include "Common/Src/RavString.h"
+#include "Src/RavVlanTypes.h"
+
+#include <memory>
+#include <vector>
+
+struct RAV_SETTING;
+struct RAV_SETTING_VAL;
+
+#if defined(RAV_VLAN_AGENT_EXPORTS)
+#define RAV_VLAN_AGENT_API __declspec(dllexport)
+#elif defined(RAV_VLAN_AGENT_IMPORTS)
+#define RAV_VLAN_AGENT_API __declspec(dllimport)
+#else
+#define RAV_VLAN_AGENT_API
+#endif
+
+// Public face of every network agent of the suite.
+//
+// Conventions of all public operations: the result starts as failure (code 0xFFFFFFFF) and code 0 is success; outputs
+// are meaningful only on success. VLANs, adapters and teams are named by instance GUID text in braces, upper case.
+// Operations are synchronous and may be called on any thread that may use COM; none throws. The operations that change
+// something take the suite-wide lock for the client of the lock record and give it back before they return.
+class CRavNetworkAgentIntf
+{
+  public:
+    // The VLAN's advanced settings, in registry order. The caller deletes the records.
+    virtual void EnumerateSettings(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
+                                   std::vector<RAV_SETTING*>& settings) = 0;
+    // One advanced setting by its keyword. The caller deletes the record.
+    virtual void GetSetting(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
+                            const CRavString& strName, RAV_SETTING** ppSetting) = 0;
+    // Not offered yet: both fail.
+    virtual void SetSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
+                            const RAV_SETTING_VAL* pValue, const RAV_LOCK_RECORD& lock) = 0;
+    virtual void SetSettingToDefault(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
+                                     const RAV_LOCK_RECORD& lock) = 0;
+    // Succeeds and leaves the text as it is: VLANs have no driver of their own to describe.
+    virtual void GetDriverInfo(CResult& result, const CRavString& strVlanKey, CRavString& strInfo) = 0;
+
+  protected:
+    ~CRavNetworkAgentIntf() = default;
+};
+
+// Public face of the VLAN agent.
+class CRavVlanAgentIntf : public CRavNetworkAgentIntf
+{
+  public:
+    RAV_VLAN_AGENT_API CRavVlanAgentIntf();
+    RAV_VLAN_AGENT_API CRavVlanAgentIntf(const CRavVlanAgentIntf& other);
+    RAV_VLAN_AGENT_API virtual ~CRavVlanAgentIntf();
+
+    // Kept for older clients; succeeds without doing anything.
+    virtual void Reserved(CResult& result) = 0;
+
+    // The keys of all VLANs, or with a parent key those of that parent (compared exactly), in enumeration order.
+    virtual void EnumerateVlans(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) = 0;
+    // The teams, then the adapters, over which VLANs can be created.
+    virtual void EnumerateVlanSupportingParents(CResult& result, std::vector<CRavString>& parents,
+                                                const RAV_CLIENT_ID& client) = 0;
+    // Whether VLANs can be created over the parent.
+    virtual void DoesParentSupportVlans(CResult& result, const CRavString& strParentKey, bool& bSupports,
+                                        const RAV_CLIENT_ID& client) = 0;
+
+    // Creates one VLAN. Id 0 is the untagged VLAN, 1 to 4094 are tagged. dwVlanType is 0, 1 or 2 (see RAV_VLAN_INFO).
+    virtual void CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                            const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock) = 0;
+    // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9"; the name is given to all, or is
+    // RAV_AUTO_VLAN_NAMES. The first that fails ends the call with its code; those created before it stay.
+    // pProgress may be null.
+    virtual void CreateMultipleVLANs(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
+                                     const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress,
+                                     const RAV_LOCK_RECORD& lock) = 0;
+    // What would stand against creating these VLANs; changes nothing. Code 0 says that the validation could be made;
+    // its findings are appended to the list.
+    virtual void ValidateNewVlan(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
+                                 const CRavString& strVlanName, std::vector<RAV_VALIDATION_MESSAGE>& messages,
+                                 const RAV_CLIENT_ID& client) = 0;
+    // Removes one VLAN; with the last tagged VLAN of a parent goes its untagged one.
+    virtual void RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, const CRavString& strVlanKey) = 0;
+
+    // Not offered yet: they fail.
+    virtual void SetVlanType(CResult& result, const CRavString& strVlanKey, DWORD dwVlanType,
+                             const RAV_LOCK_RECORD& lock) = 0;
+    virtual void SetVLANName(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName,
+                             const RAV_LOCK_RECORD& lock) = 0;
+    virtual void SetVLANId(CResult& result, const CRavString& strVlanKey, DWORD dwVlanId,
+                           const RAV_LOCK_RECORD& lock) = 0;
+
+    virtual void GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
+                               RAV_VLAN_PARENT& parent) = 0;
+    virtual void GetVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info) = 0;
+    // The load status of the VLAN's miniport: 0 unknown, 1 loaded, 2 not loaded, 3 disabled.
+    virtual void GetVlanStatus(CResult& result, const CRavString& strVlanKey, DWORD& dwStatus) = 0;
+
+    // Not offered yet: both fail.
+    virtual void ValidateSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
+                                 const RAV_SETTING_VAL* pValue, std::vector<RAV_VALIDATION_MESSAGE>& messages) = 0;
+    virtual void ValidateUpdate(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName,
+                                DWORD dwVlanId, std::vector<RAV_VALIDATION_MESSAGE>& messages) = 0;
+};
+
+// The module's export for clients. Null when the agent could not be initialised; the next call tries again.
+// The agent belongs to the module and lives until it is unloaded.
+using RAV_GET_VLAN_AGENT = CRavVlanAgentIntf* (*)();
+inline constexpr char RAV_GET_VLAN_AGENT_NAME[] = "GetVlanAgent";

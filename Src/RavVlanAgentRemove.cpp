@@ -1,0 +1,375 @@
+// Removing VLANs at a client's or a sibling agent's request.
+
+#include "Src/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavCoreInterface.h"
+#include "Src/RavSuiteLock.h"
+#include "Src/RavXmsVlan.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
+constexpr DWORD CLASS_REFUSED = 2;
+} // namespace
+
+void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, const CRavString& strVlanKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlan", &result);
+    RavTrace().Print(L"RemoveVlan, input vk-%s", strVlanKey.c_str());
+    if (strVlanKey.IsEmpty())
+    {
+        RavTrace().Print(L"RemoveVlan() - Vlan key is invalid");
+        return;
+    }
+    Shielded(L"CVlanAgentWin::RemoveVlan", result, [&] {
+        CResult locked;
+        const CRavSuiteLock suiteLock(*this, lock, locked);
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"RemoveVlan() - error unable to create the lock");
+            return;
+        }
+        const CacheCleaner cleaner(*this);
+        bool bound = false;
+        CResult asked;
+        IsHyperV_EnabledOnVlan(asked, strVlanKey, bound);
+        if (bound)
+        {
+            RavTrace().Print(L"RemoveVlan() - Vlan is bound to Hyper V protocol - cannot be removed.");
+            result = CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+            return;
+        }
+        WaitForApplyDone(lock.client);
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"RemoveVlan() -  call to CreateNetCfgInterfaceObj failed");
+            result = session.Result();
+            return;
+        }
+        result = RemoveUnderLock(strVlanKey);
+    });
+}
+
+CResult CVlanAgentWin::RemoveUnderLock(const CRavString& strVlanKey)
+{
+    CRavXmsVlan* const vlan = GetVlan(strVlanKey);
+    if (vlan == nullptr)
+    {
+        RavTrace().Print(L"RemoveVlan() - Unable to load vlan info");
+        return CResult();
+    }
+    int count = 0;
+    vlan->GetTotNoOfVlansOnThisParent(count);
+    bool untaggedToRemove = false;
+    CRavXmsVlan* const untagged = DoesUntaggedVlanNeedToBeRemoved(*vlan, untaggedToRemove);
+    bool bound = false;
+    if (untaggedToRemove && untagged->IsHyperV_Enabled(bound).Succeeded() && bound)
+    {
+        RavTrace().Print(L"RemoveVlan() - Untagged Vlan is bound to Hyper V protocol - cannot be removed.");
+        return CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+    }
+    vlan->GetParentType(vlan->m_iParentType);
+    if (untagged != nullptr)
+        untagged->m_iParentType = vlan->m_iParentType;
+    switch (vlan->m_iParentType)
+    {
+    case RAV_PARENT_TEAM:
+        return RemoveFromTeam(*vlan, untaggedToRemove ? untagged : nullptr, count);
+    case RAV_PARENT_ADAPTER:
+        return RemoveFromAdapter(*vlan, untaggedToRemove ? untagged : nullptr);
+    default:
+        RavTrace().Print(L"RemoveVlan() - failed. Unable to get parent type.");
+        return CResult();
+    }
+}
+
+CResult CVlanAgentWin::RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged)
+{
+    if (pUntagged != nullptr)
+    {
+        RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the adapter!");
+        pUntagged->RemoveVLANonAdapter(false); // a failure does not stop the removal that was asked for
+    }
+    const CResult result = vlan.RemoveVLANonAdapter(false);
+    if (!result.Succeeded())
+        RavTrace().Print(L"RemoveVlan() - failed to remove the vlan - exiting!");
+    return result;
+}
+
+CResult CVlanAgentWin::RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged, int iCount)
+{
+    bool last = false;
+    bool unloadMembers = false;
+    if (pUntagged != nullptr)
+    {
+        RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the Team!");
+        const CResult removed = RemoveVlanWithTeamAsParent(pUntagged->m_strVlanKey, pUntagged->m_strParentKey, false,
+                                                           pUntagged->m_iVlanId, false);
+        last = removed.Succeeded();
+        unloadMembers = last;
+    }
+    else
+    {
+        if (iCount < 2)
+        {
+            RavTrace().Print(L"RemoveVlan(), removing the last Vlan on the Team!");
+            last = true;
+        }
+        unloadMembers = vlan.IsUntagged() || vlan.CountNumberTaggedVlans() == 1;
+    }
+    const CResult result =
+        RemoveVlanWithTeamAsParent(vlan.m_strVlanKey, vlan.m_strParentKey, last, vlan.m_iVlanId, unloadMembers);
+    if (!result.Succeeded())
+        RavTrace().Print(L"RemoveVlan() - call to RemoveVlanWithTeamAsParent() failed!");
+    return result;
+}
+
+// An untagged VLAN never stays alone on a parent once its last tagged VLAN goes.
+CRavXmsVlan* CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded)
+{
+    bNeeded = false;
+    std::vector<CRavString> keys;
+    CResult enumerated;
+    EnumerateVlans(enumerated, vlan.m_strParentKey, keys);
+    if (keys.size() != 2 || vlan.IsUntagged() || vlan.CountNumberTaggedVlans() != 1)
+        return nullptr;
+    for (const CRavString& key : keys)
+    {
+        CRavXmsVlan* const other = GetVlan(key);
+        if (other == nullptr || !other->IsUntagged())
+            continue;
+        RavTrace().Print(L"User is attempting to remove the last tagged vlan when there is remainly untagged vlan!!  "
+                         L"The untagged Vlan will removed as well!");
+        bNeeded = true;
+        return other;
+    }
+    return nullptr;
+}
+
+void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& strVlanKey, bool& bBound)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::IsHyperV_EnabledOnVlan", &result);
+    bBound = false;
+    if (strVlanKey.IsEmpty())
+    {
+        RavTrace().Print(L"IsHyperV_EnabledOnVlan() - vlan guid is invalid.");
+        return;
+    }
+    Shielded(L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
+        const CNetCfgSession session(*this);
+        CRavXmsVlan* const vlan = GetVlan(strVlanKey);
+        if (vlan == nullptr)
+        {
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - unable to load the Vlan");
+            return;
+        }
+        result = vlan->IsHyperV_Enabled(bBound);
+        if (!result.Succeeded())
+        {
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - call to IsHyperV_Enabled() failed.");
+            bBound = false;
+        }
+        else if (bBound)
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - this vlan is bound to Hyper V.");
+    });
+}
+
+// --- teams
+// ------------------------------------------------------------------------------------------------------------
+
+CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey,
+                                                  bool bLastVlan, int iVlanId, bool bUnloadMembers)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanWithTeamAsParent", &result);
+    if (strVlanKey.IsEmpty() || strTeamKey.IsEmpty())
+    {
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - vlan guid or parent guid is invalid");
+        return result;
+    }
+    const CNetCfgSession session(*this);
+    if (!session.IsOpen())
+    {
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to CreateNetCfgInterfaceObj() failed - exiting");
+        result = session.Result();
+        return result;
+    }
+    if (GetCoreAgentPvt() == nullptr)
+    {
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetCoreInterface() failed - exiting");
+        return result;
+    }
+    CRavXmsVlan vlan(strVlanKey, *this);
+    vlan.Initialize(*GetNetCfgInterface());
+    vlan.Init();
+    vlan.m_strParentKey = strTeamKey;
+    vlan.m_iParentType = RAV_PARENT_TEAM;
+    vlan.m_iVlanId = iVlanId;
+    vlan.m_bRemovedByTeam = true; // for as long as the object lives
+    if (bLastVlan || bUnloadMembers)
+        UpdateTeamMembers(vlan, bLastVlan);
+    if (bLastVlan)
+        vlan.DoLastVoTTAOps(strTeamKey);
+    if (vlan.DeleteVlanMiniport())
+        result = CResult::Success();
+    else
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to DeleteVlanMiniport() fails - Exiting.");
+    return result;
+}
+
+// A member that cannot be unloaded ends the walk; the removal itself goes on.
+void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, bool bLastVlan)
+{
+    std::vector<CRavString> members;
+    vlan.GetTeamMembers_v(vlan.m_strParentKey, members);
+    for (const CRavString& member : members)
+    {
+        bool reboot = false;
+        if (!m_pCoreInterface->UnloadMiniport(member, reboot).Succeeded())
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UnloadMiniport() fails - Exiting.");
+            return;
+        }
+        if (!vlan.UpdateTeamMemberOOOKey2ReflectRemovedVlan(member, bLastVlan, vlan.m_iVlanId))
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UpdateTeamMemberOOOKey2ReflectRemovedVlan() "
+                             L"failed - exiting");
+        if (!vlan.UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(member, bLastVlan))
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to "
+                             L"UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan() failed - exiting");
+    }
+}
+
+void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strTeamKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveAllVlansOnTeam", &result);
+    if (strTeamKey.IsEmpty())
+    {
+        RavTrace().Print(L"RemoveAllVlansOnTeam() - the team id passed in is invalid - exiting");
+        return;
+    }
+    Shielded(L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
+        std::vector<CRavString> keys;
+        CResult enumerated;
+        EnumerateVlans(enumerated, strTeamKey, keys);
+        if (!enumerated.Succeeded())
+        {
+            RavTrace().Print(L"RemoveAllVlansOnTeam() - EnumerateVlans() fails - exiting");
+            return;
+        }
+        for (size_t index = 0; index < keys.size(); ++index)
+        {
+            CRavXmsVlan* const vlan = GetVlan(keys[index]);
+            if (vlan == nullptr)
+            {
+                RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to get the vlan to remove from the team - "
+                                 L"continue");
+                continue;
+            }
+            const bool last = index + 1 == keys.size();
+            result = RemoveVlanWithTeamAsParent(keys[index], strTeamKey, last, vlan->m_iVlanId, false);
+            if (!result.Succeeded())
+                RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to remove a vlan from the team - continue");
+        }
+    });
+}
+
+// Takes one VLAN, or with an empty key every VLAN, of a team off one member that leaves the team. The VLANs themselves
+// stay for as long as the team has other members.
+void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey,
+                                             const CRavString& strMemberKey, const CRavString& strVlanKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanFromTeamMember", &result);
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlanFromTeamMember, Member Key-%s", strMemberKey.c_str());
+    if (strTeamKey.IsEmpty() || strMemberKey.IsEmpty())
+        return;
+    Shielded(L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
+        std::vector<CRavString> keys;
+        CResult enumerated;
+        EnumerateVlans(enumerated, strTeamKey, keys);
+        if (!enumerated.Succeeded())
+        {
+            RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
+            return;
+        }
+        const CacheCleaner cleaner(*this);
+        const CNetCfgSession session(*this);
+        if (keys.empty())
+            result = CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
+        else if (strVlanKey.IsEmpty())
+            result = DeleteAllVlansFromMember(strTeamKey, strMemberKey, keys);
+        else
+            result = DeleteVlanFromMember(strTeamKey, strMemberKey, strVlanKey, keys);
+    });
+}
+
+CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                                const std::vector<CRavString>& vlanKeys)
+{
+    for (const CRavString& key : vlanKeys)
+    {
+        const CResult removed = DeleteVlanFromMember(strTeamKey, strMemberKey, key, vlanKeys);
+        if (!removed.Succeeded())
+            return removed;
+    }
+    return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
+}
+
+CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                            const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys)
+{
+    CRavXmsVlan* const vlan = GetVlan(strVlanKey);
+    if (vlan == nullptr ||
+        std::none_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); }))
+    {
+        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
+        return CResult();
+    }
+    int placeholderId = vlan->m_iVlanId;
+    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", placeholderId);
+    if (placeholderId == -1)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
+        placeholderId = 0;
+    }
+    vlan->m_iVlanId = placeholderId;
+    vlan->m_strParentKey = strTeamKey;
+    vlan->m_iParentType = RAV_PARENT_TEAM;
+    vlan->m_bOnTeamMember = true;
+    vlan->m_strMemberKey = strMemberKey;
+    vlan->m_strParentAdapterId = strMemberKey;
+    vlan->m_bMiniportRemoved = false;
+    std::vector<CRavString> members;
+    // While others carry the VLAN, its miniport has to stay.
+    vlan->m_bSkipMiniportRemoval = vlan->GetTeamMembers_v(strTeamKey, members) && members.size() > 1;
+    const CResult removed = vlan->RemoveVLANonAdapter(false);
+    if (removed.Succeeded())
+        return removed;
+    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
+                     strVlanKey.c_str(), strMemberKey.c_str());
+    return CResult();
+}
+
+// Nothing of the team's VLANs is left on the member: it goes back to the ordinary bindings.
+CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey)
+{
+    CRavXmsVlan placeholder(RAV_NEW_VLAN_KEY, *this);
+    placeholder.m_strParentKey = strTeamKey;
+    placeholder.m_iParentType = RAV_PARENT_TEAM;
+    placeholder.m_strMemberKey = strMemberKey;
+    if (!placeholder.BindMemberToTCPIP(strMemberKey))
+    {
+        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-DumX. fails");
+        return CResult();
+    }
+    RavTrace().Print(L"Exiting CVlanAgentWin::RemoveVlanFromTeamMember-X");
+    return CResult::Success();
+}

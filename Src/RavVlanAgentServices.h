@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Common/Src/RavResult.h"
+#include "Common/Src/RavString.h"
+
+#include <vector>
+
+class CRavCoreAgentPvtIntf;
+class CRavNetCfgInterface;
+class CRavTeamAgentPvtIntf;
+
+// All that a VLAN object may ask of its agent. The agent outlives its VLAN objects.
+class CRavVlanAgentServices
+{
+  public:
+    // The calling thread's network configuration session; null when the thread has none open.
+    virtual CRavNetCfgInterface* GetNetCfgInterface() = 0;
+    // The core agent; null when there is none.
+    virtual CRavCoreAgentPvtIntf* GetCoreInterface() = 0;
+    // The team agent, loaded anew; null when there is none. A pointer from an earlier call is no longer valid.
+    virtual CRavTeamAgentPvtIntf* LoadTeamAgent() = 0;
+    // The keys of the VLANs whose parent is the given adapter or team, in enumeration order.
+    virtual CResult EnumerateVlansOnParent(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) = 0;
+    // Queue a miniport for the passes that run when the transaction is applied.
+    virtual void QueueForReload(const CRavString& strMiniportInst) = 0;
+    virtual void QueueForUnload(const CRavString& strMiniportInst) = 0;
+
+  protected:
+    ~CRavVlanAgentServices() = default;
+};

@@ -1,0 +1,243 @@
+// What stands against a request to create VLANs. Nothing here changes anything.
+
+#include "Src/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/OsVersion.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavCoreInterface.h"
+#include "Src/RavVlanIdRange.h"
+#include "Src/RavVlanMessages.h"
+#include "Src/RavXmsVlan.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace
+{
+constexpr size_t MAX_NAME_LENGTH = 32;
+constexpr wchar_t FORBIDDEN_CHARACTERS[] = L"/\\*:><|?\"";
+constexpr size_t MAX_VLANS = 64;
+constexpr size_t MAX_VLANS_OF_VIRTUAL_DEVICE = 63;
+
+void Add(CRavVlanMessages& messages, DWORD code, DWORD category, DWORD severity)
+{
+    RAV_VALIDATION_MESSAGE message;
+    message.dwCode = code;
+    message.dwCategory = category;
+    message.dwSeverity = severity;
+    message.parameters.emplace_back();
+    messages.push_back(message);
+}
+
+void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+{
+    Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
+}
+
+void Warn(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+{
+    Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
+}
+} // namespace
+
+void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
+                                    const CRavString& strVlanName, CRavVlanMessages& messages,
+                                    const RAV_CLIENT_ID& client)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
+    Shielded(L"CVlanAgentWin::ValidateNewVlan", result, [&] {
+        ValidateParent(messages, strParentKey, client);
+        ValidateIds(messages, strParentKey, strVlanNumbers, strVlanName);
+        result = CResult::Success();
+    });
+}
+
+void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey,
+                                   const RAV_CLIENT_ID& client)
+{
+    CResult result;
+    bool supports = false;
+    bool notLoaded = false;
+    bool teamFlag = false;
+    DoesParentSupportVlans(result, strParentKey, supports, notLoaded, teamFlag, client);
+    if (!result.Succeeded())
+        RavTrace().Print(L"DoesParentSupportVlans returned error!");
+    else if (COSType::IsWin10WithXMSBlock())
+        Stop(messages, RAV_MSG_XMS_BLOCKED);
+    else if (teamFlag)
+        Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+    else if (notLoaded)
+        Stop(messages, RAV_MSG_DRIVER_NOT_LOADED);
+
+    bool vmqEnabled = false;
+    bool isTeam = false;
+    IsParentVmqEnabled(result, strParentKey, vmqEnabled, isTeam, client);
+    if (!result.Succeeded())
+        RavTrace().Print(L"IsParentVmqEnabled returned error!");
+
+    if (isTeam)
+        ValidateTeam(messages, vmqEnabled, teamFlag);
+    else if (supports)
+        ValidateAdapter(messages, strParentKey, vmqEnabled);
+    else
+    {
+        bool member = false;
+        m_pCoreInterface->IsBoundToTeam(strParentKey, member);
+        Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
+    }
+}
+
+void CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled)
+{
+    if (!m_pCoreInterface->IsDeviceCorvo(strAdapter))
+    {
+        Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
+        return;
+    }
+    if (!m_pCoreInterface->IsDriverSupportingVORN(strAdapter))
+        Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
+    if (bVmqEnabled)
+        Warn(messages, RAV_MSG_VMQ_ON_ADAPTER);
+}
+
+// Creating VLANs over teams is not offered yet, whatever the team itself says.
+void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled, bool bTeamFlag)
+{
+    if (!bTeamFlag)
+        Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+    if (bVmqEnabled)
+        Warn(messages, RAV_MSG_VMQ_ON_TEAM);
+}
+
+void CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
+                                const CRavString& strVlanNumbers, const CRavString& strVlanName)
+{
+    std::vector<DWORD> ids;
+    if (!GetVlanIDsFromRange(strVlanNumbers, ids))
+    {
+        Stop(messages, RAV_MSG_ID_NOT_VALID);
+        return;
+    }
+    if (ids.size() > 1)
+        ValidateVlanRange(messages, ids, strVlanName, strParentKey);
+    else if (strVlanName == RAV_AUTO_VLAN_NAMES)
+        ValidateVlan(messages, RAV_NEW_VLAN_KEY, GenerateVlanName(strParentKey, ids.front()), ids.front(),
+                     strParentKey);
+    else
+        ValidateVlan(messages, RAV_NEW_VLAN_KEY, strVlanName, ids.front(), strParentKey);
+}
+
+bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::vector<DWORD>& ids)
+{
+    return RavParseVlanIds(strVlanNumbers, ids);
+}
+
+bool CVlanAgentWin::EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
+{
+    CResult result;
+    EnumerateVlans(result, strParentKey, vlanKeys);
+    if (!result.Succeeded())
+        RavTrace().Print(L"ERROR:  unable to enumerate vlasns!");
+    return result.Succeeded();
+}
+
+void CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                 const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey)
+{
+    RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s, vlanId=%d", strVlanKey.c_str(), strVlanName.c_str(),
+                     dwVlanId);
+    std::vector<CRavString> vlans;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return;
+    ValidateVlanName(messages, strVlanKey, strVlanName, vlans);
+    if (dwVlanId > RAV_MAX_VLAN_ID)
+        return Stop(messages, RAV_MSG_ID_TOO_LARGE);
+    const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
+    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+        return Stop(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
+    if (isNew && vlans.size() >= MAX_VLANS)
+        return Stop(messages, RAV_MSG_PARENT_FULL);
+    if (dwVlanId == 0 && (vlans.empty() || (vlans.size() == 1 && !isNew)))
+        return Stop(messages, RAV_MSG_UNTAGGED_ALONE);
+    for (const CRavString& key : vlans)
+    {
+        CResult read;
+        RAV_VLAN_INFO info;
+        if (key.CompareI(strVlanKey))
+            continue;
+        GetVlanInfo(read, key, info);
+        if (!read.Succeeded())
+            continue;
+        if (info.vlanId == dwVlanId)
+            return Stop(messages, RAV_MSG_ID_IN_USE);
+        if (info.vlanName.CompareI(strVlanName))
+            return Stop(messages, RAV_MSG_NAME_IN_USE);
+    }
+}
+
+void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                     const CRavString& strVlanName, const std::vector<CRavString>& vlanKeys)
+{
+    RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s", strVlanKey.c_str(), strVlanName.c_str());
+    if (strVlanName.IsEmpty())
+        return Stop(messages, RAV_MSG_NAME_EMPTY);
+    if (strVlanName.front() == L' ')
+        return Stop(messages, RAV_MSG_NAME_BEGINS_BLANK);
+    if (strVlanName.Length() > MAX_NAME_LENGTH)
+        return Stop(messages, RAV_MSG_NAME_TOO_LONG);
+    if (wcscspn(strVlanName, FORBIDDEN_CHARACTERS) != strVlanName.Length())
+        return Stop(messages, RAV_MSG_NAME_CHARACTER);
+    if (HasVlanNamed(vlanKeys, strVlanName, strVlanKey))
+        return Stop(messages, RAV_MSG_NAME_IN_USE);
+}
+
+bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
+                                 const CRavString& strExceptKey)
+{
+    return std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) {
+        CResult read;
+        RAV_VLAN_INFO info;
+        if (key.CompareI(strExceptKey))
+            return false;
+        GetVlanInfo(read, key, info);
+        return read.Succeeded() && info.vlanName.CompareI(strVlanName);
+    });
+}
+
+void CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids,
+                                      const CRavString& strVlanName, const CRavString& strParentKey)
+{
+    if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
+        Stop(messages, RAV_MSG_ID_NOT_VALID);
+    std::vector<CRavString> vlans;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return;
+    const size_t total = ids.size() + vlans.size();
+    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+        Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
+    else if (total > MAX_VLANS)
+        Stop(messages, RAV_MSG_PARENT_OVERFULL);
+
+    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    std::vector<DWORD> sorted(ids);
+    std::sort(sorted.begin(), sorted.end());
+    // The same id twice, or one name for several, would clash as soon as the first of them exists.
+    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+        Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+    if (!generated)
+        Stop(messages, RAV_MSG_NAME_IN_USE);
+    for (const CRavString& key : vlans)
+    {
+        CResult read;
+        RAV_VLAN_INFO info;
+        GetVlanInfo(read, key, info);
+        if (!read.Succeeded())
+            continue;
+        if (std::binary_search(sorted.begin(), sorted.end(), info.vlanId))
+            Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+        if (!generated && info.vlanName.CompareI(strVlanName))
+            Stop(messages, RAV_MSG_NAME_IN_USE);
+    }
+}

@@ -1,0 +1,329 @@
+// Creating a VLAN over an adapter: the two sequences and the steps that are not plain registry writes.
+
+#include "Src/RavXmsVlan.h"
+
+#include "Common/Intf/RavAdvSvcNetCfgComponent.h"
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavNameTable.h"
+#include "Src/RavNetCfgWriteLock.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanCreate";
+constexpr wchar_t MEDIA_TYPE_ETHERNET[] = L"0";
+constexpr DWORD OID_NEW_VLAN = 0xFF010109;
+constexpr size_t OID_NAME_SIZE = 256;
+
+// What the driver is told: the device name of the new miniport, in single-byte characters, not terminated.
+#pragma pack(push, 1)
+struct NEW_VLAN_ANNOUNCEMENT
+{
+    USHORT usLength;
+    char name[OID_NAME_SIZE];
+};
+#pragma pack(pop)
+static_assert(sizeof(NEW_VLAN_ANNOUNCEMENT) == 258, "the driver refuses any other size");
+
+// Removes the VLAN's miniport again unless the sequence is finished.
+class InstalledMiniport
+{
+  public:
+    explicit InstalledMiniport(CRavXmsVlan& vlan) : m_vlan(vlan) {}
+    ~InstalledMiniport()
+    {
+        if (m_undo)
+            m_vlan.RemoveVirtualMiniport();
+    }
+    InstalledMiniport(const InstalledMiniport&) = delete;
+    InstalledMiniport& operator=(const InstalledMiniport&) = delete;
+    void Keep() { m_undo = false; }
+
+  private:
+    CRavXmsVlan& m_vlan;
+    bool m_undo = true;
+};
+} // namespace
+
+void CRavXmsVlan::CreatVlanOnAdapter(int& status)
+{
+    status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::CreatVlanOnAdapter", &status);
+    int count = 0;
+    if (!GetTotNoOfVlansOnThisParent(count))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTotNoOfVlansOnThisParent failed.");
+        return;
+    }
+    m_bFirstVlan = count == 0;
+    if (m_bFirstVlan)
+        CreatFirstVlanOnAdapter(status);
+    else
+        CreatFurtherVlanOnAdapter(status);
+    UnloadMiniportDuringApplyDone();
+}
+
+bool CRavXmsVlan::RunSteps(std::initializer_list<Step> steps)
+{
+    for (const Step& step : steps)
+    {
+        int status = -1;
+        (this->*step.run)(status);
+        if (status == 0)
+            continue;
+        if (step.failure != nullptr)
+            RavTrace().Error(SOURCE_FILE, __LINE__, step.failure);
+        m_iFailedStep = step.exit;
+        return false;
+    }
+    return true;
+}
+
+void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
+{
+    status = -1;
+    RavTrace().Print(L"Entering CRavXmsVlan::CreatFirstVlanOnAdapter");
+    const int exit = RunFirstVlanSequence();
+    if (exit == 0)
+    {
+        status = 0;
+        RavTrace().Print(L"Exiting CRavXmsVlan::CreatFirstVlanOnAdapter.");
+    }
+    else
+        RavTrace().Print(L"Exiting CRavXmsVlan::CreatFirstVlanOnAdapter-%d", exit);
+}
+
+// The number of the exit that was taken, which counts down as the sequence advances; 0 for success.
+int CRavXmsVlan::RunFirstVlanSequence()
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (netCfg == nullptr)
+        return 13;
+    CRavNetCfgWriteLock lock(*netCfg);
+    if (!lock.IsHeld())
+        return 12;
+    if (!RunSteps({{&CRavXmsVlan::SetupVlanParentRegistry, 11, L"ERROR: SetupVlanParentRegistry failed."},
+                   {&CRavXmsVlan::ReloadParent, 10, L"ERROR: DoReload failed."}}))
+        return m_iFailedStep;
+    if (!InstallMiniport())
+        return 9;
+    InstalledMiniport installed(*this);
+    if (!RunSteps({{&CRavXmsVlan::PrepareMiniport, 9, nullptr},
+                   {&CRavXmsVlan::NameMiniport, 9, nullptr},
+                   {&CRavXmsVlan::GenNewLogicalGroupId, 8, nullptr},
+                   {&CRavXmsVlan::SaveParentAdptrToReg, 7, nullptr},
+                   {&CRavXmsVlan::SaveVlanParamsToReg, 6, nullptr},
+                   {&CRavXmsVlan::BindParent, 5, nullptr},
+                   {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}}))
+        return m_iFailedStep;
+    installed.Keep();
+    return FinishCreation(lock) ? 0 : 2;
+}
+
+void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
+{
+    status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::CreatFurtherVlanOnAdapter", &status);
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (netCfg == nullptr)
+        return;
+    CRavNetCfgWriteLock lock(*netCfg);
+    if (!lock.IsHeld() || !RunSteps({{&CRavXmsVlan::TakeParentLogicalGroupId, 0, nullptr},
+                                     {&CRavXmsVlan::TraceTaggedVlans, 0, L"ERROR: IsParentWithTaggedVlan failed."},
+                                     {&CRavXmsVlan::ReloadParent, 0, L"ERROR: DoReload failed."}}))
+        return;
+    if (!InstallMiniport())
+        return;
+    InstalledMiniport installed(*this);
+    // The two saves stand the other way round than for the first VLAN; the driver relies on it.
+    if (!RunSteps({{&CRavXmsVlan::PrepareMiniport, 0, nullptr},
+                   {&CRavXmsVlan::NameMiniport, 0, nullptr},
+                   {&CRavXmsVlan::SaveVlanParamsToReg, 0, nullptr},
+                   {&CRavXmsVlan::SaveParentAdptrToReg, 0, nullptr},
+                   {&CRavXmsVlan::SetParentAdapterNA, 0, nullptr}}))
+        return;
+    installed.Keep();
+    if (FinishCreation(lock))
+        status = 0;
+}
+
+bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
+{
+    if (SUCCEEDED(lock.Release()))
+        return true;
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
+    DeleteVlanMiniport();
+    return false;
+}
+
+// --- steps ----------------------------------------------------------------------------------------------------------
+
+void CRavXmsVlan::ReloadParent(int& status)
+{
+    status = DoReload().Succeeded() ? 0 : -1;
+}
+
+CResult CRavXmsVlan::DoReload()
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavXmsVlan::DoReload", &result);
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr)
+        return result;
+    const bool team = m_iParentType == RAV_PARENT_TEAM;
+    bool alsoMembers = team;
+    if (!team)
+        core->IsBoundToTeam(m_strParentKey, alsoMembers);
+    RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
+    if (alsoMembers && !team)
+    {
+        // VLANs go over the team, never over one of its members.
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid program state.");
+        return result;
+    }
+    std::vector<CRavString> adapters{m_strParentKey};
+    if (team)
+    {
+        RavTrace().Print(L"reloading all member adapters.");
+        if (!GetTeamMembers_v(m_strParentKey, adapters))
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: EnumerateMemberAdapters failed.");
+            return result;
+        }
+    }
+    result = CResult::Success();
+    for (const CRavString& adapter : adapters)
+    {
+        // Queued, not done now: the loaded driver is still to be told of the VLAN.
+        const CResult unloaded = core->UnloadMiniportDuringApplyDone(adapter);
+        if (!unloaded.Succeeded())
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: UnloadMiniport failed.");
+            result = unloaded;
+        }
+    }
+    return result;
+}
+
+bool CRavXmsVlan::InstallMiniport()
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::InstallMiniport", &done);
+    m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>();
+    CRavString instance;
+    done = m_pNetCfgComponent->InstallVirtualComponent(*GetNetCfgInterface(), instance) == 0;
+    if (!done)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: InstallVirtualComponent failed.");
+        return false;
+    }
+    m_strMiniportInst = instance;
+    m_strVlanNetCfgInstanceId = instance;
+    m_strVlanKey = instance;
+    m_ravVlanInfo.vlanKey = instance;
+    return done;
+}
+
+void CRavXmsVlan::PrepareMiniport(int& status)
+{
+    status = -1;
+    SetMiniportInstance(m_strMiniportInst);
+    if (!CreateNetCfgComponentObj(*GetNetCfgInterface()))
+        m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strMiniportInst); // for the undo
+    else if (SetParameter(RAV_PARAMETER::Text(RavName(RAV_NAME_MEDIA_TYPE), MEDIA_TYPE_ETHERNET)).Succeeded())
+        status = 0;
+}
+
+void CRavXmsVlan::NameMiniport(int& status)
+{
+    ConstructVlanDisplayName(status);
+    if (status == 0)
+        SetMiniportDisplayName(status);
+}
+
+void CRavXmsVlan::BindParent(int& status)
+{
+    status = BindParentAdapterToXms() ? 0 : -1;
+}
+
+bool CRavXmsVlan::BindParentAdapterToXms()
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::BindParentAdapterToXms", &done);
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    CRavAdvSvcNetCfgComponent component;
+    done = netCfg != nullptr && component.BindAdapterToXms(*netCfg, m_strParentKey) == 0;
+    return done;
+}
+
+void CRavXmsVlan::TraceTaggedVlans(int& status)
+{
+    bool tagged = false;
+    status = IsParentWithTaggedVlan(tagged) ? 0 : -1;
+    if (status == 0)
+        RavTrace().Print(L"IsUntagged: %s is_parent_with_tagged_vlans: %s", IsUntagged() ? L"true" : L"false",
+                         tagged ? L"true" : L"false");
+}
+
+CRavAdapter* CRavXmsVlan::ParentAdapter()
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (!m_pParentAdapter && netCfg != nullptr)
+    {
+        auto adapter = std::make_unique<CRavAdapter>(m_strParentKey);
+        if (adapter->Initialize(*netCfg).Succeeded())
+            m_pParentAdapter = std::move(adapter);
+    }
+    return m_pParentAdapter.get();
+}
+
+void CRavXmsVlan::UnloadMiniport()
+{
+    m_services.QueueForUnload(m_strMiniportInst);
+}
+
+void CRavXmsVlan::UnloadMiniportDuringApplyDone()
+{
+    const CRavTraceScope trace(L"CRavXmsVlan::UnloadMiniportDuringApplyDone");
+    m_services.QueueForUnload(m_strMiniportInst);
+}
+
+bool CRavXmsVlan::SendNewVlanOid()
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::SendNewVlanOid", &done);
+    CRavAdapter* const parent = ParentAdapter();
+    if (parent == nullptr || !parent->IsDriverLoaded(*GetNetCfgInterface()))
+        return false;
+    const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanNetCfgInstanceId;
+    NEW_VLAN_ANNOUNCEMENT announcement = {};
+    // GUID text is ASCII: each character is one byte.
+    const size_t length = std::min(device.Length(), OID_NAME_SIZE);
+    std::transform(device.begin(), device.begin() + static_cast<ptrdiff_t>(length), announcement.name,
+                   [](wchar_t character) { return static_cast<char>(character); });
+    announcement.usLength = static_cast<USHORT>(length);
+    BYTE payload[sizeof(announcement)];
+    memcpy(payload, &announcement, sizeof(announcement));
+    try
+    {
+        CRavMiniportDrv& driver = *parent->GetMiniportDrv();
+        if (driver.OpenDriver())
+        {
+            done = driver.SetOid(OID_NEW_VLAN, payload, sizeof(payload));
+            driver.CloseDriver();
+        }
+        else
+            RavTrace().Print(L"CRavXmsVlan::SendNewVlanOid, OpenDriver fails.");
+    }
+    catch (...)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid - Exception caught");
+        done = false;
+    }
+    RavTrace().Print(done ? L"SendNewVlanOid succeeds." : L"SendNewVlanOid fails.");
+    return done;
+}

@@ -1,0 +1,357 @@
+// Removing a VLAN from its parent.
+
+#include "Src/RavXmsVlan.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/OsVersion.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavNameTable.h"
+#include "Src/RavNetCfgWriteLock.h"
+#include "Src/TaggingModeSpy.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRemove";
+constexpr DWORD CLASS_NO_WRITE_LOCK = 2;
+constexpr DWORD CODE_REBOOT_PENDING = static_cast<DWORD>(-333);
+constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
+constexpr DWORD FAILURE = CResult::FAILED;
+
+bool WriteText(CRavRegKey& key, const CRavString& name, const wchar_t* value)
+{
+    CRavString text(value);
+    return key.SetValue(name, text, false);
+}
+
+// Deletes the key at a path below HKEY_LOCAL_MACHINE with all below it; that it is not there is no matter.
+void DeleteTree(const CRavString& parentPath, const CRavString& name)
+{
+    CRavRegKey parent;
+    if (parent.Open(HKEY_LOCAL_MACHINE, parentPath, true))
+        parent.DeleteSubKey(name);
+}
+} // namespace
+
+// A VLAN counts as being removed for as long as one of these lives.
+class CRavXmsVlan::RemovalMark
+{
+  public:
+    explicit RemovalMark(CRavXmsVlan& vlan) : m_vlan(vlan) { m_vlan.m_bBeingRemoved = true; }
+    ~RemovalMark()
+    {
+        m_vlan.m_bBeingRemoved = false;
+        m_vlan.m_bRemovedByTeam = false;
+    }
+    RemovalMark(const RemovalMark&) = delete;
+    RemovalMark& operator=(const RemovalMark&) = delete;
+
+  private:
+    CRavXmsVlan& m_vlan;
+};
+
+CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
+{
+    CResult result(0, FAILURE);
+    const CRavTraceScope trace(L"CRavXmsVlan::RemoveVLANonAdapter", &result);
+    int count = 0;
+    GetTotNoOfVlansOnThisParent(count);
+    const bool last = count <= 1;
+    const RemovalMark mark(*this);
+    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey;
+    UpdateTaggingBeforeRemoval(path);
+    if (GetNetCfgInterface() == nullptr)
+    {
+        RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), pNetCfg = NULL");
+        result.ulErrCode = FAILURE;
+        return result;
+    }
+    if (!UpdateRegistryForRemoval(last, bSkipMemberCleanup, path, result))
+        return result;
+    if (m_bMiniportRemoved || m_bSkipMiniportRemoval)
+        return result;
+    if (last && m_iParentType == RAV_PARENT_TEAM)
+        DoLastVoTTAOps(m_strParentKey);
+    RemoveMiniportOnce(result);
+    return result;
+}
+
+void CRavXmsVlan::UpdateTaggingBeforeRemoval(const CRavString& strPath)
+{
+    CRavRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, strPath, true))
+    {
+        RavTrace().Print(L"ERROR: could not open XMS key. path: %s", strPath.c_str());
+        return;
+    }
+    int status = -1;
+    TaggingModeSpy(*this).SetTaggingModeDisguise(status, key, L"");
+    if (status != 0)
+        RavTrace().Print(L"ERROR: SetTaggingModeDisguise failed. ");
+}
+
+// Whether the lock was had; the caller's callers tell the cases apart by the class.
+bool CRavXmsVlan::TellLock(const CRavNetCfgWriteLock& lock, CResult& result)
+{
+    if (lock.IsHeld())
+        return true;
+    RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() - Acq write lock fails");
+    result.ulErrClass = CLASS_NO_WRITE_LOCK;
+    result.ulErrCode = lock.Status() == NETCFG_E_NEED_REBOOT ? CODE_REBOOT_PENDING : 0;
+    return false;
+}
+
+bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, const CRavString& strPath,
+                                           CResult& result)
+{
+    CRavNetCfgWriteLock lock(*GetNetCfgInterface());
+    if (!TellLock(lock, result))
+        return false;
+    const bool done =
+        bLast ? UpdateForLastVlan(bSkipMemberCleanup, strPath, result) : UpdateForOneOfSeveral(strPath, result);
+    if (SUCCEEDED(lock.Release()))
+        return done;
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
+    result.ulErrCode = FAILURE;
+    return false;
+}
+
+bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& strPath, CResult& result)
+{
+    const CResult reloaded = DoReload();
+    if (!reloaded.Succeeded())
+    {
+        RavTrace().Print(L"ERROR: RemoveVLANonAdapter() fails");
+        result = reloaded;
+        result.ulErrCode = FAILURE;
+        return false;
+    }
+    const bool team = m_iParentType == RAV_PARENT_TEAM;
+    const bool onMember = m_bOnTeamMember && team;
+    // The driver's entry of an adapter goes with the clean-up; only a member's is brought up to date here.
+    if (!CleanUpParent(onMember ? m_strMemberKey : m_strParentKey, onMember && bSkipMemberCleanup))
+    {
+        result.ulErrCode = FAILURE;
+        return false;
+    }
+    if (onMember && !UpdoXMSProtocolKeyAdptr(true, strPath))
+    {
+        RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdoXMSProtocolKeyAdptr fails-3.Extng");
+        result.ulErrCode = FAILURE;
+        return false;
+    }
+    return UpdateParentKey(true, L"CRavXmsVlan::RemoveVLANonAdapter(), UpdOOOKeyAdptr() fails. Extng.", result);
+}
+
+bool CRavXmsVlan::CleanUpParent(const CRavString& strAdapter, bool bSkip)
+{
+    if (bSkip || GetNetCfgInterface()->CleanUpAdapterFromXms(strAdapter, true) == 0)
+        return true;
+    RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), pNetCfg->CleanUpAdapterFromXms() fails.Extng");
+    return false;
+}
+
+bool CRavXmsVlan::UpdateForOneOfSeveral(const CRavString& strPath, CResult& result)
+{
+    if (IsUntagged() || CountNumberTaggedVlans() == 1)
+    {
+        const CResult reloaded = DoReload();
+        if (!reloaded.Succeeded())
+        {
+            RavTrace().Print(L"ERROR: DoReload failed.");
+            result = reloaded;
+            return false;
+        }
+    }
+    RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), Hot vlan remove init");
+    if (!UpdoXMSProtocolKeyAdptr(false, strPath))
+    {
+        RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdoXMSProtocolKeyAdptr fails-2.Extng");
+        result.ulErrCode = FAILURE;
+        return false;
+    }
+    return UpdateParentKey(false, L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdOOOKeyAdptr fails-3.Extng", result);
+}
+
+bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result)
+{
+    if (m_iParentType == RAV_PARENT_TEAM)
+        GetOOOKeyFromVk(m_strMemberKey);
+    const bool done = UpdOOOKeyAdptr(bLast);
+    CloseParentClassKey();
+    if (!done)
+    {
+        RavTrace().Print(failure);
+        result.ulErrCode = FAILURE;
+    }
+    return done;
+}
+
+void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
+{
+    m_bMiniportRemoved = true; // before the lock: a failure below is not to be tried again
+    CRavNetCfgWriteLock lock(*GetNetCfgInterface());
+    if (!TellLock(lock, result))
+        return;
+    if (!RemoveMiniportByCharacteristics(L"CRavXmsVlan::RemoveVLANonAdapter() characteristics=0x%X"))
+    {
+        RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");
+        result.ulErrCode = FAILURE;
+    }
+    if (FAILED(lock.Release()))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
+        result.ulErrCode = FAILURE;
+    }
+}
+
+// Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
+bool CRavXmsVlan::RemoveMiniportByCharacteristics(const wchar_t* traceFormat)
+{
+    RAV_PARAMETER parameter;
+    parameter.strName = RavName(RAV_NAME_CHARACTERISTICS);
+    GetParameter(parameter);
+    RavTrace().Print(traceFormat, parameter.dwValue);
+    const bool ours = (parameter.dwValue & NOT_USER_REMOVABLE) != 0 || COSType::IsNt6OrLater();
+    return !ours || RemoveVirtualMiniport();
+}
+
+bool CRavXmsVlan::RemoveVirtualMiniport()
+{
+    RavTrace().Print(L"Entering CRavXmsVlan::RemoveVirtualMiniport");
+    bool done = false;
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (!m_pNetCfgComponent || netCfg == nullptr)
+        RavTrace().Print(L"CRavXmsVlan::RemoveVirtualMiniport fails, m_pNetCfgComponent=NULL");
+    else
+    {
+        RavTrace().Print(L"CRavXmsVlan::RemoveVirtualMiniport for-%s", m_strVlanKey.c_str());
+        m_ownKey.Close(); // the key goes with the miniport
+        done = m_pNetCfgComponent->RemoveVirtualComponent(*netCfg, m_strVlanKey) == 0;
+        if (!done)
+            RavTrace().Print(L"CRavXmsVlan::RemoveVirtualMiniport, iRet!=0, bad");
+    }
+    RavTrace().Print(L"Exiting CRavXmsVlan::RemoveVirtualMiniport");
+    return done;
+}
+
+bool CRavXmsVlan::DeleteVlanMiniport()
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::DeleteVlanMiniport", &done);
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (netCfg == nullptr)
+    {
+        RavTrace().Print(L"CRavXmsVlan::DeleteVlanMiniport fails.pNetCfg=NULL.");
+        return false;
+    }
+    // Whether the lock was had is not asked: without it the removal fails by itself.
+    CRavNetCfgWriteLock lock(*netCfg);
+    done = RemoveMiniportByCharacteristics(L"CRavXmsVlan::DeleteVlanMiniport() characteristics=0x%X");
+    done = SUCCEEDED(lock.Release()) && done;
+    return done;
+}
+
+// --- the parent's instance key
+// ----------------------------------------------------------------------------------------
+
+bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
+{
+    bool done = true;
+    const CRavTraceScope trace(L"CRavXmsVlan::UpdOOOKeyAdptr", &done);
+    const bool team = m_iParentType == RAV_PARENT_TEAM;
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr || !core->IsDeviceCorvo(team ? m_strMemberKey : m_strParentKey))
+        return done;
+    const HKEY handle = GetMyRegistryKey(team ? CRavString() : m_strParentKey);
+    CRavRegKey key;
+    done = handle != nullptr && key.Open(handle, L"", true);
+    if (!done)
+        RavTrace().Print(L"CRavXmsVlan::UpdOOOKeyAdptr fails, hKey=NULL");
+    else if (bLastVlan)
+        done = ResetParentKey(key);
+    else
+        DeleteVlanID(key.GetHKey(), m_iVlanId);
+    if (!done)
+        RavTrace().Print(L"CRavXmsVlan::UpdOOOKeyAdptr,Key Updation error.");
+    return done;
+}
+
+bool CRavXmsVlan::ResetParentKey(CRavRegKey& key)
+{
+    key.DeleteValue(RavName(RAV_NAME_XMS_LOADED));
+    bool done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"");
+    key.DeleteValue(RavName(RAV_NAME_VLAN_ID));
+    key.DeleteValue(RavName(RAV_NAME_VLAN_MODE));
+    if (!WriteText(key, RavName(RAV_NAME_VLAN_FILTERING), L"0"))
+        RavTrace().Print(L"UpdOOOKeyAdptr() - error updating the VlanFiltering reg value to 0 when the last vlan is "
+                         L"removed.");
+    done = WriteText(key, RavName(RAV_NAME_TAGGING_MODE), L"0") && done;
+    if (m_iParentType == RAV_PARENT_TEAM)
+        done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"") && done;
+    return done;
+}
+
+// --- the driver's entry
+// -----------------------------------------------------------------------------------------------
+
+bool CRavXmsVlan::UpdoXMSProtocolKeyAdptr(bool bLastVlan, CRavString strPath)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::UpdoXMSProtocolKeyAdptr", &done);
+    const bool onMember = m_bOnTeamMember && m_iParentType == RAV_PARENT_TEAM;
+    if (onMember && m_bSkipMiniportRemoval)
+    {
+        DeleteTree(RavName(RAV_NAME_DRIVER_ADAPTERS_KEY), m_strMemberKey);
+        DeleteTree(RavName(RAV_NAME_DRIVER_CONFIGURATION_KEY), m_strMemberKey);
+        RavTrace().Print(L"Exinting CRavXmsVlan::UpdoXMSProtocolKeyAdptr-2");
+        done = true;
+        return done;
+    }
+    if (onMember)
+        strPath = strPath + L"\\" + m_strMemberKey;
+    CRavRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, strPath, true))
+        return false;
+    if (onMember && bLastVlan)
+    {
+        key.DeleteValue(RavName(RAV_NAME_TAGGING_MODE));
+        RavTrace().Print(L"Exiting CRavXmsVlan::UpdoXMSProtocolKeyAdptr-xx99.");
+        done = true;
+        return done;
+    }
+    done = bLastVlan ? key.DeleteSubKey(m_strParentKey) : RemoveFromBindingList();
+    return done;
+}
+
+bool CRavXmsVlan::RemoveFromBindingList()
+{
+    const CRavString adapter = m_iParentType == RAV_PARENT_TEAM ? m_strMemberKey : m_strParentKey;
+    CRavRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter, true))
+        return false;
+    const CRavString name = RavName(RAV_NAME_BINDING_LIST);
+    std::vector<CRavString> bindings;
+    bool done = key.GetValue(name, bindings);
+    if (done)
+    {
+        RavTrace().Print(L"Size of MiniportBndgLst strCollection: %d", static_cast<int>(bindings.size()));
+        const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
+        std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
+        done = key.SetValue(name, bindings);
+    }
+    return DecreaseBindingCount(key) && done;
+}
+
+// A count of 1 or less cannot be right here: it is kept, and the update fails.
+bool CRavXmsVlan::DecreaseBindingCount(CRavRegKey& key)
+{
+    const CRavString name = RavName(RAV_NAME_BINDING_LIST_COUNT);
+    DWORD count = 0;
+    if (!key.GetValue(name, count))
+        return false;
+    const bool plausible = count > 1;
+    return key.SetValue(name, plausible ? count - 1 : count) && plausible;
+}

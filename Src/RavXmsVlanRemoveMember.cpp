@@ -1,0 +1,155 @@
+// What removing a VLAN over a team changes on one of the team's members.
+
+#include "Src/RavXmsVlan.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavNameTable.h"
+#include "Src/RavNetCfgWriteLock.h"
+#include "Src/TaggingModeSpy.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRemoveMember";
+} // namespace
+
+bool CRavXmsVlan::UpdateTeamMemberOOOKey2ReflectRemovedVlan(const CRavString& strMember, bool bLastVlan, int iVlanId)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::UpdateTeamMemberOOOKey2ReflectRemovedVlan", &done);
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr)
+    {
+        RavTrace().Print(L"Unable to get core interface");
+        return false;
+    }
+    done = true;
+    if (!core->IsDeviceCorvo(strMember))
+        return done;
+    if (bLastVlan)
+    {
+        core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_ID));
+        core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_MODE));
+        core->SetParameter(strMember, RAV_PARAMETER::Text(RavName(RAV_NAME_VLAN_FILTERING), L"0"));
+        core->SetParameter(strMember, RAV_PARAMETER::Text(RavName(RAV_NAME_TAGGING_MODE), L"0"));
+        return done;
+    }
+    done = RemoveIdFromMember(strMember, iVlanId);
+    return done;
+}
+
+bool CRavXmsVlan::RemoveIdFromMember(const CRavString& strMember, int iVlanId)
+{
+    {
+        const CRavParentKeyBorrow borrowed(*this);
+        CRavRegKey key;
+        if (GetMyRegistryKey(strMember) == nullptr || !key.Open(GetParentClassKey(), L"", true))
+        {
+            RavTrace().Print(L"CRavXmsVlan::UpdTeamMemberOOOKey2ReflectRemovedVlan fails.Extng-1.");
+            return false;
+        }
+        std::vector<CRavString> ids;
+        if (!key.GetValue(RavName(RAV_NAME_VLAN_ID), ids))
+            return true;
+        std::erase_if(ids, [&](const CRavString& id) { return _wtoi(id) == iVlanId || _wtoi(id) == 0; });
+        if (ids.empty())
+            RemoveRegValuesWhenOnlyUntagged(key.GetHKey());
+        else if (!key.SetValue(RavName(RAV_NAME_VLAN_ID), ids))
+        {
+            RavTrace().Print(L"ERROR: CRavXmsVlan::UpdTeamMemberOOOKey2ReflectRemovedVlan fails.Extng-2.");
+            return false;
+        }
+    }
+    UpdateMemberTagging(strMember);
+    return true;
+}
+
+void CRavXmsVlan::UpdateMemberTagging(const CRavString& strMember)
+{
+    const HKEY handle = OpenoXMSKeyForAdapterID(strMember);
+    if (handle == nullptr)
+    {
+        RavTrace().Print(L"ERROR: OpenoXMSKeyForAdapterID failed. strMember: %s", strMember.c_str());
+        return;
+    }
+    CRavRegKey key(handle);
+    int status = -1;
+    TaggingModeSpy(*this).SetTaggingModeDisguise(status, key, strMember);
+    if (status != 0)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetTaggingModeDisguise failed.");
+}
+
+bool CRavXmsVlan::UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(const CRavString& strMember, bool bLastVlan)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan", &done);
+    const auto failed = [](int exit) {
+        RavTrace().Print(L"CRavXmsVlan::UpdTeamMemberoXmsProtKey2ReflectRemovedVlan fails.Extng-%d.", exit);
+        return false;
+    };
+    CRavRegKey key;
+    if (!key.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strMember, true, false))
+        return failed(1);
+    if (bLastVlan)
+    {
+        key.DeleteValue(RavName(RAV_NAME_TAGGING_MODE));
+        done = true;
+        return done;
+    }
+    std::vector<CRavString> bindings;
+    if (!key.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+        return false;
+    const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
+    std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
+    if (!key.SetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+        return failed(2);
+    DWORD count = 0;
+    if (!key.GetValue(RavName(RAV_NAME_BINDING_LIST_COUNT), count))
+        return failed(5);
+    if (count < 2)
+        return failed(3);
+    if (!key.SetValue(RavName(RAV_NAME_BINDING_LIST_COUNT), count - 1))
+        return failed(4);
+    done = true;
+    return done;
+}
+
+bool CRavXmsVlan::DoLastVoTTAOps(const CRavString& strTeam)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::DoLastVoTTAOps", &done);
+    if (!LoadTeamAgent())
+    {
+        RavTrace().Print(L"CRavXmsVlan::DoLastVoTTAOps fails.pTaPvt=NULL.");
+        return false;
+    }
+    m_pTeamAgentPvt->NotifyLastVlanOnTeamRemoved(strTeam, m_strVlanKey, 0);
+    done = true;
+    return done;
+}
+
+bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
+{
+    RavTrace().Print(L"Entering CRavXmsVlan::BindMemberToTCPIP");
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (netCfg == nullptr)
+    {
+        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP fails,pNetCfg = NULL");
+        return false;
+    }
+    CRavNetCfgWriteLock lock(*netCfg);
+    if (!lock.IsHeld())
+    {
+        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP-Acq write lock fails");
+        // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
+        return lock.Status() != NETCFG_E_NEED_REBOOT;
+    }
+    if (netCfg->CleanUpAdapterFromXms(strMember, true) == 0)
+        return true;
+    RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP,pNetCfg->CleanUpAdapterFromXms() fails.Extng");
+    return false;
+}

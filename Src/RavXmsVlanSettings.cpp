@@ -1,0 +1,344 @@
+// The VLAN's advanced settings, made from the agent's templates.
+
+#include "Src/RavXmsVlan.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/OsVersion.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavSetting.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace
+{
+constexpr wchar_t TEMPLATE_KEY[] = L"SOFTWARE\\Corvo\\Network_Services\\RAV2\\Agents\\Kirvel\\Settings";
+constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
+constexpr wchar_t HELP_TEXT[] = L"This setting has been deprecated and is no longer supported.";
+constexpr uint16_t INT_TEMPLATE_CODE = 99;
+constexpr uint32_t TEMPLATE_CODE = 1;
+// Shorter than any list of jumbo-frame choices that a team member offers.
+constexpr size_t MANY_CHOICES = 99;
+constexpr int STANDARD_FRAME = 1514;
+constexpr wchar_t STANDARD_FRAME_TEXT[] = L"1514";
+
+CRavString TextOf(CRavRegKey& key, const wchar_t* name)
+{
+    CRavString text;
+    key.GetValue(name, text);
+    return text;
+}
+
+int NumberOf(CRavRegKey& key, const wchar_t* name)
+{
+    return _wtoi(TextOf(key, name));
+}
+
+void FillCommon(RAV_SETTING& setting, const CRavString& name)
+{
+    setting.strName = name;
+    setting.strRegistryName = name;
+    setting.strHelpText = HELP_TEXT;
+    setting.ulCode4 = TEMPLATE_CODE;
+}
+
+void ReadEnumHead(CRavRegKey& key, RAV_SETTING_ENUM& setting)
+{
+    setting.iDefault = NumberOf(key, L"Default");
+    setting.iCurrent = setting.iDefault;
+    setting.ulExposeLevel = static_cast<uint32_t>(NumberOf(key, L"ExposeLevel"));
+    setting.strDisplayName = TextOf(key, L"ParamDesc");
+}
+
+void ShowCurrent(RAV_SETTING_ENUM& setting)
+{
+    const auto choice = std::find(setting.values.begin(), setting.values.end(), setting.iCurrent);
+    if (choice != setting.values.end())
+        setting.strCurrentDisplay = setting.descriptions[static_cast<size_t>(choice - setting.values.begin())];
+}
+
+std::unique_ptr<RAV_SETTING> ReadEnumTemplate(CRavRegKey& key, const CRavString& name)
+{
+    auto setting = std::make_unique<RAV_SETTING_ENUM>();
+    FillCommon(*setting, name);
+    ReadEnumHead(key, *setting);
+    if (!CRavMiniportReg::GetEnumDataTypesSubKey(key, *setting).Succeeded())
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to get the enum values - %s", name.c_str());
+        return nullptr;
+    }
+    ShowCurrent(*setting);
+    return setting;
+}
+
+std::unique_ptr<RAV_SETTING> ReadIntTemplate(CRavRegKey& key, const CRavString& name)
+{
+    auto setting = std::make_unique<RAV_SETTING_INT>();
+    FillCommon(*setting, name);
+    setting->usCode2 = INT_TEMPLATE_CODE;
+    setting->iDefault = NumberOf(key, L"Default");
+    setting->iCurrent = setting->iDefault;
+    setting->iBase = NumberOf(key, L"Base");
+    setting->ulExposeLevel = static_cast<uint32_t>(NumberOf(key, L"ExposeLevel"));
+    setting->iMax = NumberOf(key, L"Max");
+    setting->iMin = NumberOf(key, L"Min");
+    setting->iStep = NumberOf(key, L"Step");
+    setting->strDisplayName = TextOf(key, L"ParamDesc");
+    setting->iScale = NumberOf(key, L"Scale");
+    setting->strCurrentDisplay = setting->iCurrent;
+    return setting;
+}
+
+// The record that a template describes; null when the template is to be skipped.
+std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavString& name)
+{
+    if ((name == L"NumRxPackets" || name == L"NumTxPackets") && COSType::IsNt6OrLater())
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - setting not supported - %s", name.c_str());
+        return nullptr;
+    }
+    CRavRegKey key;
+    if (!key.Open(templates.GetHKey(), name, false))
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to open the sub key - %s", name.c_str());
+        return nullptr;
+    }
+    CRavString type;
+    if (!key.GetValue(L"Type", type))
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to get the setting type - %s", name.c_str());
+        return nullptr;
+    }
+    if (type.CompareI(L"enum"))
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - Setting type ENUM");
+        return ReadEnumTemplate(key, name);
+    }
+    if (type.CompareI(L"int"))
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - Setting type INT");
+        return ReadIntTemplate(key, name);
+    }
+    return nullptr;
+}
+
+// The adapter's jumbo-frame choices; null when it has none or cannot tell.
+std::unique_ptr<RAV_SETTING_ENUM> JumboChoices(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
+{
+    RAV_SETTING* raw = nullptr;
+    const CResult result = core.GetJumboFramesSettingForAdapter(adapter, &raw);
+    std::unique_ptr<RAV_SETTING> setting(raw);
+    if (!result.Succeeded() || !setting || setting->GetType() != RAV_SETTING_TYPE_ENUM)
+        return nullptr;
+    return std::unique_ptr<RAV_SETTING_ENUM>(static_cast<RAV_SETTING_ENUM*>(setting.release()));
+}
+
+bool IsGuid(const CRavString& text)
+{
+    GUID guid = {};
+    return SUCCEEDED(IIDFromString(text, &guid));
+}
+} // namespace
+
+CResult CRavXmsVlan::CreateVlanAdvancedSettings()
+{
+    RavTrace().Print(L"Entering CRavXmsVlan::CreateVlanAdvancedSettings");
+    CResult result;
+    CRavRegKey templates;
+    if (!templates.Open(HKEY_LOCAL_MACHINE, TEMPLATE_KEY, false))
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - unable to open the VlanAgent registry key");
+    CRavString name;
+    while (templates.IsOpened() && templates.EnumSubKey(name))
+    {
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - Inside sub key while loop - %s", name.c_str());
+        const std::unique_ptr<RAV_SETTING> setting = ReadTemplate(templates, name);
+        if (!setting)
+            continue;
+        result = CreateSetting(setting.get());
+        if (!result.Succeeded())
+            RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to create the setting - %s", name.c_str());
+    }
+    RavTrace().Print(L"Exiting CRavXmsVlan::CreateVlanAdvancedSettings()");
+    return result;
+}
+
+CResult CRavXmsVlan::CreateSetting(RAV_SETTING* pSetting)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavXmsVlan::CreateSetting", &result);
+    if (GetMiniportReg() == nullptr || pSetting == nullptr)
+    {
+        RavTrace().Print(L"CreateSetting(), invalid MiniportReg pointer.");
+        return result;
+    }
+    if (pSetting->strName.CompareI(JUMBO_PACKET))
+        result = CreateJumboSetting(*pSetting);
+    else
+        result = WriteSetting(*pSetting);
+    RavTrace().Print(L"Exiting CRavXmsVlan::CreateSetting");
+    return result;
+}
+
+CResult CRavXmsVlan::WriteSetting(const RAV_SETTING& setting)
+{
+    const CResult result = GetMiniportReg()->CreateSetting(setting);
+    if (!result.Succeeded())
+        RavTrace().Print(L"CreateSetting() - unable to create the setting in the new vlan's registry space.");
+    return result;
+}
+
+// Jumbo frames go as far as the parent's do: its choices, not the template's, become the VLAN's.
+CResult CRavXmsVlan::CreateJumboSetting(RAV_SETTING& setting)
+{
+    if (COSType::IsWorkstation() || COSType::IsIa64())
+    {
+        RavTrace().Print(L"CreateSetting() - OS is not supported");
+        return CResult::Success();
+    }
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr)
+    {
+        RavTrace().Print(L"CreateSetting() - call to GetCoreInterface() failed.");
+        return CResult();
+    }
+    std::unique_ptr<RAV_SETTING> parentSetting;
+    if (m_iParentType == RAV_PARENT_ADAPTER)
+    {
+        parentSetting = JumboChoices(*core, m_strParentKey);
+        if (!parentSetting)
+        {
+            RavTrace().Print(L"CreateSetting() - this adapter does not support Jumbo frames.");
+            return CResult::Success();
+        }
+    }
+    else if (m_iParentType == RAV_PARENT_TEAM)
+    {
+        RAV_SETTING* raw = nullptr;
+        bool found = false;
+        const CResult result = GetLCDJumboFramesForTeam(m_strParentKey, &raw, &found);
+        parentSetting.reset(raw);
+        if (!result.Succeeded())
+        {
+            RavTrace().Print(L"CreateSetting() - call to GetLCDJumboFramesForTeam() failed.");
+            return CResult();
+        }
+        if (!found)
+            setting.ulExposeLevel = RAV_EXPOSE_HIDDEN;
+    }
+    if (!parentSetting)
+        return WriteSetting(setting);
+    parentSetting->strName = JUMBO_PACKET;
+    parentSetting->strRegistryName = JUMBO_PACKET;
+    return WriteSetting(*parentSetting);
+}
+
+CResult CRavXmsVlan::GetLCDJumboFramesForTeam(CRavString strTeamGuid, RAV_SETTING** ppSetting, bool* pFound)
+{
+    RavTrace().Print(L"Entering CRavXmsVlan::GetLCDJumboFramesForTeam");
+    *ppSetting = nullptr;
+    *pFound = false;
+    const CResult result = FindTeamJumboSetting(strTeamGuid, ppSetting, *pFound);
+    RavTrace().Print(L"Exiting CRavXmsVlan::GetLCDJumboFramesForTeam()");
+    return result;
+}
+
+CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING** ppSetting, bool& bFound)
+{
+    if (!IsGuid(strTeam))
+    {
+        RavTrace().Print(L"GetLCDJumboFramesForTeam() - team guid is invalid.");
+        return CResult();
+    }
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr)
+    {
+        RavTrace().Print(L"GetLCDJumboFramesForTeam() - call to GetCoreInterface() failed.");
+        return CResult();
+    }
+    std::vector<CRavString> members;
+    if (!core->GetAdaptersInTeam(strTeam, members).Succeeded())
+    {
+        RavTrace().Print(L"GetTeamMembers_v failed!");
+        return CResult();
+    }
+    size_t fewest = MANY_CHOICES;
+    size_t supporting = 0;
+    CRavString chosen;
+    for (const CRavString& member : members)
+    {
+        const std::unique_ptr<RAV_SETTING_ENUM> jumbo = JumboChoices(*core, member);
+        if (!jumbo)
+        {
+            RavTrace().Print(L"GetLCDJumboFramesForTeam() - this adapter does not support JF");
+            continue;
+        }
+        ++supporting;
+        bFound = true;
+        if (jumbo->values.size() < fewest)
+        {
+            fewest = jumbo->values.size();
+            chosen = member;
+        }
+    }
+    if (!bFound)
+        return CResult::Success();
+    std::unique_ptr<RAV_SETTING_ENUM> jumbo = JumboChoices(*core, chosen);
+    if (!jumbo)
+    {
+        RavTrace().Print(L"GetLCDJumboFramesForTeam() - call to GetJumboFramesSettingForAdapter() failed");
+        return CResult();
+    }
+    if (supporting != members.size())
+    {
+        RavTrace().Print(L"GetLCDJumboFramesForTeam() - this team will not support Jumbo Packets");
+        jumbo->ulExposeLevel = RAV_EXPOSE_HIDDEN;
+        jumbo->iDefault = STANDARD_FRAME;
+    }
+    *ppSetting = jumbo.release();
+    return CResult::Success();
+}
+
+CResult CRavXmsVlan::ReSyncJumboFrameSettingEnumValues(CRavString strTopValue)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavXmsVlan::ReSyncJumboFrameSettingEnumValues", &result);
+    if (GetMiniportReg() == nullptr || !GetMiniportReg()->DeleteSetting(JUMBO_PACKET).Succeeded())
+    {
+        RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - call to DeleteSetting() failed.");
+        return result;
+    }
+    CRavRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, CRavString(TEMPLATE_KEY) + L"\\" + JUMBO_PACKET, false))
+    {
+        RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - unable to open the Jumbo Packet registry key");
+        return result;
+    }
+    RAV_SETTING_ENUM setting;
+    FillCommon(setting, JUMBO_PACKET);
+    ReadEnumHead(key, setting);
+    CRavRegKey choices;
+    if (!choices.Open(key.GetHKey(), L"Enum", false))
+    {
+        RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - error opening the enum key - exiting");
+        return result;
+    }
+    CRavString name;
+    while (choices.EnumValue(name))
+    {
+        CRavString text;
+        if (!choices.GetValue(name, text))
+            continue;
+        setting.values.push_back(_wtoi(name));
+        setting.descriptions.push_back(text);
+        if (!name.CompareI(strTopValue))
+            continue;
+        if (!(strTopValue == STANDARD_FRAME_TEXT))
+            break;
+        setting.ulExposeLevel = RAV_EXPOSE_HIDDEN;
+    }
+    ShowCurrent(setting);
+    result = GetMiniportReg()->CreateSetting(setting);
+    if (!result.Succeeded())
+        RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - failed to create the jumbo packet setting.");
+    return result;
+}

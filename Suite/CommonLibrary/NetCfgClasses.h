@@ -1,0 +1,59 @@
+#pragma once
+
+#include <windows.h>
+#include <netcfgx.h>
+#include <initguid.h>
+#include <devguid.h>
+#include <wrl/client.h>
+
+// What the common library's files share of INetCfg.
+
+// Component ids of the intermediate driver: its protocol edge, and the virtual miniports that it exposes.
+inline constexpr wchar_t RAV_XMS_PROTOCOL_ID[] = L"oxmsprotocol";
+inline constexpr wchar_t RAV_XMS_MINIPORT_ID[] = L"oxmsmp";
+
+// A string that INetCfg hands out.
+class CNetCfgText
+{
+  public:
+    CNetCfgText() = default;
+    ~CNetCfgText() { CoTaskMemFree(m_text); }
+    CNetCfgText(const CNetCfgText&) = delete;
+    CNetCfgText& operator=(const CNetCfgText&) = delete;
+
+    wchar_t** Out() { return &m_text; }
+    const wchar_t* Get() const { return m_text != nullptr ? m_text : L""; }
+
+  private:
+    wchar_t* m_text = nullptr;
+};
+
+inline bool RavHasComponentId(INetCfgComponent& component, const wchar_t* id)
+{
+    CNetCfgText text;
+    return SUCCEEDED(component.GetId(text.Out())) && _wcsicmp(text.Get(), id) == 0;
+}
+
+// Calls visit(component) for each component of a class until it answers false.
+template <typename Visit>
+HRESULT RavForEachComponent(INetCfg& netCfg, const GUID& networkClass, Visit&& visit)
+{
+    Microsoft::WRL::ComPtr<INetCfgClass> components;
+    Microsoft::WRL::ComPtr<IEnumNetCfgComponent> walk;
+    HRESULT status =
+        netCfg.QueryNetCfgClass(&networkClass, IID_INetCfgClass, reinterpret_cast<void**>(components.GetAddressOf()));
+    if (SUCCEEDED(status))
+        status = components->EnumComponents(&walk);
+    if (FAILED(status))
+        return status;
+    if (!walk)
+        return S_OK;
+    Microsoft::WRL::ComPtr<INetCfgComponent> component;
+    ULONG fetched = 0;
+    while (walk->Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK)
+    {
+        if (component && !visit(*component.Get()))
+            break;
+    }
+    return S_OK;
+}

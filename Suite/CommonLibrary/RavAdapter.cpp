@@ -1,0 +1,219 @@
+#include "Common/Intf/RavAdapter.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Suite/CommonLibrary/NetCfgClasses.h"
+
+#include <setupapi.h>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr wchar_t CLASS_ROOT[] = L"SYSTEM\\CurrentControlSet\\Control\\Class\\";
+constexpr wchar_t ENUM_ROOT[] = L"SYSTEM\\CurrentControlSet\\Enum\\";
+constexpr wchar_t HYPER_V_PROTOCOL_ID[] = L"vms_pp";
+constexpr ULONG PROBLEM_DISABLED = 22; // CM_PROB_DISABLED
+
+class DeviceList
+{
+  public:
+    DeviceList() : m_list(SetupDiCreateDeviceInfoList(nullptr, nullptr)) {}
+    ~DeviceList()
+    {
+        if (m_list != INVALID_HANDLE_VALUE)
+            SetupDiDestroyDeviceInfoList(m_list);
+    }
+    DeviceList(const DeviceList&) = delete;
+    DeviceList& operator=(const DeviceList&) = delete;
+    HDEVINFO Get() const { return m_list; }
+
+  private:
+    HDEVINFO m_list;
+};
+
+CResult FromStatus(LONG status)
+{
+    return status == ERROR_SUCCESS ? CResult::Success() : CResult(static_cast<DWORD>(status));
+}
+
+// "{class}\0007", as the device's own key names its driver key.
+bool DriverKeyOfDevice(INetCfgComponent& component, CRavString& path)
+{
+    CNetCfgText device;
+    CRavRegKey key;
+    CRavString driver;
+    if (FAILED(component.GetPnpDevNodeId(device.Out())) ||
+        !key.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_ROOT) + device.Get(), false) ||
+        !key.GetValue(L"Driver", driver) || driver.IsEmpty())
+        return false;
+    path = CRavString(CLASS_ROOT) + driver;
+    return true;
+}
+
+CResult ChangeState(const CRavString& device, DWORD state, bool& reboot)
+{
+    const DeviceList list;
+    SP_DEVINFO_DATA data = {};
+    data.cbSize = sizeof(data);
+    SP_PROPCHANGE_PARAMS change = {};
+    change.ClassInstallHeader.cbSize = sizeof(change.ClassInstallHeader);
+    change.ClassInstallHeader.InstallFunction = DIF_PROPERTYCHANGE;
+    change.StateChange = state;
+    change.Scope = DICS_FLAG_CONFIGSPECIFIC;
+    if (list.Get() == INVALID_HANDLE_VALUE || !SetupDiOpenDeviceInfoW(list.Get(), device, nullptr, 0, &data) ||
+        !SetupDiSetClassInstallParamsW(list.Get(), &data, &change.ClassInstallHeader, sizeof(change)) ||
+        !SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, list.Get(), &data))
+    {
+        const DWORD error = GetLastError();
+        RavTrace().Print(L"CRavAdapter::ReloadDevice - %s, error 0x%X", device.c_str(), error);
+        return CResult(error != ERROR_SUCCESS ? error : ERROR_GEN_FAILURE);
+    }
+    SP_DEVINSTALL_PARAMS_W parameters = {};
+    parameters.cbSize = sizeof(parameters);
+    if (SetupDiGetDeviceInstallParamsW(list.Get(), &data, &parameters) &&
+        (parameters.Flags & (DI_NEEDREBOOT | DI_NEEDRESTART)) != 0)
+        reboot = true;
+    return CResult::Success();
+}
+} // namespace
+
+CRavAdapter::CRavAdapter(const CRavString& strInstance) : m_strInstance(strInstance) {}
+
+CRavAdapter::~CRavAdapter() = default;
+
+CResult CRavAdapter::Initialize(CRavNetCfgInterface& netCfg)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavAdapter::Initialize", &result);
+    if (CreateNetCfgComponentObj(netCfg))
+        result = CResult::Success();
+    return result;
+}
+
+void CRavAdapter::SetMiniportInstance(const CRavString& strInstance)
+{
+    m_strInstance = strInstance;
+    m_strInstancePath.ClearString();
+    m_strDevice.ClearString();
+    m_pNetCfgComponent.reset();
+    m_pMiniportReg.reset();
+    m_pMiniportDrv.reset();
+}
+
+bool CRavAdapter::CreateNetCfgComponentObj(CRavNetCfgInterface& netCfg)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavAdapter::CreateNetCfgComponentObj", &done);
+    ComPtr<INetCfgComponent> component;
+    CNetCfgText device;
+    if (FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, component)) || !component ||
+        FAILED(component->GetPnpDevNodeId(device.Out())) || !DriverKeyOfDevice(*component.Get(), m_strInstancePath))
+        return false;
+    m_strDevice = device.Get();
+    m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strInstance);
+    m_pMiniportReg = std::make_unique<CRavMiniportReg>(m_strInstancePath);
+    m_pMiniportDrv = std::make_unique<CRavMiniportDrv>(m_strInstance);
+    done = true;
+    return done;
+}
+
+CResult CRavAdapter::GetParameter(RAV_PARAMETER& parameter)
+{
+    CRavRegKey key;
+    if (m_strInstancePath.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
+        return CResult();
+    parameter.dwType = key.GetRegType(parameter.strName);
+    bool done = false;
+    switch (parameter.dwType)
+    {
+    case REG_SZ:
+    case REG_EXPAND_SZ:
+        done = key.GetValue(parameter.strName, parameter.strValue);
+        break;
+    case REG_DWORD:
+        done = key.GetValue(parameter.strName, parameter.dwValue);
+        break;
+    case REG_MULTI_SZ:
+        done = key.GetValue(parameter.strName, parameter.values);
+        break;
+    default:
+        break;
+    }
+    if (done)
+        return CResult::Success();
+    return CResult(key.LastResult() != ERROR_SUCCESS ? static_cast<DWORD>(key.LastResult()) : ERROR_INVALID_DATA);
+}
+
+CResult CRavAdapter::SetParameter(const RAV_PARAMETER& parameter)
+{
+    CRavRegKey key;
+    if (m_strInstancePath.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
+        return CResult();
+    CRavString text = parameter.strValue;
+    switch (parameter.dwType)
+    {
+    case REG_SZ:
+    case REG_EXPAND_SZ:
+        key.SetValue(parameter.strName, text, parameter.dwType == REG_EXPAND_SZ);
+        break;
+    case REG_DWORD:
+        key.SetValue(parameter.strName, parameter.dwValue);
+        break;
+    case REG_MULTI_SZ:
+        key.SetValue(parameter.strName, parameter.values);
+        break;
+    default:
+        return CResult(ERROR_INVALID_PARAMETER);
+    }
+    return FromStatus(key.LastResult());
+}
+
+DWORD CRavAdapter::GetLoadStatus(CRavNetCfgInterface& netCfg)
+{
+    ComPtr<INetCfgComponent> component;
+    ULONG problem = 0;
+    if (FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, component)) || !component ||
+        FAILED(component->GetDeviceStatus(&problem)))
+        return RAV_LOAD_STATUS_UNKNOWN;
+    return problem == 0                  ? RAV_LOAD_STATUS_LOADED
+           : problem == PROBLEM_DISABLED ? RAV_LOAD_STATUS_DISABLED
+                                         : RAV_LOAD_STATUS_NOT_LOADED;
+}
+
+bool CRavAdapter::IsDriverLoaded(CRavNetCfgInterface& netCfg)
+{
+    return GetLoadStatus(netCfg) == RAV_LOAD_STATUS_LOADED;
+}
+
+CResult CRavAdapter::IsHyperV_EnabledOnDevice(CRavNetCfgInterface& netCfg, bool& bEnabled)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavAdapter::IsHyperV_EnabledOnDevice", &result);
+    bEnabled = false;
+    ComPtr<INetCfgComponent> hyperV;
+    ComPtr<INetCfgComponent> adapter;
+    ComPtr<INetCfgComponentBindings> bindings;
+    const HRESULT found = netCfg.FindComponentById(HYPER_V_PROTOCOL_ID, hyperV);
+    if (FAILED(found) || FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, adapter)) || !adapter)
+        return result;
+    if (hyperV)
+    {
+        if (FAILED(hyperV.As(&bindings)))
+            return result;
+        const HRESULT bound = bindings->IsBoundTo(adapter.Get());
+        if (FAILED(bound))
+            return result;
+        bEnabled = bound == S_OK;
+    }
+    result = CResult::Success(); // without the protocol nothing is bound
+    return result;
+}
+
+CResult CRavAdapter::ReloadDevice(bool bLoad, bool& bReboot)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavAdapter::ReloadDevice", &result);
+    if (!m_strDevice.IsEmpty())
+        result = ChangeState(m_strDevice, bLoad ? DICS_START : DICS_STOP, bReboot);
+    return result;
+}

@@ -1,0 +1,310 @@
+#include "Common/Intf/RavMiniportReg.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Src/RavSetting.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cwchar>
+
+namespace
+{
+constexpr wchar_t PARAMS[] = L"Ndi\\Params";
+
+CResult Failure(LONG status)
+{
+    return CResult(status != ERROR_SUCCESS ? static_cast<DWORD>(status) : ERROR_GEN_FAILURE);
+}
+
+bool ParseNumber(const CRavString& text, int32_t& number)
+{
+    wchar_t* end = nullptr;
+    errno = 0;
+    const long value = wcstol(text, &end, 10);
+    if (text.IsEmpty() || *end != L'\0' || errno != 0)
+        return false;
+    number = static_cast<int32_t>(value);
+    return true;
+}
+
+// A number stored as text; what is absent leaves it as it was, what does not parse is an error.
+bool ReadNumber(CRavRegKey& key, const wchar_t* name, int32_t& number)
+{
+    CRavString text;
+    return !key.GetValue(name, text) || ParseNumber(text, number);
+}
+
+class TextWriter
+{
+  public:
+    explicit TextWriter(CRavRegKey& key) : m_key(key) {}
+    TextWriter& Text(const wchar_t* name, const CRavString& value)
+    {
+        CRavString text = value;
+        m_done = m_done && m_key.SetValue(name, text, false);
+        return *this;
+    }
+    TextWriter& Number(const wchar_t* name, int32_t value)
+    {
+        CRavString text;
+        text.FormatString(L"%d", value);
+        return Text(name, text);
+    }
+    bool Done() const { return m_done; }
+
+  private:
+    CRavRegKey& m_key;
+    bool m_done = true;
+};
+
+bool WriteHead(TextWriter& writer, const RAV_SETTING& setting, const wchar_t* type, int32_t defaultValue)
+{
+    writer.Text(L"ParamDesc", setting.strDisplayName).Text(L"Type", type).Number(L"Default", defaultValue);
+    if (setting.ulExposeLevel != 0)
+        writer.Number(L"ExposeLevel", static_cast<int32_t>(setting.ulExposeLevel));
+    if (!setting.strHelpText.IsEmpty())
+        writer.Text(L"HelpText", setting.strHelpText);
+    return writer.Done();
+}
+
+bool WriteEnum(CRavRegKey& key, const RAV_SETTING_ENUM& setting)
+{
+    TextWriter writer(key);
+    CRavRegKey choices;
+    if (!WriteHead(writer, setting, L"enum", setting.iDefault) || !choices.Create(key.GetHKey(), L"Enum", true, false))
+        return false;
+    TextWriter choiceWriter(choices);
+    const size_t count = std::min(setting.values.size(), setting.descriptions.size());
+    for (size_t index = 0; index < count; ++index)
+    {
+        CRavString name;
+        name.FormatString(L"%d", setting.values[index]);
+        choiceWriter.Text(name, setting.descriptions[index]);
+    }
+    return choiceWriter.Done();
+}
+
+bool WriteInt(CRavRegKey& key, const RAV_SETTING_INT& setting)
+{
+    TextWriter writer(key);
+    if (!WriteHead(writer, setting, L"int", setting.iDefault))
+        return false;
+    writer.Number(L"Base", setting.iBase)
+        .Number(L"Max", setting.iMax)
+        .Number(L"Min", setting.iMin)
+        .Number(L"Step", setting.iStep)
+        .Number(L"Scale", setting.iScale);
+    return writer.Done();
+}
+
+int32_t CurrentOf(const RAV_SETTING& setting)
+{
+    return setting.GetType() == RAV_SETTING_TYPE_ENUM ? static_cast<const RAV_SETTING_ENUM&>(setting).iCurrent
+                                                      : static_cast<const RAV_SETTING_INT&>(setting).iCurrent;
+}
+
+void ShowCurrent(RAV_SETTING_ENUM& setting)
+{
+    const auto choice = std::find(setting.values.begin(), setting.values.end(), setting.iCurrent);
+    if (choice != setting.values.end())
+        setting.strCurrentDisplay = setting.descriptions[static_cast<size_t>(choice - setting.values.begin())];
+}
+
+std::unique_ptr<RAV_SETTING> ReadEnum(CRavRegKey& key)
+{
+    auto setting = std::make_unique<RAV_SETTING_ENUM>();
+    if (!ReadNumber(key, L"Default", setting->iDefault) ||
+        !CRavMiniportReg::GetEnumDataTypesSubKey(key, *setting).Succeeded())
+        return nullptr;
+    return setting;
+}
+
+std::unique_ptr<RAV_SETTING> ReadInt(CRavRegKey& key)
+{
+    auto setting = std::make_unique<RAV_SETTING_INT>();
+    if (!ReadNumber(key, L"Default", setting->iDefault) || !ReadNumber(key, L"Base", setting->iBase) ||
+        !ReadNumber(key, L"Max", setting->iMax) || !ReadNumber(key, L"Min", setting->iMin) ||
+        !ReadNumber(key, L"Step", setting->iStep) || !ReadNumber(key, L"Scale", setting->iScale))
+        return nullptr;
+    return setting;
+}
+
+// The present value; without one, or with one that is no number, the default stands.
+void ReadCurrent(CRavRegKey& instance, RAV_SETTING& setting)
+{
+    CRavString text;
+    int32_t current = 0;
+    const bool stored = instance.GetValue(setting.strName, text) && ParseNumber(text, current);
+    if (setting.GetType() == RAV_SETTING_TYPE_ENUM)
+    {
+        auto& choice = static_cast<RAV_SETTING_ENUM&>(setting);
+        choice.iCurrent = stored ? current : choice.iDefault;
+        ShowCurrent(choice);
+        return;
+    }
+    auto& number = static_cast<RAV_SETTING_INT&>(setting);
+    number.iCurrent = stored ? current : number.iDefault;
+    number.strCurrentDisplay.FormatString(L"%d", number.iCurrent);
+}
+
+std::unique_ptr<RAV_SETTING> ReadSetting(CRavRegKey& instance, CRavRegKey& key, const CRavString& name)
+{
+    CRavString type;
+    std::unique_ptr<RAV_SETTING> setting;
+    if (!key.GetValue(L"Type", type))
+        return nullptr;
+    if (type.CompareI(L"enum"))
+        setting = ReadEnum(key);
+    else if (type.CompareI(L"int") || type.CompareI(L"dword") || type.CompareI(L"long") || type.CompareI(L"word"))
+        setting = ReadInt(key);
+    if (!setting)
+        return nullptr;
+    setting->strName = name;
+    setting->strRegistryName = name;
+    key.GetValue(L"ParamDesc", setting->strDisplayName);
+    key.GetValue(L"HelpText", setting->strHelpText);
+    int32_t level = 0;
+    if (ReadNumber(key, L"ExposeLevel", level))
+        setting->ulExposeLevel = static_cast<uint32_t>(level);
+    ReadCurrent(instance, *setting);
+    return setting;
+}
+} // namespace
+
+CRavMiniportReg::CRavMiniportReg(const CRavString& strInstancePath) : m_strInstancePath(strInstancePath) {}
+
+CRavMiniportReg::~CRavMiniportReg() = default;
+
+CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavMiniportReg::CreateSetting", &result);
+    CRavRegKey instance;
+    CRavRegKey params;
+    CRavRegKey key;
+    const bool isEnum = setting.GetType() == RAV_SETTING_TYPE_ENUM;
+    if (setting.strName.IsEmpty() || (!isEnum && setting.GetType() != RAV_SETTING_TYPE_INT))
+        return result;
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true) ||
+        !params.Create(instance.GetHKey(), PARAMS, true, false))
+        return result;
+    params.DeleteSubKey(setting.strName); // an older description must not shine through
+    if (!key.Create(params.GetHKey(), setting.strName, true, false))
+        return result;
+    const bool described = isEnum ? WriteEnum(key, static_cast<const RAV_SETTING_ENUM&>(setting))
+                                  : WriteInt(key, static_cast<const RAV_SETTING_INT&>(setting));
+    TextWriter current(instance);
+    if (described && current.Number(setting.strName, CurrentOf(setting)).Done())
+        result = CResult::Success();
+    else
+        result = Failure(instance.LastResult());
+    return result;
+}
+
+CResult CRavMiniportReg::GetSetting(const CRavString& strName, std::unique_ptr<RAV_SETTING>& setting)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavMiniportReg::GetSetting", &result);
+    CRavRegKey instance;
+    CRavRegKey key;
+    setting.reset();
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false) ||
+        !key.Open(instance.GetHKey(), CRavString(PARAMS) + L"\\" + strName, false))
+    {
+        result = CResult(ERROR_FILE_NOT_FOUND);
+        return result;
+    }
+    setting = ReadSetting(instance, key, strName);
+    result = setting ? CResult::Success() : CResult(ERROR_INVALID_DATA);
+    return result;
+}
+
+CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTING>>& settings)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavMiniportReg::EnumerateSettings", &result);
+    CRavRegKey instance;
+    CRavRegKey params;
+    settings.clear();
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
+        return result;
+    result = CResult::Success();
+    CRavString name;
+    while (params.IsOpened() || params.Open(instance.GetHKey(), PARAMS, false))
+    {
+        if (!params.EnumSubKey(name))
+            break;
+        CRavRegKey key;
+        std::unique_ptr<RAV_SETTING> setting;
+        if (key.Open(params.GetHKey(), name, false))
+            setting = ReadSetting(instance, key, name);
+        if (setting)
+            settings.push_back(std::move(setting));
+        else
+            RavTrace().Print(L"CRavMiniportReg::EnumerateSettings - %s is damaged and left out", name.c_str());
+    }
+    return result;
+}
+
+CResult CRavMiniportReg::SetSetting(const CRavString& strName, const RAV_SETTING_VAL& value)
+{
+    std::unique_ptr<RAV_SETTING> setting;
+    const CResult found = GetSetting(strName, setting);
+    if (!found.Succeeded())
+        return found;
+    if (!setting->IsValueValid(&value))
+        return CResult(ERROR_INVALID_PARAMETER);
+    CRavRegKey instance;
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
+        return Failure(instance.LastResult());
+    TextWriter writer(instance);
+    return writer.Number(strName, static_cast<const RAV_SETTING_VAL_INT&>(value).iValue).Done()
+               ? CResult::Success()
+               : Failure(instance.LastResult());
+}
+
+CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CRavMiniportReg::DeleteSetting", &result);
+    CRavRegKey instance;
+    CRavRegKey params;
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
+        return result;
+    const bool described = params.Open(instance.GetHKey(), PARAMS, true) && params.SubKeyExists(strName);
+    const bool stored = instance.ValueExists(strName);
+    if (!described && !stored)
+    {
+        result = CResult(ERROR_FILE_NOT_FOUND);
+        return result;
+    }
+    if ((!described || params.DeleteSubKey(strName)) && (!stored || instance.DeleteValue(strName)))
+        result = CResult::Success();
+    return result;
+}
+
+CResult CRavMiniportReg::GetEnumDataTypesSubKey(CRavRegKey& settingKey, RAV_SETTING_ENUM& setting)
+{
+    setting.values.clear();
+    setting.descriptions.clear();
+    CRavRegKey choices;
+    if (!choices.Open(settingKey.GetHKey(), L"Enum", false))
+        return CResult(ERROR_FILE_NOT_FOUND);
+    CRavString name;
+    while (choices.EnumValue(name))
+    {
+        int32_t number = 0;
+        CRavString text;
+        if (!ParseNumber(name, number) || !choices.GetValue(name, text))
+        {
+            RavTrace().Print(L"CRavMiniportReg::GetEnumDataTypesSubKey - choice %s is left out", name.c_str());
+            continue;
+        }
+        if (std::find(setting.values.begin(), setting.values.end(), number) != setting.values.end())
+            continue;
+        setting.values.push_back(number);
+        setting.descriptions.push_back(text);
+    }
+    return setting.values.empty() ? CResult(ERROR_FILE_NOT_FOUND) : CResult::Success();
+}

@@ -1,0 +1,148 @@
+#include "Common/Intf/RavNetCfgComponent.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Suite/CommonLibrary/NetCfgClasses.h"
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr size_t GUID_TEXT_SIZE = 39;
+
+HRESULT QueryClassSetup(CRavNetCfgInterface& netCfg, ComPtr<INetCfgClassSetup>& setup)
+{
+    if (netCfg.GetNetCfg() == nullptr)
+        return NETCFG_E_NOT_INITIALIZED;
+    return netCfg.GetNetCfg()->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClassSetup,
+                                                reinterpret_cast<void**>(setup.GetAddressOf()));
+}
+
+OBO_TOKEN OnBehalfOfUser()
+{
+    OBO_TOKEN token = {};
+    token.Type = OBO_USER;
+    return token;
+}
+
+bool TextOfGuid(INetCfgComponent& component, CRavString& text)
+{
+    GUID guid = {};
+    wchar_t buffer[GUID_TEXT_SIZE] = {};
+    if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, buffer, GUID_TEXT_SIZE) == 0)
+        return false;
+    text = buffer;
+    return true;
+}
+} // namespace
+
+HRESULT CRavNetCfgComponent::Find(CRavNetCfgInterface& netCfg, ComPtr<INetCfgComponent>& component) const
+{
+    const HRESULT status = netCfg.FindNetworkComponentByGUID(m_strGuid, component);
+    return status == S_FALSE ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : status;
+}
+
+int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CRavString& strInstance)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgComponent::InstallVirtualComponent", &status);
+    ComPtr<INetCfgClassSetup> setup;
+    HRESULT result = QueryClassSetup(netCfg, setup);
+    ComPtr<INetCfgComponent> component;
+    OBO_TOKEN token = OnBehalfOfUser();
+    if (SUCCEEDED(result))
+        result = setup->Install(RAV_XMS_MINIPORT_ID, &token, 0, 0, nullptr, nullptr, &component);
+    if (FAILED(result) || !component)
+    {
+        RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - Install fails, 0x%X", result);
+        return status;
+    }
+    if (!TextOfGuid(*component.Get(), strInstance))
+    {
+        // Nobody could ever name it: it must not stay.
+        setup->DeInstall(component.Get(), &token, nullptr);
+        return status;
+    }
+    m_strGuid = strInstance;
+    status = 0;
+    return status;
+}
+
+int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, const CRavString& strInstance)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgComponent::RemoveVirtualComponent", &status);
+    ComPtr<INetCfgComponent> component;
+    if (FAILED(netCfg.FindNetworkComponentByGUID(strInstance, component)) || !component)
+    {
+        RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - there is no %s", strInstance.c_str());
+        return status;
+    }
+    // Whatever the key says: nothing but one of the driver's own miniports is ever removed.
+    if (!RavHasComponentId(*component.Get(), RAV_XMS_MINIPORT_ID))
+    {
+        RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - %s is not a virtual miniport",
+                         strInstance.c_str());
+        return status;
+    }
+    ComPtr<INetCfgClassSetup> setup;
+    HRESULT result = QueryClassSetup(netCfg, setup);
+    OBO_TOKEN token = OnBehalfOfUser();
+    if (SUCCEEDED(result))
+        result = setup->DeInstall(component.Get(), &token, nullptr);
+    if (SUCCEEDED(result))
+        status = 0;
+    else
+        RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - DeInstall fails, 0x%X", result);
+    return status;
+}
+
+int CRavNetCfgComponent::GetDescription(CRavNetCfgInterface& netCfg, CRavString& strDescription)
+{
+    ComPtr<INetCfgComponent> component;
+    CNetCfgText text;
+    if (FAILED(Find(netCfg, component)) || FAILED(component->GetDisplayName(text.Out())))
+        return -1;
+    strDescription = text.Get();
+    return 0;
+}
+
+int CRavNetCfgComponent::SetDisplayName(CRavNetCfgInterface& netCfg, const CRavString& strName)
+{
+    ComPtr<INetCfgComponent> component;
+    HRESULT result = Find(netCfg, component);
+    if (SUCCEEDED(result))
+        result = component->SetDisplayName(strName);
+    if (SUCCEEDED(result))
+        return 0;
+    RavTrace().Print(L"CRavNetCfgComponent::SetDisplayName fails for %s, 0x%X", m_strGuid.c_str(), result);
+    return -1;
+}
+
+int CRavNetCfgComponent::OpenParamKey(CRavNetCfgInterface& netCfg, HKEY& hKey)
+{
+    ComPtr<INetCfgComponent> component;
+    return SUCCEEDED(Find(netCfg, component)) && SUCCEEDED(component->OpenParamKey(&hKey)) ? 0 : -1;
+}
+
+int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const CRavString& strName,
+                                           const CRavString& strValue)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgComponent::SetParameterValue", &status);
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, strClassPath, false);
+    CRavString instance;
+    while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
+    {
+        CRavString guid;
+        if (!m_paramKey.Open(networkClass.GetHKey(), instance, true) ||
+            !m_paramKey.GetValue(L"NetCfgInstanceId", guid) || !guid.CompareI(m_strGuid))
+            continue;
+        CRavString value = strValue;
+        if (m_paramKey.SetValue(strName, value, false))
+            status = 0;
+        break;
+    }
+    m_paramKey.Close();
+    return status;
+}

@@ -1,0 +1,168 @@
+#include "Common/Intf/RavNetCfgInterface.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegKey.h"
+#include "Suite/CommonLibrary/NetCfgClasses.h"
+
+#include <algorithm>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr DWORD LOCK_WAIT_MILLISECONDS = 15000;
+constexpr wchar_t LOCK_DESCRIPTION[] = L"Corvo VLAN agent";
+constexpr size_t GUID_TEXT_SIZE = 39;
+
+bool HasGuid(INetCfgComponent& component, const CRavString& guid)
+{
+    GUID instance = {};
+    wchar_t text[GUID_TEXT_SIZE] = {};
+    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
+           guid.CompareI(text);
+}
+} // namespace
+
+CRavNetCfgInterface::~CRavNetCfgInterface()
+{
+    UnInitialize();
+}
+
+HRESULT CRavNetCfgInterface::Initialize()
+{
+    HRESULT status = S_FALSE;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::Initialize", &status);
+    if (!m_bViewStarted)
+        status = StartView();
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::UnInitialize()
+{
+    HRESULT status = S_FALSE;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::UnInitialize", &status);
+    if (!m_pNetCfg)
+        return status;
+    status = EndView();
+    if (m_iWriteLocks > 0)
+        GiveLockBack();
+    m_iWriteLocks = 0;
+    m_pNetCfg.Reset();
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::StartView()
+{
+    HRESULT status = S_OK;
+    if (!m_pNetCfg)
+        status = CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_pNetCfg));
+    if (SUCCEEDED(status))
+        status = m_pNetCfg->Initialize(nullptr);
+    m_bViewStarted = SUCCEEDED(status);
+    if (FAILED(status))
+        RavTrace().Print(L"CRavNetCfgInterface: the network configuration cannot be opened, 0x%X", status);
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::EndView()
+{
+    if (!m_bViewStarted)
+        return S_OK;
+    m_bViewStarted = false;
+    return m_pNetCfg->Uninitialize();
+}
+
+// The lock has to be taken before the view is started: a view that is open is closed first, and opened again under
+// the lock or, when it was not to be had, without.
+HRESULT CRavNetCfgInterface::AcquireLockForWrite()
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::AcquireLockForWrite", &status);
+    if (m_iWriteLocks > 0)
+    {
+        ++m_iWriteLocks;
+        return status;
+    }
+    if (!m_pNetCfg)
+    {
+        status = E_UNEXPECTED;
+        return status;
+    }
+    EndView();
+    status = TakeLock();
+    if (FAILED(status))
+    {
+        StartView();
+        return status;
+    }
+    status = StartView();
+    if (FAILED(status))
+    {
+        GiveLockBack();
+        StartView();
+        return status;
+    }
+    m_iWriteLocks = 1;
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::TakeLock()
+{
+    ComPtr<INetCfgLock> lock;
+    HRESULT status = m_pNetCfg.As(&lock);
+    if (FAILED(status))
+        return status;
+    CNetCfgText holder;
+    status = lock->AcquireWriteLock(LOCK_WAIT_MILLISECONDS, LOCK_DESCRIPTION, holder.Out());
+    if (status == S_OK)
+        return status;
+    RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - 0x%X, the lock is held by: %s", status, holder.Get());
+    return FAILED(status) ? status : HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION);
+}
+
+HRESULT CRavNetCfgInterface::GiveLockBack()
+{
+    ComPtr<INetCfgLock> lock;
+    const HRESULT status = m_pNetCfg.As(&lock);
+    return SUCCEEDED(status) ? lock->ReleaseWriteLock() : status;
+}
+
+HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::ReleaseLockForWrite", &status);
+    if (m_iWriteLocks == 0)
+    {
+        status = NETCFG_E_NO_WRITE_LOCK;
+        return status;
+    }
+    if (--m_iWriteLocks > 0)
+        return status;
+    const HRESULT applied = m_pNetCfg->Apply();
+    if (FAILED(applied))
+        RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
+    EndView();
+    const HRESULT released = GiveLockBack();
+    const HRESULT started = StartView();
+    status = FAILED(applied) ? applied : FAILED(released) ? released : started;
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGuid, ComPtr<INetCfgComponent>& component)
+{
+    component.Reset();
+    if (!m_bViewStarted)
+        return NETCFG_E_NOT_INITIALIZED;
+    const HRESULT status = RavForEachComponent(*m_pNetCfg.Get(), GUID_DEVCLASS_NET, [&](INetCfgComponent& candidate) {
+        if (HasGuid(candidate, strGuid))
+            component = &candidate;
+        return !component;
+    });
+    return FAILED(status) ? status : component ? S_OK : S_FALSE;
+}
+
+HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)
+{
+    component.Reset();
+    return m_bViewStarted ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED;
+}
