@@ -1,0 +1,439 @@
+#include "Suite/Lab/LabTool/HostBuilder.h"
+
+#include "Common/Src/RavRegKey.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+constexpr wchar_t ADAPTER_COMPONENT[] = L"pci\\ven_1a2b&dev_0010";
+constexpr wchar_t MINIPORT_COMPONENT[] = L"oxmsmp";
+constexpr DWORD PHYSICAL = 0x84;         // NCF_PHYSICAL | NCF_HAS_UI
+constexpr DWORD VIRTUAL_MINIPORT = 0x21; // NCF_VIRTUAL | NCF_NOT_USER_REMOVABLE
+constexpr DWORD PROBLEM_NOT_LOADED = 31; // CM_PROB_FAILED_ADD
+constexpr size_t FIRST_VLAN_NUMBER = 100;
+
+struct Protocol
+{
+    const wchar_t* guid;
+    const wchar_t* componentId;
+    const wchar_t* service;
+    const wchar_t* description;
+};
+const Protocol PROTOCOLS[] = {
+    {L"{B0000001-0000-4000-8000-000000000001}", L"ms_tcpip", L"Tcpip", L"Internet Protocol Version 4 (TCP/IPv4)"},
+    {L"{B0000001-0000-4000-8000-000000000002}", L"ms_tcpip6", L"Tcpip6", L"Internet Protocol Version 6 (TCP/IPv6)"},
+    {L"{B0000001-0000-4000-8000-000000000003}", L"ms_lldp", L"MsLldp", L"Link-Layer Discovery Protocol Driver"},
+    {L"{B0000001-0000-4000-8000-000000000004}", L"oxmsprotocol", L"oXMSProtocol", L"Corvo Intermediate Driver"},
+    {L"{B0000001-0000-4000-8000-000000000005}", L"vms_pp", L"VMSP", L"Hyper-V Extensible Virtual Switch"},
+};
+
+CRavString Wide(const std::string& text)
+{
+    const int length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length);
+    wide.resize(static_cast<size_t>(size));
+    return CRavString(wide.c_str());
+}
+
+CRavString Format(const wchar_t* format, unsigned number)
+{
+    CRavString text;
+    text.FormatString(format, number);
+    return text;
+}
+
+CRavString Device(const CRavString& guid)
+{
+    return CRavString(L"\\Device\\") + guid;
+}
+
+// Writes values below one key, and remembers whether all went well.
+class KeyBuilder
+{
+  public:
+    KeyBuilder(const CRavString& path, bool& done) : m_path(path), m_done(done) {}
+    KeyBuilder& Text(const wchar_t* name, const CRavString& value)
+    {
+        m_done = LabSetText(m_path, name, value) && m_done;
+        return *this;
+    }
+    KeyBuilder& Number(const wchar_t* name, DWORD value)
+    {
+        m_done = LabSetNumber(m_path, name, value) && m_done;
+        return *this;
+    }
+    KeyBuilder& List(const wchar_t* name, const std::vector<CRavString>& values)
+    {
+        m_done = LabSetList(m_path, name, values) && m_done;
+        return *this;
+    }
+
+  private:
+    CRavString m_path;
+    bool& m_done;
+};
+
+class Builder
+{
+  public:
+    Builder(const LabHost& host, const CRavString& folder) : m_host(host), m_folder(folder) {}
+
+    bool Build()
+    {
+        BuildSuite();
+        BuildProtocols();
+        for (const LabAdapter& adapter : m_host.adapters)
+            BuildAdapter(adapter);
+        for (const LabTeam& team : m_host.teams)
+            BuildTeam(team);
+        for (size_t index = 0; index < m_host.vlans.size(); ++index)
+            BuildVlan(m_host.vlans[index], FIRST_VLAN_NUMBER + index);
+        BuildBindings();
+        return m_done;
+    }
+
+  private:
+    struct Node
+    {
+        CRavString guid;
+        CRavString instancePath;
+        unsigned instance = 0;
+        bool isTeam = false;
+        bool isMember = false;
+        std::vector<CRavString> members; // guids, of a team
+        std::vector<int> ids;            // tagged VLANs
+        bool untagged = false;
+        std::vector<CRavString> vlanDevices;
+        DWORD group = 0;
+        std::string mac;
+    };
+
+    KeyBuilder Key(const CRavString& path) { return KeyBuilder(path, m_done); }
+
+    void BuildSuite()
+    {
+        Key(SUITE_KEY).Text(L"InstalledDir", m_folder).Number(L"TRACE", 1);
+        Key(LAB_KEY).List(LAB_ADAPTER_ORDER, {}).List(LAB_TEAM_ORDER, {});
+        Key(CLASS_KEY).Text(L"Class", L"Net").Text(L"Installer32", m_folder + L"\\NetCfg.dll,NetClassInstaller");
+        for (const LabSetting& setting : m_host.templates)
+            BuildTemplate(LabPath(TEMPLATES_KEY, Wide(setting.name)), setting);
+    }
+
+    void BuildTemplate(const CRavString& path, const LabSetting& setting)
+    {
+        const auto number = [](int value) { return Format(L"%d", static_cast<unsigned>(value)); };
+        Key(path)
+            .Text(L"Type", Wide(setting.type))
+            .Text(L"Default", number(setting.defaultValue))
+            .Text(L"ExposeLevel", number(setting.exposeLevel))
+            .Text(L"ParamDesc", Wide(setting.description));
+        for (const auto& [value, text] : setting.choices)
+            Key(path + L"\\Enum").Text(number(value), Wide(text));
+        if (setting.type == "int")
+            Key(path)
+                .Text(L"Base", number(setting.base))
+                .Text(L"Max", number(setting.max))
+                .Text(L"Min", number(setting.min))
+                .Text(L"Step", number(setting.step))
+                .Text(L"Scale", number(setting.scale));
+    }
+
+    void BuildProtocols()
+    {
+        for (const Protocol& protocol : PROTOCOLS)
+        {
+            const CRavString path = LabPath(NETWORK_KEY, PROTOCOL_CLASS_GUID) + L"\\" + protocol.guid;
+            Key(path).Text(L"ComponentId", protocol.componentId).Text(L"Description", protocol.description);
+            Key(path + L"\\Ndi").Text(L"Service", protocol.service);
+        }
+    }
+
+    // What every network component of the host has: instance key, device, connection.
+    Node BuildComponent(const std::string& name, size_t number, const wchar_t* componentId, const wchar_t* description,
+                        const CRavString& device, DWORD characteristics)
+    {
+        Node node;
+        node.guid = LabGuid(number);
+        node.instance = ++m_lastInstance;
+        const CRavString instance = Format(L"%04u", node.instance);
+        node.instancePath = LabPath(CLASS_KEY, instance);
+        Key(node.instancePath)
+            .Text(L"NetCfgInstanceId", node.guid)
+            .Text(L"ComponentId", componentId)
+            .Text(L"DriverDesc", description)
+            .Text(L"ProviderName", L"Corvo")
+            .Text(L"DriverVersion", L"12.1.0.0")
+            .Number(L"Characteristics", characteristics)
+            .Text(L"DeviceInstanceID", device);
+        Key(node.instancePath + L"\\Linkage").List(L"Export", {Device(node.guid)}).List(L"RootDevice", {node.guid});
+        Key(LabPath(ENUM_KEY, device))
+            .Text(L"ClassGUID", NETWORK_CLASS_GUID)
+            .Text(L"Class", L"Net")
+            .Text(L"Driver", CRavString(NETWORK_CLASS_GUID) + L"\\" + instance)
+            .Text(L"DeviceDesc", description)
+            .Text(L"FriendlyName", Wide(name))
+            .List(L"HardwareID", {componentId})
+            .Number(L"ConfigFlags", 0);
+        Key(LabPath(NETWORK_KEY, NETWORK_CLASS_GUID) + L"\\" + node.guid + L"\\Connection")
+            .Text(L"Name", Format(L"Local Area Connection %u", node.instance))
+            .Text(L"PnpInstanceID", device);
+        return node;
+    }
+
+    void BuildAdapter(const LabAdapter& adapter)
+    {
+        const CRavString device = Format(L"PCI\\VEN_1A2B&DEV_0010\\%u", static_cast<unsigned>(++m_lastNumber));
+        Node node = BuildComponent(adapter.name, m_lastNumber, ADAPTER_COMPONENT, L"Corvo Gigabit Server Adapter",
+                                   device, PHYSICAL);
+        node.mac = adapter.mac;
+        for (const auto& [name, value] : adapter.parameters)
+            Key(node.instancePath).Text(Wide(name), Wide(value));
+        BuildSettings(adapter, node.instancePath);
+        Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(L"EnableDHCP", adapter.dhcp ? 1 : 0);
+        Key(LabPath(LAB_DEVICES, node.guid)).Number(L"Problem", adapter.driverLoaded ? 0 : PROBLEM_NOT_LOADED);
+        Key(LabPath(LAB_ADAPTERS, node.guid))
+            .Number(L"Corvo", adapter.corvo)
+            .Number(L"VlansOnPort", adapter.vlansOnPort)
+            .Number(L"VirtualDevice", adapter.virtualDevice)
+            .Number(L"Vmq", adapter.vmq.has_value())
+            .Number(L"Vorn", adapter.driverSupportsVlans)
+            .Number(L"StandardKeywords", adapter.standardKeywords)
+            .Number(L"XmsRule", 1)
+            .Number(L"HyperV", adapter.hyperV)
+            .Text(L"PermanentMac", Wide(adapter.mac));
+        m_adapterOrder.push_back(node.guid);
+        Key(LAB_KEY).List(LAB_ADAPTER_ORDER, m_adapterOrder);
+        m_nodes[adapter.name] = node;
+    }
+
+    void BuildSettings(const LabAdapter& adapter, const CRavString& instancePath)
+    {
+        if (!adapter.jumboFrames.empty())
+        {
+            LabSetting jumbo;
+            jumbo.name = adapter.standardKeywords ? "*JumboPacket" : "MaxFrameSize";
+            jumbo.type = "enum";
+            jumbo.description = "Jumbo Packet";
+            jumbo.defaultValue = adapter.jumboFrames.front();
+            for (const int size : adapter.jumboFrames)
+                jumbo.choices.emplace_back(size, size == 1514 ? "Disabled" : std::to_string(size) + " Bytes");
+            BuildSetting(instancePath, jumbo, jumbo.defaultValue);
+        }
+        if (adapter.vmq.has_value())
+        {
+            LabSetting vmq;
+            vmq.name = "*VMQ";
+            vmq.type = "enum";
+            vmq.description = "Virtual Machine Queues";
+            vmq.defaultValue = 0;
+            vmq.choices = {{0, "Disabled"}, {1, "Enabled"}};
+            BuildSetting(instancePath, vmq, *adapter.vmq ? 1 : 0);
+        }
+    }
+
+    void BuildSetting(const CRavString& instancePath, const LabSetting& setting, int current)
+    {
+        BuildTemplate(instancePath + L"\\Ndi\\Params\\" + Wide(setting.name), setting);
+        Key(instancePath).Text(Wide(setting.name), Format(L"%d", static_cast<unsigned>(current)));
+    }
+
+    void BuildTeam(const LabTeam& team)
+    {
+        Node node = BuildComponent(team.name, ++m_lastNumber, MINIPORT_COMPONENT, L"Corvo XMS Virtual Miniport",
+                                   NextRootDevice(), VIRTUAL_MINIPORT);
+        node.isTeam = true;
+        node.mac = m_nodes[team.members.front()].mac;
+        Key(node.instancePath).Number(L"SupportedFeatures", 1).Number(L"TeamMode", static_cast<DWORD>(team.mode));
+        node.group = m_lastGroup++;
+        for (const std::string& name : team.members)
+        {
+            Node& member = m_nodes[name];
+            member.isMember = true;
+            node.members.push_back(member.guid);
+            BuildDriverEntry(member, node.group, static_cast<DWORD>(team.members.size()), {Device(node.guid)}, 0);
+        }
+        Key(LabPath(LAB_TEAMS, node.guid))
+            .Text(L"Name", Wide(team.name))
+            .Number(L"SupportsVlans", team.supportsVlans)
+            .List(L"Members", node.members);
+        m_teamOrder.push_back(node.guid);
+        Key(LAB_KEY).List(LAB_TEAM_ORDER, m_teamOrder);
+        m_nodes[team.name] = node;
+    }
+
+    void BuildDriverEntry(const Node& adapter, DWORD group, DWORD total, const std::vector<CRavString>& bindings,
+                          DWORD tagging)
+    {
+        Key(LabPath(XMS_ADAPTERS_KEY, adapter.guid))
+            .Number(L"LogicalGroupID", group)
+            .Number(L"PhysicalAdapterID", adapter.instance)
+            .Text(L"AdapterName", LabDisplayName(adapter.guid))
+            .Number(L"TotalPhysicalAdapters", total)
+            .List(L"MiniportBindingList", bindings)
+            .Number(L"MiniportBindingListCount", static_cast<DWORD>(bindings.size()))
+            .Number(L"TaggingMode", tagging);
+        Key(adapter.instancePath).Number(L"XMSLoaded", 1).Text(L"NetworkAddress", Wide(adapter.mac));
+    }
+
+    void BuildVlan(const LabVlan& vlan, size_t number)
+    {
+        Node& parent = m_nodes[vlan.parent];
+        const std::string displayName = vlan.parent + " - VLAN : " + vlan.name;
+        if (!parent.isTeam && parent.vlanDevices.empty())
+            parent.group = m_lastGroup++;
+        const Node node = BuildComponent(displayName, number, MINIPORT_COMPONENT, L"Corvo XMS Virtual Miniport",
+                                         NextRootDevice(), VIRTUAL_MINIPORT);
+        if (parent.isTeam)
+            Key(node.instancePath)
+                .Number(L"TeamMode", LabNumber(parent.instancePath, L"TeamMode", 0))
+                .Number(L"TotalPhysicalAdapters", static_cast<DWORD>(parent.members.size()));
+        if (vlan.id != 0)
+            Key(node.instancePath).Number(L"VLANID", static_cast<DWORD>(vlan.id));
+        Key(node.instancePath)
+            .Text(L"MediaType", L"0")
+            .Number(L"LogicalGroupID", parent.group)
+            .Text(L"RavXmsMiniportKey", node.guid)
+            .Text(L"RavVlanParentKey", parent.guid)
+            .Number(L"RavVlanType", 1)
+            .Text(L"NetworkAddress", Wide(parent.mac))
+            .Number(L"SupportedFeatures", parent.isTeam ? 9 : 8)
+            .Text(L"VLANName", Wide(vlan.name))
+            .Text(L"VLANDisplayName", Wide(displayName));
+        for (const LabSetting& setting : m_host.templates)
+        {
+            if (setting.name != "*JumboPacket")
+                BuildSetting(node.instancePath, setting, setting.defaultValue);
+        }
+        if (vlan.id != 0)
+            parent.ids.push_back(vlan.id);
+        else
+            parent.untagged = true;
+        parent.vlanDevices.push_back(Device(node.guid));
+        CarryVlans(parent);
+        m_vlanGuids.push_back(node.guid);
+    }
+
+    // Brings the adapters that carry the parent's VLANs up to date.
+    void CarryVlans(const Node& parent)
+    {
+        const DWORD tagging = parent.ids.empty() ? 0 : parent.untagged ? 3 : 1;
+        std::vector<CRavString> ids;
+        for (const int id : parent.ids)
+            ids.push_back(Format(L"%u", static_cast<unsigned>(id)));
+        for (auto& [name, node] : m_nodes)
+        {
+            const bool isMember =
+                std::find(parent.members.begin(), parent.members.end(), node.guid) != parent.members.end();
+            if (!isMember && !(node.guid == parent.guid && !parent.isTeam))
+                continue;
+            std::vector<CRavString> bindings = parent.vlanDevices;
+            if (isMember)
+                bindings.insert(bindings.begin(), Device(parent.guid));
+            BuildDriverEntry(node, parent.group, isMember ? static_cast<DWORD>(parent.members.size()) : 1, bindings,
+                             tagging);
+            Key(node.instancePath).Number(L"TaggingMode", ids.empty() ? 0 : 1);
+            if (!ids.empty())
+                Key(node.instancePath).List(L"VLANID", ids).Number(L"VlanMode", 1);
+            MoveDhcp(node);
+        }
+    }
+
+    void MoveDhcp(const Node& adapter)
+    {
+        const CRavString tcpip = LabPath(TCPIP_INTERFACES_KEY, adapter.guid);
+        const CRavString configuration = CRavString(XMS_PARAMETERS_KEY) + L"\\Configuration\\" + adapter.guid;
+        if (LabHasKey(configuration))
+            return;
+        Key(configuration).Number(L"EnableDHCP", LabNumber(tcpip, L"EnableDHCP", 0));
+        Key(tcpip).Number(L"EnableDHCP", 0);
+    }
+
+    void BuildBindings()
+    {
+        std::vector<CRavString> ordinary;
+        std::vector<CRavString> carried;
+        std::vector<CRavString> all;
+        std::vector<CRavString> switched;
+        for (const LabAdapter& adapter : m_host.adapters)
+        {
+            const Node& node = m_nodes[adapter.name];
+            all.push_back(Device(node.guid));
+            (node.isMember || !node.vlanDevices.empty() ? carried : ordinary).push_back(Device(node.guid));
+            if (adapter.hyperV)
+                switched.push_back(Device(node.guid));
+        }
+        for (const CRavString& guid : m_teamOrder)
+            ordinary.push_back(Device(guid));
+        for (const CRavString& guid : m_vlanGuids)
+            ordinary.push_back(Device(guid));
+        for (const Protocol& protocol : PROTOCOLS)
+        {
+            const CRavString path = LabPath(SERVICES_KEY, protocol.service) + L"\\Linkage";
+            const CRavString id = protocol.componentId;
+            if (id == L"oxmsprotocol")
+                Key(path).List(L"Bind", carried).List(L"Disabled", {});
+            else if (id == L"vms_pp")
+                Key(path).List(L"Bind", switched).List(L"Disabled", {});
+            else if (id == L"ms_lldp")
+                Key(path).List(L"Bind", all).List(L"Disabled", {});
+            else
+                Key(path).List(L"Bind", ordinary).List(L"Disabled", carried);
+        }
+    }
+
+    CRavString NextRootDevice() { return Format(L"ROOT\\NET\\%04u", m_lastInstance + 1); }
+
+    const LabHost& m_host;
+    CRavString m_folder;
+    bool m_done = true;
+    unsigned m_lastInstance = 0;
+    size_t m_lastNumber = 0;
+    DWORD m_lastGroup = 0;
+    std::map<std::string, Node> m_nodes;
+    std::vector<CRavString> m_adapterOrder;
+    std::vector<CRavString> m_teamOrder;
+    std::vector<CRavString> m_vlanGuids;
+};
+
+void DeleteTree(const wchar_t* parent, const CRavString& name)
+{
+    CRavRegKey key;
+    if (key.Open(HKEY_LOCAL_MACHINE, parent, true))
+        key.DeleteSubKey(name);
+}
+} // namespace
+
+CRavString LabGuid(size_t number)
+{
+    CRavString guid;
+    guid.FormatString(L"{A0000001-0000-4000-8000-%012u}", static_cast<unsigned>(number));
+    return guid;
+}
+
+bool BuildHost(const LabHost& host, const CRavString& folder)
+{
+    return Builder(host, folder).Build();
+}
+
+void RemoveHost()
+{
+    DeleteTree(L"SYSTEM\\CurrentControlSet\\Control\\Class", NETWORK_CLASS_GUID);
+    DeleteTree(ENUM_KEY, L"PCI\\VEN_1A2B&DEV_0010");
+    DeleteTree(ENUM_KEY, L"ROOT\\NET");
+    DeleteTree(NETWORK_KEY, NETWORK_CLASS_GUID);
+    for (const Protocol& protocol : PROTOCOLS)
+    {
+        DeleteTree(LabPath(NETWORK_KEY, PROTOCOL_CLASS_GUID), protocol.guid);
+        DeleteTree(LabPath(SERVICES_KEY, protocol.service), L"Linkage");
+    }
+    for (const CRavString& adapter : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
+        DeleteTree(TCPIP_INTERFACES_KEY, adapter);
+    DeleteTree(LabPath(SERVICES_KEY, L"oXMSProtocol"), L"Parameters");
+    DeleteTree(L"SOFTWARE\\CORVO", L"NETWORK_SERVICES");
+    DeleteTree(L"SOFTWARE", L"VlanLab");
+}

@@ -1,0 +1,290 @@
+#include "Suite/Lab/LabTool/HostFile.h"
+
+#include <algorithm>
+#include <climits>
+#include <cctype>
+#include <cstdio>
+#include <functional>
+#include <set>
+
+using Json = nlohmann::json;
+
+namespace
+{
+constexpr int MAX_VLAN_ID = 4094;
+
+[[noreturn]] void Fail(const std::string& place, const std::string& reason)
+{
+    throw HostFileError(place + ": " + reason);
+}
+
+std::string At(const std::string& list, size_t index)
+{
+    return list + "[" + std::to_string(index) + "]";
+}
+
+// One object of the file: reads members of a known type, and finds the unknown ones.
+class Reader
+{
+  public:
+    Reader(const Json& json, std::string place) : m_json(json), m_place(std::move(place))
+    {
+        if (!json.is_object())
+            Fail(m_place, "an object is needed here");
+    }
+    void Text(const char* name, std::string& value, bool required = false)
+    {
+        if (const Json* const member = Member(name, required))
+            value = member->is_string() && !member->get<std::string>().empty() ? member->get<std::string>()
+                                                                               : Bad(name, "a text is needed");
+    }
+    void Flag(const char* name, bool& value)
+    {
+        const Json* const member = Member(name, false);
+        if (member != nullptr && !member->is_boolean())
+            Bad(name, "true or false is needed");
+        if (member != nullptr)
+            value = member->get<bool>();
+    }
+    void Number(const char* name, int& value, int min, int max, bool required = false)
+    {
+        const Json* const member = Member(name, required);
+        if (member == nullptr)
+            return;
+        if (!member->is_number_integer() || member->get<long long>() < min || member->get<long long>() > max)
+            Bad(name, "a number from " + std::to_string(min) + " to " + std::to_string(max) + " is needed");
+        value = member->get<int>();
+    }
+    void Each(const char* name, const std::function<void(const Json&, const std::string&)>& visit)
+    {
+        const Json* const member = Member(name, false);
+        if (member == nullptr)
+            return;
+        if (!member->is_array())
+            Bad(name, "a list is needed");
+        for (size_t index = 0; index < member->size(); ++index)
+            visit((*member)[index], At(Place(name), index));
+    }
+    const Json* Member(const char* name, bool required)
+    {
+        m_known.insert(name);
+        const auto member = m_json.find(name);
+        if (member == m_json.end() && required)
+            Bad(name, "is missing");
+        return member != m_json.end() ? &*member : nullptr;
+    }
+    void Finish() const
+    {
+        for (const auto& [name, value] : m_json.items())
+        {
+            if (m_known.count(name) == 0)
+                Fail(Place(name), "there is no such key");
+        }
+    }
+    std::string Place(const std::string& name) const { return m_place.empty() ? name : m_place + "." + name; }
+    std::string Bad(const std::string& name, const std::string& reason) const { Fail(Place(name), reason); }
+
+  private:
+    const Json& m_json;
+    std::string m_place;
+    std::set<std::string> m_known;
+};
+
+std::string TextAt(const Json& json, const std::string& place)
+{
+    if (!json.is_string() || json.get<std::string>().empty())
+        Fail(place, "a text is needed");
+    return json.get<std::string>();
+}
+
+LabAdapter ParseAdapter(const Json& json, const std::string& place)
+{
+    LabAdapter adapter;
+    Reader reader(json, place);
+    reader.Text("name", adapter.name, true);
+    reader.Text("mac", adapter.mac, true);
+    if (adapter.mac.size() != 12 ||
+        !std::all_of(adapter.mac.begin(), adapter.mac.end(), [](unsigned char c) { return std::isxdigit(c) != 0; }))
+        reader.Bad("mac", "twelve hexadecimal digits are needed");
+    reader.Flag("corvo", adapter.corvo);
+    reader.Flag("vlansOnPort", adapter.vlansOnPort);
+    reader.Flag("virtualDevice", adapter.virtualDevice);
+    reader.Flag("driverLoaded", adapter.driverLoaded);
+    reader.Flag("driverSupportsVlans", adapter.driverSupportsVlans);
+    reader.Flag("standardKeywords", adapter.standardKeywords);
+    reader.Flag("hyperV", adapter.hyperV);
+    reader.Flag("dhcp", adapter.dhcp);
+    if (reader.Member("vmq", false) != nullptr)
+    {
+        bool on = false;
+        reader.Flag("vmq", on);
+        adapter.vmq = on;
+    }
+    reader.Each("jumboFrames", [&](const Json& size, const std::string& at) {
+        if (!size.is_number_integer() || size.get<int>() < 1514 || size.get<int>() > 65535)
+            Fail(at, "a number from 1514 to 65535 is needed");
+        adapter.jumboFrames.push_back(size.get<int>());
+    });
+    if (const Json* const parameters = reader.Member("parameters", false))
+    {
+        if (!parameters->is_object())
+            reader.Bad("parameters", "an object of texts is needed");
+        for (const auto& [name, value] : parameters->items())
+            adapter.parameters[name] = TextAt(value, place + ".parameters." + name);
+    }
+    reader.Finish();
+    return adapter;
+}
+
+LabTeam ParseTeam(const Json& json, const std::string& place)
+{
+    LabTeam team;
+    Reader reader(json, place);
+    reader.Text("name", team.name, true);
+    reader.Number("mode", team.mode, 1, 6);
+    reader.Flag("supportsVlans", team.supportsVlans);
+    reader.Each("members",
+                [&](const Json& member, const std::string& at) { team.members.push_back(TextAt(member, at)); });
+    if (team.members.empty())
+        reader.Bad("members", "at least one member is needed");
+    reader.Finish();
+    return team;
+}
+
+LabVlan ParseVlan(const Json& json, const std::string& place)
+{
+    LabVlan vlan;
+    Reader reader(json, place);
+    reader.Text("parent", vlan.parent, true);
+    reader.Number("id", vlan.id, 0, MAX_VLAN_ID, true);
+    reader.Text("name", vlan.name, true);
+    reader.Finish();
+    return vlan;
+}
+
+LabSetting ParseTemplate(const Json& json, const std::string& place)
+{
+    LabSetting setting;
+    Reader reader(json, place);
+    reader.Text("name", setting.name, true);
+    reader.Text("type", setting.type, true);
+    reader.Text("description", setting.description, true);
+    reader.Number("default", setting.defaultValue, INT_MIN, INT_MAX, true);
+    reader.Number("exposeLevel", setting.exposeLevel, 0, 3);
+    reader.Number("base", setting.base, 0, 16);
+    reader.Number("min", setting.min, INT_MIN, INT_MAX);
+    reader.Number("max", setting.max, INT_MIN, INT_MAX);
+    reader.Number("step", setting.step, 0, INT_MAX);
+    reader.Number("scale", setting.scale, 0, INT_MAX);
+    reader.Each("choices", [&](const Json& choice, const std::string& at) {
+        Reader one(choice, at);
+        int value = 0;
+        std::string text;
+        one.Number("value", value, INT_MIN, INT_MAX, true);
+        one.Text("text", text, true);
+        one.Finish();
+        setting.choices.emplace_back(value, text);
+    });
+    if (setting.type != "enum" && setting.type != "int")
+        reader.Bad("type", "\"enum\" or \"int\" is needed");
+    if ((setting.type == "enum") == setting.choices.empty())
+        reader.Bad("choices", "an \"enum\" needs them, an \"int\" has none");
+    reader.Finish();
+    return setting;
+}
+
+class Names
+{
+  public:
+    void Add(const std::string& place, const std::string& name)
+    {
+        if (!m_names.insert(name).second)
+            Fail(place, "\"" + name + "\" is there already");
+    }
+    bool Has(const std::string& name) const { return m_names.count(name) != 0; }
+
+  private:
+    std::set<std::string> m_names;
+};
+
+// What only shows when the parts are seen together.
+void CheckTogether(const LabHost& host)
+{
+    Names parents;
+    Names macs;
+    Names adapters;
+    Names members;
+    Names vlans;
+    for (size_t index = 0; index < host.adapters.size(); ++index)
+    {
+        parents.Add(At("adapters", index) + ".name", host.adapters[index].name);
+        adapters.Add(At("adapters", index) + ".name", host.adapters[index].name);
+        macs.Add(At("adapters", index) + ".mac", host.adapters[index].mac);
+    }
+    for (size_t index = 0; index < host.teams.size(); ++index)
+    {
+        parents.Add(At("teams", index) + ".name", host.teams[index].name);
+        for (size_t member = 0; member < host.teams[index].members.size(); ++member)
+        {
+            const std::string place = At(At("teams", index) + ".members", member);
+            if (!adapters.Has(host.teams[index].members[member]))
+                Fail(place, "there is no adapter \"" + host.teams[index].members[member] + "\"");
+            members.Add(place, host.teams[index].members[member]);
+        }
+    }
+    for (size_t index = 0; index < host.vlans.size(); ++index)
+    {
+        const LabVlan& vlan = host.vlans[index];
+        if (!parents.Has(vlan.parent))
+            Fail(At("vlans", index) + ".parent", "there is no adapter or team \"" + vlan.parent + "\"");
+        if (members.Has(vlan.parent))
+            Fail(At("vlans", index) + ".parent", "\"" + vlan.parent + "\" is a member of a team");
+        vlans.Add(At("vlans", index) + ".id", vlan.parent + "/" + std::to_string(vlan.id));
+        vlans.Add(At("vlans", index) + ".name", vlan.parent + " - " + vlan.name);
+    }
+}
+} // namespace
+
+LabHost ParseHost(const std::string& text)
+{
+    LabHost host;
+    Json json;
+    try
+    {
+        json = Json::parse(text);
+    }
+    catch (const Json::parse_error& error)
+    {
+        throw HostFileError(std::string("this is not JSON: ") + error.what());
+    }
+    Reader reader(json, "");
+    std::string comment;
+    reader.Text("comment", comment);
+    reader.Text("edition", host.edition);
+    if (host.edition != "server" && host.edition != "workstation")
+        reader.Bad("edition", "\"server\" or \"workstation\" is needed");
+    reader.Each("adapters",
+                [&](const Json& item, const std::string& at) { host.adapters.push_back(ParseAdapter(item, at)); });
+    reader.Each("teams", [&](const Json& item, const std::string& at) { host.teams.push_back(ParseTeam(item, at)); });
+    reader.Each("vlans", [&](const Json& item, const std::string& at) { host.vlans.push_back(ParseVlan(item, at)); });
+    reader.Each("templates",
+                [&](const Json& item, const std::string& at) { host.templates.push_back(ParseTemplate(item, at)); });
+    reader.Finish();
+    if (host.adapters.empty())
+        reader.Bad("adapters", "at least one adapter is needed");
+    CheckTogether(host);
+    return host;
+}
+
+LabHost ReadHostFile(const std::wstring& path)
+{
+    FILE* const file = _wfopen(path.c_str(), L"rb");
+    if (file == nullptr)
+        throw HostFileError("the file cannot be opened");
+    std::string text;
+    char buffer[4096];
+    for (size_t size = 0; (size = fread(buffer, 1, sizeof(buffer), file)) > 0;)
+        text.append(buffer, size);
+    fclose(file);
+    return ParseHost(text);
+}

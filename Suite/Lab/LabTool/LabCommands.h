@@ -1,0 +1,28 @@
+#pragma once
+
+#include "Common/Src/RavString.h"
+
+#include <stdexcept>
+#include <string>
+
+// What a command of the lab tells its user when it cannot do its work; nothing was changed then.
+class LabError : public std::runtime_error
+{
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+std::string ToUtf8(const std::wstring& text);
+CRavString FromUtf8(const std::string& text);
+void Write(const std::string& text);
+
+void RunShow(bool json);
+void RunSet(const std::string& name, const std::string& property, const std::string& value);
+
+// --- Platform.cpp: the parts of the lab that lie outside the host's registry ----------------------------------------
+
+bool IsRealWindows();
+CRavString ProgramFolder();
+// Registers the COM server; the driver service is created and started. Throw LabError.
+void StartPlatform(const std::string& edition);
+void StopPlatform();

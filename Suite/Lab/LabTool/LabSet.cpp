@@ -1,0 +1,152 @@
+#include "Suite/Lab/LabTool/LabCommands.h"
+
+#include "Common/Src/RavRegKey.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+
+#include <functional>
+#include <vector>
+
+namespace
+{
+constexpr DWORD PROBLEM_NOT_LOADED = 31;
+
+using Setter = std::function<bool(const CRavString& guid, bool on)>;
+
+Setter Flag(const wchar_t* name)
+{
+    return [name](const CRavString& guid, bool on) { return LabSetNumber(LabPath(LAB_ADAPTERS, guid), name, on); };
+}
+
+bool SetBinding(const CRavString& guid, bool on)
+{
+    CRavRegKey key;
+    const CRavString device = CRavString(L"\\Device\\") + guid;
+    return key.Create(HKEY_LOCAL_MACHINE, LabPath(SERVICES_KEY, L"VMSP") + L"\\Linkage", true, false) &&
+           (on ? key.AddValueToMultiString(L"Bind", device) : key.RemoveValueFromMultiString(L"Bind", device));
+}
+
+bool SetVmq(const CRavString& guid, bool on)
+{
+    if (LabNumber(LabPath(LAB_ADAPTERS, guid), L"Vmq", 0) == 0)
+        throw LabError("this adapter has no virtual machine queues");
+    return LabSetText(LabInstancePath(guid), L"*VMQ", on ? L"1" : L"0");
+}
+
+struct Property
+{
+    const char* name;
+    bool ofTeams;
+    Setter set;
+};
+
+const std::vector<Property>& Properties()
+{
+    static const std::vector<Property> properties = {
+        {"driverLoaded", false,
+         [](const CRavString& guid, bool on) {
+             return LabSetNumber(LabPath(LAB_DEVICES, guid), L"Problem", on ? 0 : PROBLEM_NOT_LOADED);
+         }},
+        {"vmq", false, SetVmq},
+        {"hyperV", false, SetBinding},
+        {"corvo", false, Flag(L"Corvo")},
+        {"vlansOnPort", false, Flag(L"VlansOnPort")},
+        {"virtualDevice", false, Flag(L"VirtualDevice")},
+        {"driverSupportsVlans", false, Flag(L"Vorn")},
+        {"xmsRule", false, Flag(L"XmsRule")},
+        {"dhcp", false,
+         [](const CRavString& guid, bool on) {
+             return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), L"EnableDHCP", on);
+         }},
+        {"supportsVlans", true,
+         [](const CRavString& guid, bool on) { return LabSetNumber(LabPath(LAB_TEAMS, guid), L"SupportsVlans", on); }},
+    };
+    return properties;
+}
+
+struct Target
+{
+    CRavString guid;
+    bool isTeam = false;
+};
+
+// VLANs can be bound to the Hyper-V switch, too.
+std::vector<CRavString> VlanKeys()
+{
+    std::vector<CRavString> keys;
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
+    CRavString instance;
+    while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
+    {
+        const CRavString path = LabPath(CLASS_KEY, instance);
+        if ((LabNumber(path, L"SupportedFeatures", 0) & 8) != 0)
+            keys.push_back(LabText(path, L"NetCfgInstanceId"));
+    }
+    return keys;
+}
+
+bool IsNamed(const CRavString& guid, const CRavString& name)
+{
+    const CRavString instance = LabInstancePath(guid);
+    const wchar_t* const number = wcsrchr(instance, L'\\');
+    return guid.CompareI(name) || LabDisplayName(guid).CompareI(name) || (number != nullptr && name == number + 1);
+}
+
+Target FindTarget(const std::string& name)
+{
+    const CRavString wide = FromUtf8(name);
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
+    {
+        if (IsNamed(guid, wide))
+            return {guid, false};
+    }
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_TEAM_ORDER))
+    {
+        if (IsNamed(guid, wide) || LabText(LabPath(LAB_TEAMS, guid), L"Name").CompareI(wide))
+            return {guid, true};
+    }
+    for (const CRavString& guid : VlanKeys())
+    {
+        if (IsNamed(guid, wide))
+            return {guid, false};
+    }
+    throw LabError("there is no adapter, team or VLAN called \"" + name + "\"");
+}
+
+bool ParseFlag(const std::string& value)
+{
+    for (const char* const yes : {"on", "yes", "true", "1"})
+    {
+        if (value == yes)
+            return true;
+    }
+    for (const char* const no : {"off", "no", "false", "0"})
+    {
+        if (value == no)
+            return false;
+    }
+    throw LabError("\"" + value + "\" is no value for this: say on or off");
+}
+} // namespace
+
+void RunSet(const std::string& name, const std::string& property, const std::string& value)
+{
+    if (!LabHasKey(LAB_KEY))
+        throw LabError("the lab is not up; 'lab up HOST.json' builds a host");
+    const Target target = FindTarget(name);
+    std::string possible;
+    for (const Property& candidate : Properties())
+    {
+        if (candidate.ofTeams != target.isTeam)
+            continue;
+        if (property == candidate.name)
+        {
+            if (!candidate.set(target.guid, ParseFlag(value)))
+                throw LabError("the registry could not be written");
+            return;
+        }
+        possible += std::string(possible.empty() ? "" : ", ") + candidate.name;
+    }
+    throw LabError("there is no property \"" + property + "\"; there are: " + possible);
+}

@@ -1,0 +1,236 @@
+#include "Suite/Lab/LabTool/LabCommands.h"
+
+#include "Common/Src/RavRegKey.h"
+#include "Suite/Lab/State/ExclusiveFile.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+
+#include <nlohmann/json.hpp>
+
+#include <functional>
+
+using Json = nlohmann::ordered_json;
+
+namespace
+{
+std::string Text(const CRavString& path, const wchar_t* name)
+{
+    return ToUtf8(LabText(path, name));
+}
+
+Json List(const CRavString& path, const wchar_t* name)
+{
+    Json array = Json::array();
+    for (const CRavString& value : LabList(path, name))
+        array.push_back(ToUtf8(value));
+    return array;
+}
+
+std::string State(const CRavString& guid)
+{
+    const DWORD problem = LabNumber(LabPath(LAB_DEVICES, guid), L"Problem", 0);
+    return problem == 0 ? "loaded" : problem == 22 ? "disabled" : "not loaded";
+}
+
+Json Bindings(const CRavString& guid)
+{
+    Json array = Json::array();
+    for (const wchar_t* const service : {L"Tcpip", L"Tcpip6", L"MsLldp", L"oXMSProtocol", L"VMSP"})
+    {
+        for (const CRavString& device : LabList(LabPath(SERVICES_KEY, service) + L"\\Linkage", L"Bind"))
+        {
+            if (device.CompareI(CRavString(L"\\Device\\") + guid))
+                array.push_back(ToUtf8(service));
+        }
+    }
+    return array;
+}
+
+Json AdapterToJson(const CRavString& guid)
+{
+    const CRavString lab = LabPath(LAB_ADAPTERS, guid);
+    const CRavString instance = LabInstancePath(guid);
+    const CRavString device = LabPath(LAB_DEVICES, guid);
+    const CRavString team = LabTeamOf(guid);
+    const auto flag = [&](const wchar_t* name) { return LabNumber(lab, name, 0) != 0; };
+    return {{"name", ToUtf8(LabDisplayName(guid))},
+            {"key", ToUtf8(guid)},
+            {"instance", ToUtf8(wcsrchr(instance, L'\\') != nullptr ? wcsrchr(instance, L'\\') + 1 : L"")},
+            {"driver", State(guid)},
+            {"stops", LabNumber(device, L"Stops", 0)},
+            {"starts", LabNumber(device, L"Starts", 0)},
+            {"mac", Text(lab, L"PermanentMac")},
+            {"corvo", flag(L"Corvo")},
+            {"vlansOnPort", flag(L"VlansOnPort")},
+            {"virtualDevice", flag(L"VirtualDevice")},
+            {"vmq", flag(L"Vmq") ? (Text(instance, L"*VMQ") == "1" ? "on" : "off") : "none"},
+            {"team", team.IsEmpty() ? "" : Text(LabPath(LAB_TEAMS, team), L"Name")},
+            {"vlanIds", List(instance, L"VLANID")},
+            {"bindings", Bindings(guid)}};
+}
+
+Json TeamToJson(const CRavString& guid)
+{
+    const CRavString path = LabPath(LAB_TEAMS, guid);
+    Json members = Json::array();
+    for (const CRavString& member : LabList(path, L"Members"))
+        members.push_back(ToUtf8(LabDisplayName(member)));
+    return {{"name", Text(path, L"Name")},
+            {"key", ToUtf8(guid)},
+            {"mode", LabNumber(LabInstancePath(guid), L"TeamMode", 0)},
+            {"supportsVlans", LabNumber(path, L"SupportsVlans", 0) != 0},
+            {"members", members},
+            {"lastVlanNotices", LabNumber(path, L"LastVlanNotices", 0)},
+            {"bindings", Bindings(guid)}};
+}
+
+bool IsVlan(const CRavString& instance)
+{
+    return (LabNumber(instance, L"SupportedFeatures", 0) & 8) != 0;
+}
+
+Json VlansToJson()
+{
+    Json array = Json::array();
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
+    CRavString instance;
+    while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
+    {
+        const CRavString path = LabPath(CLASS_KEY, instance);
+        if (!IsVlan(path))
+            continue;
+        const CRavString guid = LabText(path, L"NetCfgInstanceId");
+        array.push_back({{"displayName", Text(path, L"VLANDisplayName")},
+                         {"id", LabNumber(path, L"VLANID", 0)},
+                         {"key", ToUtf8(guid)},
+                         {"instance", ToUtf8(instance)},
+                         {"driver", State(guid)},
+                         {"stops", LabNumber(LabPath(LAB_DEVICES, guid), L"Stops", 0)},
+                         {"starts", LabNumber(LabPath(LAB_DEVICES, guid), L"Starts", 0)},
+                         {"mac", Text(path, L"NetworkAddress")},
+                         {"bindings", Bindings(guid)}});
+    }
+    return array;
+}
+
+// The requests that the driver keeps: the head, then the information buffer.
+Json RequestsToJson()
+{
+    Json array = Json::array();
+    CRavRegKey key;
+    key.Open(HKEY_LOCAL_MACHINE, CRavString(XMS_PARAMETERS_KEY) + L"\\Requests", false);
+    CRavString name;
+    while (key.IsOpened() && key.EnumValue(name))
+    {
+        BYTE data[1024] = {};
+        DWORD size = sizeof(data);
+        if (!key.GetValue(name, data, size) || size < 88)
+            continue;
+        wchar_t adapter[40] = {};
+        memcpy(adapter, data, 78);
+        DWORD oid = 0;
+        memcpy(&oid, data + 80, sizeof(oid));
+        char code[16];
+        snprintf(code, sizeof(code), "0x%08lX", oid);
+        const size_t length = std::min<size_t>(data[88] | (data[89] << 8), 256);
+        array.push_back({{"adapter", ToUtf8(adapter)},
+                         {"oid", code},
+                         {"bytes", size - 88},
+                         {"text", std::string(reinterpret_cast<const char*>(data) + 90, length)}});
+    }
+    return array;
+}
+
+std::string LockHolder()
+{
+    CExclusiveFile probe;
+    if (probe.Acquire(LabStateFolder() + L"\\suite.lock", 0))
+        return "";
+    return "process " + std::to_string(LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0)) + " (" +
+           Text(LAB_SUITE_LOCK, L"Program") + ")";
+}
+
+Json HostToJson()
+{
+    Json host = {{"adapters", Json::array()}, {"teams", Json::array()}};
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
+        host["adapters"].push_back(AdapterToJson(guid));
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_TEAM_ORDER))
+        host["teams"].push_back(TeamToJson(guid));
+    host["vlans"] = VlansToJson();
+    host["driverRequests"] = RequestsToJson();
+    host["lockHolder"] = LockHolder();
+    host["rebootRequested"] = LabNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 0) != 0;
+    return host;
+}
+
+std::string Plain(const Json& value)
+{
+    if (value.is_string())
+        return value.get<std::string>().empty() ? "-" : value.get<std::string>();
+    if (value.is_boolean())
+        return value.get<bool>() ? "yes" : "no";
+    if (!value.is_array())
+        return value.dump();
+    std::string text;
+    for (const Json& item : value)
+        text += (text.empty() ? "" : ",") + Plain(item);
+    return text.empty() ? "-" : text;
+}
+
+void ShowTable(const char* title, const Json& rows)
+{
+    Write(std::string(title) + "\n");
+    if (rows.empty())
+    {
+        Write("  none\n");
+        return;
+    }
+    std::vector<std::string> names;
+    for (const auto& [name, value] : rows.front().items())
+        names.push_back(name);
+    std::vector<size_t> widths;
+    for (const std::string& name : names)
+    {
+        size_t width = name.size();
+        for (const Json& row : rows)
+            width = std::max(width, Plain(row[name]).size());
+        widths.push_back(width);
+    }
+    const auto line = [&](const std::function<std::string(const std::string&)>& cell) {
+        std::string text = " ";
+        for (size_t column = 0; column < names.size(); ++column)
+        {
+            const std::string value = cell(names[column]);
+            text +=
+                " " + value + std::string(widths[column] > value.size() ? widths[column] - value.size() + 1 : 1, ' ');
+        }
+        text.erase(text.find_last_not_of(' ') + 1);
+        Write(text + "\n");
+    };
+    line([](const std::string& name) { return name; });
+    for (const Json& row : rows)
+        line([&](const std::string& name) { return Plain(row[name]); });
+}
+} // namespace
+
+void RunShow(bool json)
+{
+    if (!LabHasKey(LAB_KEY))
+        throw LabError("the lab is not up; 'lab up HOST.json' builds a host");
+    const Json host = HostToJson();
+    if (json)
+    {
+        Write(host.dump(2) + "\n");
+        return;
+    }
+    ShowTable("Adapters", host["adapters"]);
+    ShowTable("Teams", host["teams"]);
+    ShowTable("VLANs", host["vlans"]);
+    ShowTable("Driver requests", host["driverRequests"]);
+    Write("Configuration lock: " +
+          (host["lockHolder"] == "" ? "free" : "held by " + host["lockHolder"].get<std::string>()) + "\n");
+    if (host["rebootRequested"] == true)
+        Write("A restart of the system was requested.\n");
+}

@@ -1,0 +1,127 @@
+#include "Suite/Lab/LabTool/LabCommands.h"
+
+#include "Suite/Lab/LabTool/HostBuilder.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+
+#include <CLI/CLI.hpp>
+
+#include <windows.h>
+#include <shellapi.h>
+
+#include <functional>
+#include <iostream>
+
+std::string ToUtf8(const std::wstring& text)
+{
+    const int length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(std::max(size, 0)), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+CRavString FromUtf8(const std::string& text)
+{
+    const int length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');
+    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
+    return CRavString(wide.c_str());
+}
+
+void Write(const std::string& text)
+{
+    std::cout << text;
+}
+
+namespace
+{
+void RunUp(const std::string& file)
+{
+    if (LabHasKey(LAB_KEY))
+        throw LabError("the lab is up already; 'lab down' takes it down first");
+    const LabHost host = ReadHostFile(FromUtf8(file));
+    try
+    {
+        if (!BuildHost(host, ProgramFolder()))
+            throw LabError("the registry could not be written");
+        StartPlatform(host.edition);
+    }
+    catch (...)
+    {
+        StopPlatform();
+        RemoveHost();
+        throw;
+    }
+    Write("the lab is up: " + std::to_string(host.adapters.size()) + " adapters, " + std::to_string(host.teams.size()) +
+          " teams, " + std::to_string(host.vlans.size()) + " VLANs\n");
+}
+
+void RunDown()
+{
+    if (!LabHasKey(LAB_KEY))
+    {
+        Write("the lab is not up\n");
+        return;
+    }
+    StopPlatform();
+    RemoveHost();
+    Write("the lab is down\n");
+}
+
+std::vector<std::string> Arguments()
+{
+    int count = 0;
+    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int index = count - 1; index > 0; --index)
+        arguments.push_back(ToUtf8(wide[index]));
+    LocalFree(wide);
+    return arguments;
+}
+} // namespace
+
+int main()
+{
+    CLI::App app("A host to try the VLAN agent on, without hardware", "lab");
+    app.require_subcommand(1);
+    std::function<void()> command;
+    std::string file;
+    std::string name;
+    std::string property;
+    std::string value;
+    bool json = false;
+
+    CLI::App* const up = app.add_subcommand("up", "Build the host that a file describes");
+    up->add_option("HOST", file, "Host file (JSON)")->required();
+    up->callback([&] { command = [&] { RunUp(file); }; });
+    CLI::App* const show = app.add_subcommand("show", "Show the host");
+    show->add_flag("--json", json, "Output for programs");
+    show->callback([&] { command = [&] { RunShow(json); }; });
+    CLI::App* const set = app.add_subcommand("set", "Change one property of an adapter or team");
+    set->add_option("NAME", name, "Display name, instance number or key")->required();
+    set->add_option("PROPERTY", property, "What to change; an unknown one lists them")->required();
+    set->add_option("VALUE", value, "on or off")->required();
+    set->callback([&] { command = [&] { RunSet(name, property, value); }; });
+    app.add_subcommand("down", "Take the host out again")->callback([&] { command = RunDown; });
+    try
+    {
+        app.parse(Arguments());
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? 0 : 2;
+    }
+    try
+    {
+        if (IsRealWindows())
+            throw LabError("this is a real Windows: the lab would overwrite its network configuration");
+        command();
+        return 0;
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "lab: " << error.what() << "\n";
+        return 1;
+    }
+}

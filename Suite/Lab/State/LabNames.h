@@ -1,0 +1,29 @@
+#pragma once
+
+// Where the lab keeps what a real machine keeps in hardware and in the closed parts of the suite.
+
+inline constexpr wchar_t LAB_KEY[] = L"SOFTWARE\\VlanLab";
+inline constexpr wchar_t LAB_ADAPTERS[] = L"SOFTWARE\\VlanLab\\Adapters";
+inline constexpr wchar_t LAB_TEAMS[] = L"SOFTWARE\\VlanLab\\Teams";
+inline constexpr wchar_t LAB_DEVICES[] = L"SOFTWARE\\VlanLab\\Devices";
+inline constexpr wchar_t LAB_CLIENTS[] = L"SOFTWARE\\VlanLab\\Clients";
+inline constexpr wchar_t LAB_SUITE_LOCK[] = L"SOFTWARE\\VlanLab\\SuiteLock";
+
+inline constexpr wchar_t LAB_ADAPTER_ORDER[] = L"AdapterOrder";
+inline constexpr wchar_t LAB_TEAM_ORDER[] = L"TeamOrder";
+inline constexpr wchar_t LAB_STATE_DIR[] = L"StateDir";
+inline constexpr wchar_t LAB_REBOOT_REQUESTED[] = L"RebootRequested";
+
+inline constexpr wchar_t CLASS_KEY[] =
+    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
+inline constexpr wchar_t NETWORK_CLASS_GUID[] = L"{4D36E972-E325-11CE-BFC1-08002BE10318}";
+inline constexpr wchar_t PROTOCOL_CLASS_GUID[] = L"{4D36E975-E325-11CE-BFC1-08002BE10318}";
+inline constexpr wchar_t ENUM_KEY[] = L"SYSTEM\\CurrentControlSet\\Enum";
+inline constexpr wchar_t NETWORK_KEY[] = L"SYSTEM\\CurrentControlSet\\Control\\Network";
+inline constexpr wchar_t SERVICES_KEY[] = L"SYSTEM\\CurrentControlSet\\Services";
+inline constexpr wchar_t TCPIP_INTERFACES_KEY[] = L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters\\Interfaces";
+inline constexpr wchar_t XMS_PARAMETERS_KEY[] = L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters";
+inline constexpr wchar_t XMS_ADAPTERS_KEY[] =
+    L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters\\Adapters";
+inline constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
+inline constexpr wchar_t TEMPLATES_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2\\Agents\\Kirvel\\Settings";

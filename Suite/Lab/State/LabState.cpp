@@ -1,0 +1,112 @@
+#include "Suite/Lab/State/LabState.h"
+
+#include "Common/Src/RavRegKey.h"
+#include "Suite/Lab/State/LabNames.h"
+
+#include <algorithm>
+
+CRavString LabPath(const wchar_t* parent, const CRavString& name)
+{
+    return CRavString(parent) + L"\\" + name;
+}
+
+DWORD LabNumber(const CRavString& path, const wchar_t* name, DWORD missing)
+{
+    CRavRegKey key;
+    DWORD value = missing;
+    if (key.Open(HKEY_LOCAL_MACHINE, path, false))
+        key.GetValue(name, value);
+    return value;
+}
+
+CRavString LabText(const CRavString& path, const wchar_t* name)
+{
+    CRavRegKey key;
+    CRavString text;
+    if (key.Open(HKEY_LOCAL_MACHINE, path, false))
+        key.GetValue(name, text);
+    return text;
+}
+
+std::vector<CRavString> LabList(const CRavString& path, const wchar_t* name)
+{
+    CRavRegKey key;
+    std::vector<CRavString> values;
+    if (key.Open(HKEY_LOCAL_MACHINE, path, false))
+        key.GetValue(name, values);
+    return values;
+}
+
+bool LabHasKey(const CRavString& path)
+{
+    CRavRegKey key;
+    return key.Open(HKEY_LOCAL_MACHINE, path, false);
+}
+
+bool LabSetNumber(const CRavString& path, const wchar_t* name, DWORD value)
+{
+    CRavRegKey key;
+    return key.Create(HKEY_LOCAL_MACHINE, path, true, false) && key.SetValue(name, value);
+}
+
+bool LabSetText(const CRavString& path, const wchar_t* name, const CRavString& value)
+{
+    CRavRegKey key;
+    CRavString text = value;
+    return key.Create(HKEY_LOCAL_MACHINE, path, true, false) && key.SetValue(name, text, false);
+}
+
+bool LabSetList(const CRavString& path, const wchar_t* name, const std::vector<CRavString>& values)
+{
+    CRavRegKey key;
+    return key.Create(HKEY_LOCAL_MACHINE, path, true, false) && key.SetValue(name, values);
+}
+
+CRavString LabInstancePath(const CRavString& guid)
+{
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
+    CRavString instance;
+    while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
+    {
+        const CRavString path = LabPath(CLASS_KEY, instance);
+        if (LabText(path, L"NetCfgInstanceId").CompareI(guid))
+            return path;
+    }
+    return CRavString();
+}
+
+CRavString LabDisplayName(const CRavString& guid)
+{
+    const CRavString instance = LabInstancePath(guid);
+    if (instance.IsEmpty())
+        return CRavString();
+    const CRavString device = LabPath(ENUM_KEY, LabText(instance, L"DeviceInstanceID"));
+    const CRavString name = LabText(device, L"FriendlyName");
+    return name.IsEmpty() ? LabText(instance, L"DriverDesc") : name;
+}
+
+CRavString LabTeamOf(const CRavString& adapter)
+{
+    for (const CRavString& team : LabList(LAB_KEY, LAB_TEAM_ORDER))
+    {
+        const std::vector<CRavString> members = LabList(LabPath(LAB_TEAMS, team), L"Members");
+        if (std::any_of(members.begin(), members.end(),
+                        [&](const CRavString& member) { return member.CompareI(adapter); }))
+            return team;
+    }
+    return CRavString();
+}
+
+CRavString LabStateFolder()
+{
+    CRavString folder = LabText(LAB_KEY, LAB_STATE_DIR);
+    if (folder.IsEmpty())
+    {
+        wchar_t temp[MAX_PATH] = {};
+        GetTempPathW(MAX_PATH, temp);
+        folder = CRavString(temp) + L"VlanLab";
+    }
+    CreateDirectoryW(folder, nullptr);
+    return folder;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Common/Src/RavString.h"
+
+#include <windows.h>
+
+#include <vector>
+
+// Small readers and writers of the lab's registry state. Each call opens and closes its key, so a test that changes
+// HKEY_LOCAL_MACHINE under the process changes the lab with it.
+
+CRavString LabPath(const wchar_t* parent, const CRavString& name);
+
+DWORD LabNumber(const CRavString& path, const wchar_t* name, DWORD missing);
+CRavString LabText(const CRavString& path, const wchar_t* name);
+std::vector<CRavString> LabList(const CRavString& path, const wchar_t* name);
+bool LabHasKey(const CRavString& path);
+
+bool LabSetNumber(const CRavString& path, const wchar_t* name, DWORD value);
+bool LabSetText(const CRavString& path, const wchar_t* name, const CRavString& value);
+bool LabSetList(const CRavString& path, const wchar_t* name, const std::vector<CRavString>& values);
+
+// The instance key path of the network component with the GUID; empty when there is none.
+CRavString LabInstancePath(const CRavString& guid);
+// The friendly name, or else the description, of the component's device.
+CRavString LabDisplayName(const CRavString& guid);
+// The team that has the adapter as a member; empty when none has.
+CRavString LabTeamOf(const CRavString& adapter);
+// The folder of lock files; it exists afterwards.
+CRavString LabStateFolder();

@@ -1,0 +1,104 @@
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegKey.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+
+#include <algorithm>
+
+namespace
+{
+CRavString TeamPath(const CRavString& team)
+{
+    return LabPath(LAB_TEAMS, team);
+}
+
+bool IsLoaded(const CRavString& device)
+{
+    return LabNumber(LabPath(LAB_DEVICES, device), L"Problem", 0) == 0;
+}
+
+// The lab's team agent: teams as the registry has them. What it is told it notes down where it can be looked at.
+class CLabTeamAgent final : public CRavTeamAgentPvtIntf
+{
+  public:
+    CResult EnumerateTeams(std::vector<CRavString>& teams) override
+    {
+        teams = LabList(LAB_KEY, LAB_TEAM_ORDER);
+        return LabHasKey(LAB_KEY) ? CResult::Success() : CResult();
+    }
+
+    CResult DoesTeamSupportVlan(const CRavString& strTeam, bool& bSupports, bool& bNotLoaded, bool& bTeamFlag,
+                                const RAV_CLIENT_ID& /*client*/) override
+    {
+        std::vector<CRavString> members;
+        if (!GetTeamMembers(strTeam, members).Succeeded())
+            return CResult(ERROR_FILE_NOT_FOUND);
+        bSupports = LabNumber(TeamPath(strTeam), L"SupportsVlans", 0) != 0;
+        bTeamFlag = !bSupports;
+        bNotLoaded = !std::all_of(members.begin(), members.end(), IsLoaded);
+        return CResult::Success();
+    }
+
+    CResult GetTeamInfo(const CRavString& strTeam, RAV_TEAM_INFO& info) override
+    {
+        info.strTeamKey = strTeam;
+        info.strTeamName = LabText(TeamPath(strTeam), L"Name");
+        info.dwTeamMode = LabNumber(LabInstancePath(strTeam), L"TeamMode", 0);
+        return GetTeamMembers(strTeam, info.members);
+    }
+
+    CResult GetTeamMembers(const CRavString& strTeam, std::vector<CRavString>& members) override
+    {
+        members = LabList(TeamPath(strTeam), L"Members");
+        return LabHasKey(TeamPath(strTeam)) ? CResult::Success() : CResult(ERROR_FILE_NOT_FOUND);
+    }
+
+    bool DoesTeamHaveVlans(const CRavString& strTeam) override
+    {
+        CRavRegKey networkClass;
+        networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
+        CRavString instance;
+        while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
+        {
+            if (LabText(LabPath(CLASS_KEY, instance), L"RavVlanParentKey").CompareI(strTeam))
+                return true;
+        }
+        return false;
+    }
+
+    CResult IsTeamVmqEnabled(const CRavString& strTeam, bool& bEnabled) override
+    {
+        std::vector<CRavString> members;
+        const CResult result = GetTeamMembers(strTeam, members);
+        bEnabled = std::any_of(members.begin(), members.end(), [](const CRavString& member) {
+            return LabText(LabInstancePath(member), L"*VMQ") == L"1";
+        });
+        return result;
+    }
+
+    bool IsVlanFilteringDoneByTeam(const CRavString& strAdapter) override { return !LabTeamOf(strAdapter).IsEmpty(); }
+
+    CResult PrepareForNewVlan(const CRavString& strParent, const RAV_LOCK_RECORD& /*lock*/) override
+    {
+        return LabSetText(LAB_KEY, L"LastPreparedParent", strParent) ? CResult::Success() : CResult();
+    }
+
+    CResult NotifyLastVlanOnTeamRemoved(const CRavString& strTeam, const CRavString& strVlan,
+                                        DWORD /*dwReserved*/) override
+    {
+        const DWORD count = LabNumber(TeamPath(strTeam), L"LastVlanNotices", 0);
+        return LabHasKey(TeamPath(strTeam)) && LabSetNumber(TeamPath(strTeam), L"LastVlanNotices", count + 1) &&
+                       LabSetText(TeamPath(strTeam), L"LastVlan", strVlan)
+                   ? CResult::Success()
+                   : CResult(ERROR_FILE_NOT_FOUND);
+    }
+};
+} // namespace
+
+extern "C" CRavTeamAgentPvtIntf* GetTeamAgentPvt()
+{
+    static CLabTeamAgent agent;
+    return &agent;
+}

@@ -1,0 +1,134 @@
+// Validating and creating VLANs.
+
+#include "Tools/vlanctl/Commands.h"
+
+#include "Tools/vlanctl/Inventory.h"
+#include "Tools/vlanctl/Messages.h"
+#include "Tools/vlanctl/Names.h"
+#include "Tools/vlanctl/Output.h"
+
+#include <algorithm>
+
+using Json = nlohmann::ordered_json;
+
+namespace
+{
+class Progress final : public CRavVlanProgress
+{
+  public:
+    void OnVlanCreated(DWORD vlanId, size_t done, size_t total) override
+    {
+        PrintError("created " + std::to_string(done) + " of " + std::to_string(total) + ": " +
+                   (vlanId == 0 ? "untagged" : "id " + std::to_string(vlanId)) + "\n");
+    }
+};
+
+CRavString RequestedName(const CreateOptions& options)
+{
+    return options.autoNames ? CRavString(RAV_AUTO_VLAN_NAMES) : FromUtf8(options.name);
+}
+
+CRavVlanMessages Validate(CSession& session, const CreateOptions& options, const CRavString& parentKey)
+{
+    CResult result;
+    CRavVlanMessages messages;
+    session.Agent().ValidateNewVlan(result, parentKey, FromUtf8(options.ids), RequestedName(options), messages,
+                                    session.Client());
+    if (!result.Succeeded())
+        throw CommandError(EXIT_REFUSED, "the request cannot be validated: " + CodeText(result));
+    return messages;
+}
+
+bool HasStop(const CRavVlanMessages& messages)
+{
+    return std::any_of(messages.begin(), messages.end(),
+                       [](const RAV_VALIDATION_MESSAGE& message) { return message.dwSeverity == RAV_SEVERITY_STOP; });
+}
+
+bool IsSingle(const std::string& ids)
+{
+    return ids.find_first_of(",-") == std::string::npos;
+}
+
+CResult Create(CSession& session, const CreateOptions& options, const CRavString& parentKey)
+{
+    CResult result;
+    Progress progress;
+    const RAV_LOCK_RECORD lock = session.Lock(options.waitSeconds);
+    const CRavString ids = FromUtf8(options.ids);
+    if (IsSingle(options.ids) && !options.autoNames)
+        session.Agent().CreateVlan(result, parentKey, static_cast<DWORD>(std::stoul(options.ids)),
+                                   RequestedName(options), 0, lock);
+    else
+        session.Agent().CreateMultipleVLANs(result, parentKey, ids, RequestedName(options), 0, &progress, lock);
+    return result;
+}
+
+// What there is now and was not before.
+std::vector<VlanRow> Created(CSession& session, const std::vector<VlanRow>& before, const CRavString& parentKey)
+{
+    std::vector<VlanRow> rows = ReadVlans(session, parentKey);
+    std::erase_if(rows, [&](const VlanRow& row) {
+        return std::any_of(before.begin(), before.end(),
+                           [&](const VlanRow& old) { return old.info.vlanKey == row.info.vlanKey; });
+    });
+    return rows;
+}
+
+void ShowCreated(const std::vector<VlanRow>& rows, bool json)
+{
+    Json array = Json::array();
+    for (const VlanRow& row : rows)
+    {
+        array.push_back(
+            {{"key", ToUtf8(row.info.vlanKey)}, {"id", row.info.vlanId}, {"name", ToUtf8(row.info.vlanName)}});
+        if (!json)
+            Print("created " + ToUtf8(row.info.displayName) + " (" +
+                  (row.info.vlanId == 0 ? "untagged" : "id " + std::to_string(row.info.vlanId)) + ", " +
+                  ToUtf8(row.info.vlanKey) + ")\n");
+    }
+    if (json)
+        PrintJson(array);
+}
+
+[[noreturn]] void FailCreation(CSession& session, const CResult& result)
+{
+    if (result.ulErrCode == ERROR_LOCK_VIOLATION)
+        throw CommandError(EXIT_REFUSED,
+                           "the configuration is locked by " + session.LockHolder() + "; try again when it is done");
+    throw CommandError(EXIT_REFUSED, "not all VLANs were created: " + CodeText(result));
+}
+} // namespace
+
+ExitStatus RunValidate(CSession& session, const CreateOptions& options)
+{
+    const ParentRow parent = FindParent(session, options.parent);
+    const CRavVlanMessages messages = Validate(session, options, parent.key);
+    if (options.json)
+    {
+        PrintJson(MessagesToJson(messages));
+        return HasStop(messages) ? EXIT_REFUSED : EXIT_DONE;
+    }
+    if (ShowMessages(messages))
+        return EXIT_REFUSED;
+    Print("valid: can be created on " + ToUtf8(parent.name) + "\n");
+    return EXIT_DONE;
+}
+
+ExitStatus RunCreate(CSession& session, const CreateOptions& options)
+{
+    const ParentRow parent = FindParent(session, options.parent);
+    if (ShowMessages(Validate(session, options, parent.key)))
+        return EXIT_REFUSED;
+    if (options.dryRun)
+    {
+        Print("would create " + options.ids + " on " + ToUtf8(parent.name) + "; nothing was changed\n");
+        return EXIT_DONE;
+    }
+    const std::vector<VlanRow> before = ReadVlans(session, parent.key);
+    const CResult result = Create(session, options, parent.key);
+    ShowCreated(Created(session, before, parent.key), options.json);
+    if (!result.Succeeded())
+        FailCreation(session, result);
+    return EXIT_DONE;
+}

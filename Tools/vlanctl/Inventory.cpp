@@ -1,0 +1,142 @@
+#include "Tools/vlanctl/Inventory.h"
+
+#include "Common/Src/RavRegKey.h"
+#include "Tools/vlanctl/Messages.h"
+#include "Tools/vlanctl/Output.h"
+
+#include <algorithm>
+#include <map>
+
+namespace
+{
+constexpr wchar_t NETWORK_CLASS[] =
+    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
+
+std::string Upper(const CRavString& key)
+{
+    CRavString upper = key;
+    upper.MakeUpper();
+    return ToUtf8(upper);
+}
+
+// Instance numbers by instance GUID.
+std::map<std::string, std::string> ReadInstances()
+{
+    std::map<std::string, std::string> instances;
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, NETWORK_CLASS, false);
+    CRavString name;
+    while (networkClass.IsOpened() && networkClass.EnumSubKey(name))
+    {
+        CRavRegKey key;
+        CRavString guid;
+        if (name.IsNumeric() && key.Open(networkClass.GetHKey(), name, false) &&
+            key.GetValue(L"NetCfgInstanceId", guid))
+            instances[Upper(guid)] = ToUtf8(name);
+    }
+    return instances;
+}
+
+std::string StatusText(DWORD status)
+{
+    static const char* const TEXTS[] = {"unknown", "loaded", "notLoaded", "disabled"};
+    return status < std::size(TEXTS) ? TEXTS[status] : TEXTS[0];
+}
+
+CRavString ParentName(CSession& session, const CRavString& key, bool isTeam)
+{
+    CRavString name;
+    RAV_TEAM_INFO info;
+    if (!isTeam)
+        session.Core().GetDisplayName(key, name);
+    else if (session.Teams() != nullptr && session.Teams()->GetTeamInfo(key, info).Succeeded())
+        name = info.strTeamName;
+    return name.IsEmpty() ? key : name;
+}
+
+bool ReadRow(CSession& session, const CRavString& key, VlanRow& row)
+{
+    CResult result;
+    session.Agent().GetVlanInfo(result, key, row.info);
+    if (!result.Succeeded())
+        return false;
+    RAV_VLAN_PARENT parent;
+    session.Agent().GetVlanParent(result, session.Client(), key, parent);
+    if (result.Succeeded())
+    {
+        row.parentKey = parent.parentKey;
+        row.parentName = ParentName(session, parent.parentKey, parent.parentType == RAV_PARENT_TEAM);
+    }
+    DWORD status = 0;
+    session.Agent().GetVlanStatus(result, key, status);
+    row.status = StatusText(status);
+    return true;
+}
+} // namespace
+
+std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
+{
+    CResult result;
+    std::vector<CRavString> keys;
+    session.Agent().EnumerateVlans(result, parentKey, keys);
+    if (!result.Succeeded())
+        throw CommandError(EXIT_REFUSED, "the VLANs cannot be listed: " + CodeText(result));
+    const auto instances = ReadInstances();
+    std::vector<VlanRow> rows;
+    for (const CRavString& key : keys)
+    {
+        VlanRow row;
+        if (!ReadRow(session, key, row))
+        {
+            PrintError("vlanctl: the VLAN " + ToUtf8(key) + " cannot be read and is left out\n");
+            continue;
+        }
+        const auto instance = instances.find(Upper(key));
+        row.instance = instance != instances.end() ? instance->second : "";
+        rows.push_back(row);
+    }
+    return rows;
+}
+
+VlanRow ReadVlan(CSession& session, const CRavString& key)
+{
+    VlanRow row;
+    if (!ReadRow(session, key, row))
+        throw CommandError(EXIT_REFUSED, "the VLAN " + ToUtf8(key) + " cannot be read");
+    return row;
+}
+
+std::vector<ParentRow> ReadParents(CSession& session, bool judge)
+{
+    CResult result;
+    std::vector<CRavString> supporting;
+    if (judge)
+        session.Agent().EnumerateVlanSupportingParents(result, supporting, session.Client());
+    const auto instances = ReadInstances();
+    std::vector<ParentRow> rows;
+    const auto add = [&](const CRavString& key, bool isTeam) {
+        ParentRow row;
+        row.key = key;
+        row.isTeam = isTeam;
+        row.name = ParentName(session, key, isTeam);
+        const auto instance = instances.find(Upper(key));
+        row.instance = instance != instances.end() ? instance->second : "";
+        row.supportsVlans = std::any_of(supporting.begin(), supporting.end(),
+                                        [&](const CRavString& other) { return other.CompareI(key); });
+        if (judge)
+        {
+            row.reason = ParentReason(session, key);
+            for (const VlanRow& vlan : ReadVlans(session, key))
+                row.vlanIds.push_back(vlan.info.vlanId);
+        }
+        rows.push_back(row);
+    };
+    std::vector<CRavString> keys;
+    if (session.Teams() != nullptr && session.Teams()->EnumerateTeams(keys).Succeeded())
+        std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, true); });
+    keys.clear();
+    if (!session.Core().EnumerateAdapters(keys).Succeeded())
+        throw CommandError(EXIT_REFUSED, "the core agent cannot list the adapters");
+    std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, false); });
+    return rows;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Tools/vlanctl/Session.h"
+
+#include <string>
+#include <vector>
+
+// One VLAN as it is shown.
+struct VlanRow
+{
+    RAV_VLAN_INFO info;
+    CRavString parentKey;
+    CRavString parentName;
+    std::string status;
+    std::string instance; // four digits; empty when unknown
+};
+
+// One adapter or team that could be a parent.
+struct ParentRow
+{
+    CRavString key;
+    CRavString name;
+    bool isTeam = false;
+    bool supportsVlans = false;
+    std::string reason; // why not; empty when it does
+    std::string instance;
+    std::vector<DWORD> vlanIds;
+};
+
+// All VLANs, or with a parent key those of that parent. VLANs that cannot be read are left out, with a line on standard
+// error.
+std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey = {});
+VlanRow ReadVlan(CSession& session, const CRavString& key);
+// All adapters and teams, teams first. Support and reason are filled only with `judge`, since asking takes time.
+std::vector<ParentRow> ReadParents(CSession& session, bool judge);

@@ -1,0 +1,95 @@
+#include "Tools/vlanctl/Output.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+void Write(DWORD stream, const std::string& text)
+{
+    const HANDLE handle = GetStdHandle(stream);
+    DWORD mode = 0;
+    DWORD written = 0;
+    if (GetConsoleMode(handle, &mode))
+    {
+        const std::wstring wide = FromUtf8(text);
+        WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr);
+        return;
+    }
+    WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+}
+
+// Characters, not bytes: combining marks and wide letters are rare enough in names to be let be.
+size_t Width(const std::string& text)
+{
+    return static_cast<size_t>(std::count_if(
+        text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+}
+} // namespace
+
+std::string ToUtf8(const std::wstring& text)
+{
+    const int length = static_cast<int>(text.size());
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    std::string bytes(static_cast<size_t>(std::max(size, 0)), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
+    return bytes;
+}
+
+CRavString FromUtf8(const std::string& text)
+{
+    const int length = static_cast<int>(text.size());
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
+    std::wstring wide(static_cast<size_t>(std::max(size, 0)), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), size);
+    return CRavString(wide.c_str());
+}
+
+void Print(const std::string& text)
+{
+    Write(STD_OUTPUT_HANDLE, text);
+}
+
+void PrintError(const std::string& text)
+{
+    Write(STD_ERROR_HANDLE, text);
+}
+
+void PrintJson(const nlohmann::ordered_json& value)
+{
+    Print(value.dump(2) + "\n");
+}
+
+CTable::CTable(std::vector<std::string> headings)
+{
+    m_rows.push_back(std::move(headings));
+}
+
+void CTable::Add(std::vector<std::string> cells)
+{
+    m_rows.push_back(std::move(cells));
+}
+
+void CTable::Print() const
+{
+    if (m_rows.size() < 2)
+        return;
+    std::vector<size_t> widths(m_rows.front().size());
+    for (const auto& row : m_rows)
+    {
+        for (size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], Width(row[column]));
+    }
+    std::string text;
+    for (const auto& row : m_rows)
+    {
+        for (size_t column = 0; column < row.size(); ++column)
+        {
+            text += row[column];
+            if (column + 1 < row.size())
+                text.append(widths[column] - Width(row[column]) + 2, ' ');
+        }
+        text += "\n";
+    }
+    ::Print(text);
+}
