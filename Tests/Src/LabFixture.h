@@ -1,0 +1,215 @@
+#pragma once
+// A host of the lab in a private hive, with the agent on top: what the scenarios of the module start from.
+
+#include "Common/Intf/RavNetCfgInterface.h"
+#include "Src/RavVlanAgent.h"
+#include "Src/RavXmsVlan.h"
+#include "Suite/Lab/LabTool/HostBuilder.h"
+#include "Suite/Lab/State/LabNames.h"
+#include "Suite/Lab/State/LabState.h"
+#include "Tests/Harness/Journal.h"
+#include "Tests/Harness/PrivateHive.h"
+#include "Tests/Harness/RegistryDiff.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+
+// Offers the lab's COM server to the whole process.
+class CLabServer : public testing::Environment
+{
+  public:
+    void SetUp() override
+    {
+        CoInitialize(nullptr);
+        const HMODULE server = LoadLibraryW(L"NetCfg.dll");
+        using GetClass = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
+        const auto get =
+            reinterpret_cast<GetClass>(reinterpret_cast<void*>(GetProcAddress(server, "DllGetClassObject")));
+        Microsoft::WRL::ComPtr<IUnknown> factory;
+        ASSERT_EQ(S_OK, get(CLSID_CNetCfg, IID_PPV_ARGS(&factory)));
+        ASSERT_EQ(S_OK, CoRegisterClassObject(CLSID_CNetCfg, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE,
+                                              &m_cookie));
+    }
+    void TearDown() override { CoRevokeClassObject(m_cookie); }
+
+  private:
+    DWORD m_cookie = 0;
+};
+
+inline const char* const SMALL_HOST = R"({
+    "adapters": [
+        { "name": "Port A", "mac": "001B21000001",
+          "parameters": { "VlanFiltering": "0", "TaggingMode": "0", "*PriorityVLANTag": "1" } },
+        { "name": "Port B", "mac": "001B21000002", "dhcp": false },
+        { "name": "Port C", "mac": "001B21000003", "vlansOnPort": false },
+        { "name": "Virtual", "mac": "001B21000004", "virtualDevice": true },
+        { "name": "Unloaded", "mac": "001B21000005", "driverLoaded": false },
+        { "name": "Queues", "mac": "001B21000006", "vmq": true },
+        { "name": "Foreign", "mac": "00AA00000007", "corvo": false },
+        { "name": "Member 1", "mac": "001B21000008" },
+        { "name": "Member 2", "mac": "001B21000009" }
+    ],
+    "teams": [ { "name": "Team", "members": ["Member 1", "Member 2"], "mode": 2 } ],
+    "templates": [ { "name": "*NumRssQueues", "type": "int", "description": "Queues", "default": 2, "min": 1, "max": 8 } ]
+})";
+
+class CLabHost
+{
+  public:
+    explicit CLabHost(const std::string& host = SMALL_HOST) : m_host(ParseHost(host))
+    {
+        SetShortNames({{Utf8(CLASS_KEY), "Class"},
+                       {Utf8(XMS_PARAMETERS_KEY), "XMS"},
+                       {Utf8(TCPIP_INTERFACES_KEY), "TcpIp"},
+                       {Utf8(NETWORK_KEY), "Network"},
+                       {Utf8(SERVICES_KEY), "Services"},
+                       {Utf8(ENUM_KEY), "Enum"},
+                       {Utf8(LAB_KEY), "Lab"}});
+        wchar_t folder[MAX_PATH] = {};
+        GetModuleFileNameW(nullptr, folder, MAX_PATH);
+        *wcsrchr(folder, L'\\') = L'\0';
+        EXPECT_TRUE(BuildHost(m_host, folder));
+        CRavString state;
+        state.FormatString(L"%s\\lab-%u", _wgetenv(L"TEMP"), GetCurrentProcessId());
+        LabSetText(LAB_KEY, LAB_STATE_DIR, state);
+        LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
+        LabSetNumber(SUITE_KEY, L"TRACE", 0);
+        LabSetNumber(ClientKey(), L"Cookie", 1);
+    }
+
+    CVlanAgentWin& Agent()
+    {
+        if (!m_agent)
+        {
+            CResult result;
+            m_agent = std::make_unique<CVlanAgentWin>();
+            m_agent->Initialize(result);
+            EXPECT_EQ(0u, result.ulErrCode);
+        }
+        return *m_agent;
+    }
+    void CloseAgent() { m_agent.reset(); }
+    CPrivateHive& Hive() { return m_hive; }
+
+    // Adapters and teams by name.
+    CRavString Key(const std::string& name) const
+    {
+        size_t number = 0;
+        for (const LabAdapter& adapter : m_host.adapters)
+        {
+            ++number;
+            if (adapter.name == name)
+                return LabGuid(number);
+        }
+        for (const LabTeam& team : m_host.teams)
+        {
+            ++number;
+            if (team.name == name)
+                return LabGuid(number);
+        }
+        ADD_FAILURE() << name;
+        return CRavString();
+    }
+    RAV_CLIENT_ID Client() const { return {GetCurrentProcessId(), 1}; }
+    RAV_LOCK_RECORD Lock() const { return {Client(), 0}; }
+
+    CResult Create(const std::string& parent, DWORD id, const wchar_t* name)
+    {
+        CResult result;
+        Agent().CreateVlan(result, Key(parent), id, name, 0, Lock());
+        return result;
+    }
+    CResult Remove(const CRavString& key)
+    {
+        CResult result;
+        Agent().RemoveVlan(result, Lock(), key);
+        return result;
+    }
+    std::vector<CRavString> Vlans(const std::string& parent = "")
+    {
+        CResult result;
+        std::vector<CRavString> keys;
+        Agent().EnumerateVlans(result, parent.empty() ? CRavString() : Key(parent), keys);
+        EXPECT_EQ(0u, result.ulErrCode);
+        return keys;
+    }
+    // The VLAN of a parent with the id; empty when there is none.
+    CRavString Vlan(const std::string& parent, DWORD id)
+    {
+        for (const CRavString& key : Vlans(parent))
+        {
+            CResult result;
+            RAV_VLAN_INFO info;
+            Agent().GetVlanInfo(result, key, info);
+            if (result.Succeeded() && info.vlanId == id)
+                return key;
+        }
+        return CRavString();
+    }
+
+    bool IsSuiteLockFree()
+    {
+        CResult result;
+        RAV_LOCK_TOKEN token;
+        Agent().StartLock(result, {{GetCurrentProcessId(), 77}, 0}, token);
+        CResult done;
+        if (result.Succeeded())
+            Agent().DoneLock(done, token);
+        return result.Succeeded();
+    }
+    static bool IsNetworkLockFree()
+    {
+        Microsoft::WRL::ComPtr<INetCfg> netCfg;
+        Microsoft::WRL::ComPtr<INetCfgLock> lock;
+        LPWSTR holder = nullptr;
+        if (FAILED(CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg))) ||
+            FAILED(netCfg.As(&lock)) || lock->AcquireWriteLock(0, L"test", &holder) != S_OK)
+            return false;
+        return lock->ReleaseWriteLock() == S_OK;
+    }
+    // How many virtual miniports there are, teams left out, as the registry has them.
+    static size_t Miniports()
+    {
+        size_t count = 0;
+        for (unsigned number = 1; number < 100; ++number)
+        {
+            CRavString path;
+            path.FormatString(L"%s\\%04u", CLASS_KEY, number);
+            if (LabText(path, L"ComponentId") == L"oxmsmp" && LabNumber(path, L"SupportedFeatures", 0) != 1)
+                ++count;
+        }
+        return count;
+    }
+
+    // Puts {V1}, {V2}, ... for the keys of VLANs, in the order of their creation, and leaves out the lab's own notes.
+    static std::string Readable(const std::string& text, const std::vector<CRavString>& vlans)
+    {
+        std::string readable;
+        for (std::string line : SplitLines(text))
+        {
+            for (size_t index = 0; index < vlans.size(); ++index)
+                line = std::regex_replace(line, std::regex(Escaped(Utf8(vlans[index]))), "{V" + std::to_string(index + 1) + "}");
+            if (line.find(" Lab") == std::string::npos)
+                readable += line + "\n";
+        }
+        return Lines(readable);
+    }
+
+  private:
+    static CRavString ClientKey()
+    {
+        CRavString path;
+        path.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
+        return path;
+    }
+    static std::string Escaped(const std::string& text)
+    {
+        return std::regex_replace(text, std::regex(R"([{}])"), R"(\$&)");
+    }
+
+    CPrivateHive m_hive;
+    LabHost m_host;
+    std::unique_ptr<CVlanAgentWin> m_agent;
+};

@@ -1,0 +1,38 @@
+#!/usr/bin/env bash
+# Sets up, builds and runs the programs of the project under Wine.
+#   ./run.sh                 the walk: the main job from beginning to end, with what it changes in the registry
+#   ./run.sh NAME ARGS...    one program: vlanctl, lab, bench, or one of Wine's (reg)
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+scripts/setup.sh
+scripts/build.sh release >&2
+export RAV_WINEPREFIX="$PWD/build/wine"
+bin=build/release/bin
+# The server is kept for a few minutes, so that one command after another is quick.
+scripts/wine.sh wineboot >/dev/null 2>&1 </dev/null
+
+[ $# -gt 0 ] || exec scripts/walk.sh
+
+name=$1
+shift
+case $name in
+vlanctl | lab | bench)
+    [ -f "$bin/$name.exe" ] || {
+        echo "run: '$name' is not built by this version" >&2
+        exit 2
+    }
+    # vlanctl needs a host to work on; the lab's server is as good as any.
+    if [ "$name" = vlanctl ] && ! scripts/wine.sh "$bin/lab.exe" show >/dev/null 2>&1; then
+        scripts/wine.sh "$bin/lab.exe" up Suite/Lab/hosts/server.json >&2
+    fi
+    exec scripts/wine.sh "$bin/$name.exe" "$@"
+    ;;
+reg)
+    exec scripts/wine.sh reg "$@"
+    ;;
+*)
+    echo "run: there is no program '$name'; there are vlanctl, lab, bench and reg" >&2
+    exit 2
+    ;;
+esac
