@@ -190,7 +190,8 @@ class CLabHost
         for (std::string line : SplitLines(text))
         {
             for (size_t index = 0; index < vlans.size(); ++index)
-                line = std::regex_replace(line, std::regex(Escaped(Utf8(vlans[index]))), "{V" + std::to_string(index + 1) + "}");
+                line = std::regex_replace(line, std::regex(Escaped(Utf8(vlans[index]))),
+                                          "{V" + std::to_string(index + 1) + "}");
             if (line.find(" Lab") == std::string::npos)
                 readable += line + "\n";
         }

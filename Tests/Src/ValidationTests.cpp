@@ -31,8 +31,8 @@ std::string FullHost(size_t count, const std::string& parent)
 {
     std::string vlans;
     for (size_t id = 1; id <= count; ++id)
-        vlans += std::string(vlans.empty() ? "" : ",") + R"({ "parent": ")" + parent + R"(", "id": )" + std::to_string(id) +
-                 R"(, "name": "N)" + std::to_string(id) + R"(" })";
+        vlans += std::string(vlans.empty() ? "" : ",") + R"({ "parent": ")" + parent + R"(", "id": )" +
+                 std::to_string(id) + R"(, "name": "N)" + std::to_string(id) + R"(" })";
     std::string text = SMALL_HOST;
     return text.replace(text.rfind('}'), 1, ", \"vlans\": [" + vlans + "] }");
 }
@@ -45,12 +45,28 @@ TEST(Ids, Grammar)
         const wchar_t* text;
         std::vector<DWORD> ids;
     } CASES[] = {
-        {L"12", {12}},          {L"0", {0}},          {L"10,20,30", {10, 20, 30}},    {L"0,5,0", {5, 0, 0}},
-        {L"5-9", {5, 6, 7, 8, 9}}, {L"0-3", {1, 2, 3, 0}}, {L"4095", {4095}},            {L"4093-99999", {4093, 4094, 4095}},
-        {L"5000-2147483647", {5000}}, {L"99999999999", {0x7FFFFFFF}},
-        {L"3-1", {}},           {L"4-4", {}},         {L"1-5,7", {}},                {L"a", {}},
-        {L"", {}},              {L"-1", {}},          {L"1,,2", {}},                 {L" 7", {}},
-        {L"7 ", {}},            {L"1-2-3", {}},       {L"+5", {}},                   {L",", {}},
+        {L"12", {12}},
+        {L"0", {0}},
+        {L"10,20,30", {10, 20, 30}},
+        {L"0,5,0", {5, 0, 0}},
+        {L"5-9", {5, 6, 7, 8, 9}},
+        {L"0-3", {1, 2, 3, 0}},
+        {L"4095", {4095}},
+        {L"4093-99999", {4093, 4094, 4095}},
+        {L"5000-2147483647", {5000}},
+        {L"99999999999", {0x7FFFFFFF}},
+        {L"3-1", {}},
+        {L"4-4", {}},
+        {L"1-5,7", {}},
+        {L"a", {}},
+        {L"", {}},
+        {L"-1", {}},
+        {L"1,,2", {}},
+        {L" 7", {}},
+        {L"7 ", {}},
+        {L"1-2-3", {}},
+        {L"+5", {}},
+        {L",", {}},
     };
     for (const auto& one : CASES)
     {
@@ -112,8 +128,8 @@ TEST(Validation, Parents)
         const char* parent;
         const char* expected;
     } CASES[] = {
-        {"Port A", ""},          {"Port C", "148"}, {"Unloaded", "146 148"}, {"Queues", "149w"},
-        {"Foreign", "171"},      {"Member 1", "152"}, {"Team", "151"},        {"Virtual", ""},
+        {"Port A", ""},     {"Port C", "148"},   {"Unloaded", "146 148"}, {"Queues", "149w"},
+        {"Foreign", "171"}, {"Member 1", "152"}, {"Team", "151"},         {"Virtual", ""},
     };
     for (const auto& one : CASES)
         EXPECT_EQ(one.expected, Validate(host, one.parent, L"10", L"New")) << one.parent;

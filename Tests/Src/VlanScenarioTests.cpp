@@ -1,4 +1,5 @@
-// VLANs created and removed through the agent, as whole differences of the registry, and with every platform call failing.
+// VLANs created and removed through the agent, as whole differences of the registry, and with every platform call
+// failing.
 
 #include "Tests/Src/LabFixture.h"
 
@@ -27,9 +28,9 @@ std::string Format(const std::string& text)
 std::string ParentState(CLabHost& host)
 {
     const std::string driver = "XMS\\Adapters\\" + Utf8(host.Key("Port A"));
-    return "ids " + host.Hive().Value("Class\\0001", "VLANID") + " | mode " + host.Hive().Value("Class\\0001", "VlanMode") +
-           " | in use " + host.Hive().Value("Class\\0001", "TaggingMode") + " | driver " +
-           host.Hive().Value(driver, "TaggingMode");
+    return "ids " + host.Hive().Value("Class\\0001", "VLANID") + " | mode " +
+           host.Hive().Value("Class\\0001", "VlanMode") + " | in use " +
+           host.Hive().Value("Class\\0001", "TaggingMode") + " | driver " + host.Hive().Value(driver, "TaggingMode");
 }
 } // namespace
 
@@ -102,13 +103,16 @@ TEST(Create, TaggingModesFollowTheVlansOfTheParent)
     ASSERT_EQ(0u, result.ulErrCode);
     EXPECT_EQ("ids  | mode  | in use REG_DWORD  0 | driver REG_DWORD  0", ParentState(host));
     ASSERT_EQ(0u, host.Create("Port A", 5, L"Five").ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"5\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  3", ParentState(host));
+    EXPECT_EQ("ids REG_MULTI_SZ  \"5\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  3",
+              ParentState(host));
     ASSERT_EQ(0u, host.Create("Port A", 6, L"Six").ulErrCode);
     // The untagged VLAN goes: the tagged ones keep the mode of tagged VLANs alone.
     ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 0)).ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"5\", \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1", ParentState(host));
+    EXPECT_EQ("ids REG_MULTI_SZ  \"5\", \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1",
+              ParentState(host));
     ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 5)).ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1", ParentState(host));
+    EXPECT_EQ("ids REG_MULTI_SZ  \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1",
+              ParentState(host));
 }
 
 TEST(Create, SwitchesVirtualMachineQueuesOff)
@@ -132,7 +136,8 @@ TEST(Create, SeveralGetGeneratedNamesAndTheUntaggedOneComesLast)
     CLabHost host;
     ASSERT_EQ(0u, host.Create("Port A", 7, L"VLAN9").ulErrCode);
     CResult result;
-    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"8,0,9", RAV_AUTO_VLAN_NAMES, 0, nullptr, host.Lock());
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"8,0,9", RAV_AUTO_VLAN_NAMES, 0, nullptr,
+                                     host.Lock());
     ASSERT_EQ(0u, result.ulErrCode);
     std::string names;
     for (const CRavString& key : host.Vlans("Port A"))
@@ -255,8 +260,11 @@ TEST(Random, TheRegistryStaysConsistent)
         const size_t tagged = ids.size() - ids.count(0);
         ASSERT_EQ(ids.size(), host.Vlans("Port A").size()) << step;
         ASSERT_EQ(ids.size(), CLabHost::Miniports()) << step;
-        ASSERT_EQ(tagged, LabList(L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\0001",
-                                  L"VLANID").size()) << step;
+        ASSERT_EQ(tagged,
+                  LabList(L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\0001",
+                          L"VLANID")
+                      .size())
+            << step;
         const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
         ASSERT_EQ(ids.size(), LabList(entry, L"MiniportBindingList").size()) << step;
         ASSERT_EQ(ids.size(), LabNumber(entry, L"MiniportBindingListCount", 0)) << step;
