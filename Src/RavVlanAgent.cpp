@@ -132,11 +132,15 @@ void CVlanAgentWin::ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease)
     if (held == nullptr)
         return;
     RavTrace().Print(L"bRelease == true :: Release");
+    bRelease = false;
+    if (!TlsSetValue(m_dwThreadSlot, nullptr))
+    {
+        // The slot would be left with an object that is gone: the session stays, for whoever comes next.
+        RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
+        return;
+    }
     const std::unique_ptr<CRavNetCfgInterface> session(static_cast<CRavNetCfgInterface*>(held));
     session->UnInitialize();
-    if (!TlsSetValue(m_dwThreadSlot, nullptr))
-        RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
-    bRelease = false;
 }
 
 void CVlanAgentWin::GetNetCfgInterfaceObj(CResult& result, CRavNetCfgInterface** ppNetCfgInterface)

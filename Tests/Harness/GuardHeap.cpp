@@ -66,15 +66,32 @@ void* Take(std::size_t size, std::size_t alignment) noexcept
 }
 
 // Keeps the addresses of the last blocks from being used again at once, so that late uses of them fault.
+std::atomic<void*> g_retired[256];
+std::atomic<unsigned> g_nextRetired;
+
+void Release(void* base) noexcept
+{
+    if (base)
+        VirtualFree(base, 0, MEM_RELEASE);
+}
+
 void Retire(void* base) noexcept
 {
-    static std::atomic<void*> retired[256];
-    static std::atomic<unsigned> next;
     VirtualFree(base, static_cast<std::size_t>(static_cast<BLOCK*>(base)->end - static_cast<unsigned char*>(base)),
                 MEM_DECOMMIT);
-    if (void* oldest = retired[next++ % 256].exchange(base))
-        VirtualFree(oldest, 0, MEM_RELEASE);
+    Release(g_retired[g_nextRetired++ % 256].exchange(base));
 }
+
+// Each module has its own: one that is unloaded takes its retired blocks along.
+struct RETIREMENT_END
+{
+    ~RETIREMENT_END()
+    {
+        for (std::atomic<void*>& block : g_retired)
+            Release(block.exchange(nullptr));
+    }
+};
+const RETIREMENT_END g_retirementEnd;
 
 void GiveBack(void* pointer) noexcept
 {
