@@ -95,6 +95,17 @@ HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& ke
     RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
     return S_OK;
 }
+
+// The same for a key whose path is known.
+HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, HKEY& key)
+{
+    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    if (status == ERROR_SUCCESS)
+        RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
+    else
+        RavTrace().Print(L"CRavXmsVlan::%s, error %d for %s", routine, status, path.c_str());
+    return HRESULT_FROM_WIN32(status);
+}
 } // namespace
 
 DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
@@ -186,7 +197,9 @@ HRESULT CRavXmsVlan::OpenClassKey(const wchar_t* routine, const CRavString& strG
         return S_OK;
     CloseParentClassKey();
     HKEY key = nullptr;
-    const HRESULT status = OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, key);
+    const HRESULT status = strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
+                               ? OpenKnownKey(routine, GetInstancePath(), key)
+                               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, key);
     if (SUCCEEDED(status))
         m_hParentClassKey = key;
     return status;

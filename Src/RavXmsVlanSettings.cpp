@@ -8,6 +8,7 @@
 #include "Src/RavSetting.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cwchar>
 
 namespace
@@ -17,7 +18,8 @@ constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
 constexpr wchar_t HELP_TEXT[] = L"This setting has been deprecated and is no longer supported.";
 constexpr uint16_t INT_TEMPLATE_CODE = 99;
 constexpr uint32_t TEMPLATE_CODE = 1;
-// Shorter than any list of jumbo-frame choices that a team member offers.
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanSettings";
+// More than any list of jumbo-frame choices that a team member offers.
 constexpr size_t MANY_CHOICES = 99;
 constexpr int STANDARD_FRAME = 1514;
 constexpr wchar_t STANDARD_FRAME_TEXT[] = L"1514";
@@ -29,9 +31,30 @@ CRavString TextOf(CRavRegKey& key, const wchar_t* name)
     return text;
 }
 
+// A number that does not parse counts as far as it goes, one that is too large as the nearest limit; neither stops the
+// template, and both are told.
 int NumberOf(CRavRegKey& key, const wchar_t* name)
 {
-    return _wtoi(TextOf(key, name));
+    const CRavString text = TextOf(key, name);
+    const int number = _wtoi(text);
+    wchar_t* end = nullptr;
+    errno = 0;
+    wcstol(text, &end, 10);
+    if (*end != L'\0' || errno == ERANGE)
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - the value %s is no number: %s, %d is taken", name,
+                         text.c_str(), number);
+    return number;
+}
+
+// Settings that no value, or not the default, fits are created as they stand: support finds the reason in the trace.
+void TellLimits(const RAV_SETTING_INT& setting)
+{
+    if (setting.iMin > setting.iMax)
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - the range %d to %d is empty - %s", setting.iMin, setting.iMax,
+                         setting.strName.c_str());
+    else if (setting.iDefault < setting.iMin || setting.iDefault > setting.iMax)
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - the default %d lies outside the range - %s", setting.iDefault,
+                         setting.strName.c_str());
 }
 
 void FillCommon(RAV_SETTING& setting, const CRavString& name)
@@ -55,6 +78,9 @@ void ShowCurrent(RAV_SETTING_ENUM& setting)
     const auto choice = std::find(setting.values.begin(), setting.values.end(), setting.iCurrent);
     if (choice != setting.values.end())
         setting.strCurrentDisplay = setting.descriptions[static_cast<size_t>(choice - setting.values.begin())];
+    else
+        RavTrace().Print(L"CreateVlanAdvancedSettings() - the default %d is none of the choices - %s", setting.iDefault,
+                         setting.strName.c_str());
 }
 
 std::unique_ptr<RAV_SETTING> ReadEnumTemplate(CRavRegKey& key, const CRavString& name)
@@ -85,14 +111,15 @@ std::unique_ptr<RAV_SETTING> ReadIntTemplate(CRavRegKey& key, const CRavString& 
     setting->iStep = NumberOf(key, L"Step");
     setting->strDisplayName = TextOf(key, L"ParamDesc");
     setting->iScale = NumberOf(key, L"Scale");
-    setting->strCurrentDisplay = setting->iCurrent;
+    setting->strCurrentDisplay.FormatString(L"%d", setting->iCurrent);
+    TellLimits(*setting);
     return setting;
 }
 
 // The record that a template describes; null when the template is to be skipped.
 std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavString& name)
 {
-    if ((name == L"NumRxPackets" || name == L"NumTxPackets") && COSType::IsNt6OrLater())
+    if ((name.CompareI(L"NumRxPackets") || name.CompareI(L"NumTxPackets")) && COSType::IsNt6OrLater())
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - setting not supported - %s", name.c_str());
         return nullptr;
@@ -122,15 +149,44 @@ std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavStrin
     return nullptr;
 }
 
-// The adapter's jumbo-frame choices; null when it has none or cannot tell.
-std::unique_ptr<RAV_SETTING_ENUM> JumboChoices(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
+// One question to the core agent; what it throws is traced and counts as its failure.
+template <typename Question>
+CResult Ask(const wchar_t* operation, Question&& question)
+{
+    try
+    {
+        return question();
+    }
+    catch (...)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"%s - Exception caught", operation);
+        return CResult();
+    }
+}
+
+// The adapter's jumbo-frame setting; null when it has none or cannot tell.
+std::unique_ptr<RAV_SETTING> JumboSetting(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
 {
     RAV_SETTING* raw = nullptr;
-    const CResult result = core.GetJumboFramesSettingForAdapter(adapter, &raw);
+    const CResult result =
+        Ask(L"GetJumboFramesSettingForAdapter", [&] { return core.GetJumboFramesSettingForAdapter(adapter, &raw); });
     std::unique_ptr<RAV_SETTING> setting(raw);
-    if (!result.Succeeded() || !setting || setting->GetType() != RAV_SETTING_TYPE_ENUM)
-        return nullptr;
-    return std::unique_ptr<RAV_SETTING_ENUM>(static_cast<RAV_SETTING_ENUM*>(setting.release()));
+    return result.Succeeded() ? std::move(setting) : nullptr;
+}
+
+// A range stands for nearly any number of choices: a member with a list is asked first.
+size_t ChoiceCount(const RAV_SETTING& setting)
+{
+    return setting.GetType() == RAV_SETTING_TYPE_ENUM ? static_cast<const RAV_SETTING_ENUM&>(setting).values.size()
+                                                      : MANY_CHOICES - 1;
+}
+
+void SetDefault(RAV_SETTING& setting, int value)
+{
+    if (setting.GetType() == RAV_SETTING_TYPE_ENUM)
+        static_cast<RAV_SETTING_ENUM&>(setting).iDefault = value;
+    else if (setting.GetType() == RAV_SETTING_TYPE_INT)
+        static_cast<RAV_SETTING_INT&>(setting).iDefault = value;
 }
 
 bool IsGuid(const CRavString& text)
@@ -204,7 +260,7 @@ CResult CRavXmsVlan::CreateJumboSetting(RAV_SETTING& setting)
     std::unique_ptr<RAV_SETTING> parentSetting;
     if (m_iParentType == RAV_PARENT_ADAPTER)
     {
-        parentSetting = JumboChoices(*core, m_strParentKey);
+        parentSetting = JumboSetting(*core, m_strParentKey);
         if (!parentSetting)
         {
             RavTrace().Print(L"CreateSetting() - this adapter does not support Jumbo frames.");
@@ -256,7 +312,7 @@ CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING
         return CResult();
     }
     std::vector<CRavString> members;
-    if (!core->GetAdaptersInTeam(strTeam, members).Succeeded())
+    if (!Ask(L"GetAdaptersInTeam", [&] { return core->GetAdaptersInTeam(strTeam, members); }).Succeeded())
     {
         RavTrace().Print(L"GetTeamMembers_v failed!");
         return CResult();
@@ -266,7 +322,7 @@ CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING
     CRavString chosen;
     for (const CRavString& member : members)
     {
-        const std::unique_ptr<RAV_SETTING_ENUM> jumbo = JumboChoices(*core, member);
+        const std::unique_ptr<RAV_SETTING> jumbo = JumboSetting(*core, member);
         if (!jumbo)
         {
             RavTrace().Print(L"GetLCDJumboFramesForTeam() - this adapter does not support JF");
@@ -274,15 +330,15 @@ CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING
         }
         ++supporting;
         bFound = true;
-        if (jumbo->values.size() < fewest)
+        if (ChoiceCount(*jumbo) < fewest)
         {
-            fewest = jumbo->values.size();
+            fewest = ChoiceCount(*jumbo);
             chosen = member;
         }
     }
     if (!bFound)
         return CResult::Success();
-    std::unique_ptr<RAV_SETTING_ENUM> jumbo = JumboChoices(*core, chosen);
+    std::unique_ptr<RAV_SETTING> jumbo = JumboSetting(*core, chosen);
     if (!jumbo)
     {
         RavTrace().Print(L"GetLCDJumboFramesForTeam() - call to GetJumboFramesSettingForAdapter() failed");
@@ -292,7 +348,7 @@ CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING
     {
         RavTrace().Print(L"GetLCDJumboFramesForTeam() - this team will not support Jumbo Packets");
         jumbo->ulExposeLevel = RAV_EXPOSE_HIDDEN;
-        jumbo->iDefault = STANDARD_FRAME;
+        SetDefault(*jumbo, STANDARD_FRAME);
     }
     *ppSetting = jumbo.release();
     return CResult::Success();

@@ -13,7 +13,11 @@ class CRavNetCfgComponent
 {
   public:
     CRavNetCfgComponent() = default;
-    explicit CRavNetCfgComponent(const CRavString& strGuid) : m_strGuid(strGuid) {}
+    // strDevice: the device instance id, when it is known; it spares a search of the network configuration.
+    explicit CRavNetCfgComponent(const CRavString& strGuid, const CRavString& strDevice = {})
+        : m_strGuid(strGuid), m_strDevice(strDevice)
+    {
+    }
     virtual ~CRavNetCfgComponent() = default;
     CRavNetCfgComponent(const CRavNetCfgComponent&) = delete;
     CRavNetCfgComponent& operator=(const CRavNetCfgComponent&) = delete;
@@ -26,7 +30,8 @@ class CRavNetCfgComponent
     // Removes the virtual miniport with this instance GUID. Needs the write lock.
     int RemoveVirtualComponent(CRavNetCfgInterface& netCfg, const CRavString& strInstance);
 
-    // The component's description as the network configuration shows it.
+    // The component's description as the network configuration shows it; for a component whose device is known without
+    // the changes that this session has not applied yet.
     int GetDescription(CRavNetCfgInterface& netCfg, CRavString& strDescription);
     // Sets that description, which is also the device's friendly name. Needs the write lock.
     int SetDisplayName(CRavNetCfgInterface& netCfg, const CRavString& strName);
@@ -43,5 +48,6 @@ class CRavNetCfgComponent
 
   private:
     CRavString m_strGuid;
+    CRavString m_strDevice;
     CRavRegKey m_paramKey;
 };

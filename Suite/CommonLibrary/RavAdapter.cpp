@@ -11,6 +11,8 @@ namespace
 {
 constexpr wchar_t CLASS_ROOT[] = L"SYSTEM\\CurrentControlSet\\Control\\Class\\";
 constexpr wchar_t ENUM_ROOT[] = L"SYSTEM\\CurrentControlSet\\Enum\\";
+constexpr wchar_t CONNECTIONS[] =
+    L"SYSTEM\\CurrentControlSet\\Control\\Network\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\";
 constexpr wchar_t HYPER_V_PROTOCOL_ID[] = L"vms_pp";
 constexpr ULONG PROBLEM_DISABLED = 22; // CM_PROB_DISABLED
 
@@ -36,18 +38,43 @@ CResult FromStatus(LONG status)
     return status == ERROR_SUCCESS ? CResult::Success() : CResult(static_cast<DWORD>(status));
 }
 
-// "{class}\0007", as the device's own key names its driver key.
-bool DriverKeyOfDevice(INetCfgComponent& component, CRavString& path)
+// The device of an adapter as its connection names it: one look, where a search of the network configuration would ask
+// every component for its GUID. Empty when there is no such connection.
+CRavString DeviceOfConnection(const CRavString& guid)
 {
+    CRavRegKey connection;
+    CRavString device;
+    GUID parsed = {};
+    if (SUCCEEDED(IIDFromString(guid, &parsed)) &&
+        connection.Open(HKEY_LOCAL_MACHINE, CRavString(CONNECTIONS) + guid + L"\\Connection", false))
+        connection.GetValue(L"PnpInstanceID", device);
+    return device;
+}
+
+CRavString DeviceOfComponent(CRavNetCfgInterface& netCfg, const CRavString& guid)
+{
+    ComPtr<INetCfgComponent> component;
     CNetCfgText device;
-    CRavRegKey key;
+    if (FAILED(netCfg.FindNetworkComponentByGUID(guid, component)) || !component ||
+        FAILED(component->GetPnpDevNodeId(device.Out())))
+        return CRavString();
+    return device.Get();
+}
+
+// The path of the driver key as the device's own key names it ("{class}\0007" below the class root); empty unless that
+// key belongs to the adapter.
+CRavString DriverKeyOfDevice(const CRavString& device, const CRavString& guid)
+{
+    CRavRegKey deviceKey;
+    CRavRegKey driverKey;
     CRavString driver;
-    if (FAILED(component.GetPnpDevNodeId(device.Out())) ||
-        !key.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_ROOT) + device.Get(), false) ||
-        !key.GetValue(L"Driver", driver) || driver.IsEmpty())
-        return false;
-    path = CRavString(CLASS_ROOT) + driver;
-    return true;
+    CRavString owner;
+    if (device.IsEmpty() || !deviceKey.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_ROOT) + device, false) ||
+        !deviceKey.GetValue(L"Driver", driver) || driver.IsEmpty() ||
+        !driverKey.Open(HKEY_LOCAL_MACHINE, CRavString(CLASS_ROOT) + driver, false) ||
+        !driverKey.GetValue(L"NetCfgInstanceId", owner) || !owner.CompareI(guid))
+        return CRavString();
+    return CRavString(CLASS_ROOT) + driver;
 }
 
 CResult ChangeState(const CRavString& device, DWORD state, bool& reboot)
@@ -104,13 +131,18 @@ bool CRavAdapter::CreateNetCfgComponentObj(CRavNetCfgInterface& netCfg)
 {
     bool done = false;
     const CRavTraceScope trace(L"CRavAdapter::CreateNetCfgComponentObj", &done);
-    ComPtr<INetCfgComponent> component;
-    CNetCfgText device;
-    if (FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, component)) || !component ||
-        FAILED(component->GetPnpDevNodeId(device.Out())) || !DriverKeyOfDevice(*component.Get(), m_strInstancePath))
+    CRavString device = DeviceOfConnection(m_strInstance);
+    CRavString path = DriverKeyOfDevice(device, m_strInstance);
+    if (path.IsEmpty())
+    {
+        device = DeviceOfComponent(netCfg, m_strInstance);
+        path = DriverKeyOfDevice(device, m_strInstance);
+    }
+    if (path.IsEmpty())
         return false;
-    m_strDevice = device.Get();
-    m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strInstance);
+    m_strDevice = device;
+    m_strInstancePath = path;
+    m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strInstance, device);
     m_pMiniportReg = std::make_unique<CRavMiniportReg>(m_strInstancePath);
     m_pMiniportDrv = std::make_unique<CRavMiniportDrv>(m_strInstance);
     done = true;

@@ -12,27 +12,39 @@ namespace
 {
 constexpr wchar_t PARAMS[] = L"Ndi\\Params";
 
-CResult Failure(LONG status)
+// What the last call on the key said, for the setting that it was about.
+CResult Failed(CRavRegKey& key, const CRavString& setting)
 {
+    const LONG status = key.LastResult();
+    RavTrace().Print(L"CRavMiniportReg - setting %s, error %d", setting.c_str(), status);
     return CResult(status != ERROR_SUCCESS ? static_cast<DWORD>(status) : ERROR_GEN_FAILURE);
 }
 
-bool ParseNumber(const CRavString& text, int32_t& number)
+constexpr int DECIMAL = 10;
+constexpr int HEXADECIMAL = 16;
+
+// Numbers of drivers may be unsigned: what is beyond a signed one counts as the largest.
+bool ParseNumber(const CRavString& text, int32_t& number, int base = DECIMAL)
 {
     wchar_t* end = nullptr;
     errno = 0;
-    const long value = wcstol(text, &end, 10);
-    if (text.IsEmpty() || *end != L'\0' || errno != 0)
+    const long long value = wcstoll(text, &end, base);
+    if (text.IsEmpty() || *end != L'\0' || errno != 0 || value < INT32_MIN || value > UINT32_MAX)
         return false;
-    number = static_cast<int32_t>(value);
+    number = static_cast<int32_t>(std::min<long long>(value, INT32_MAX));
     return true;
 }
 
 // A number stored as text; what is absent leaves it as it was, what does not parse is an error.
-bool ReadNumber(CRavRegKey& key, const wchar_t* name, int32_t& number)
+bool ReadNumber(CRavRegKey& key, const wchar_t* name, int32_t& number, int base = DECIMAL)
 {
     CRavString text;
-    return !key.GetValue(name, text) || ParseNumber(text, number);
+    return !key.GetValue(name, text) || ParseNumber(text, number, base);
+}
+
+int BaseOf(const RAV_SETTING_INT& setting)
+{
+    return setting.iBase == HEXADECIMAL ? HEXADECIMAL : DECIMAL;
 }
 
 class TextWriter
@@ -45,11 +57,16 @@ class TextWriter
         m_done = m_done && m_key.SetValue(name, text, false);
         return *this;
     }
-    TextWriter& Number(const wchar_t* name, int32_t value)
+    TextWriter& Number(const wchar_t* name, int32_t value, int base = DECIMAL)
     {
         CRavString text;
-        text.FormatString(L"%d", value);
+        text.FormatString(base == HEXADECIMAL ? L"%x" : L"%d", value);
         return Text(name, text);
+    }
+    // 0 stands for a value that is not there.
+    TextWriter& OptionalNumber(const wchar_t* name, int32_t value, int base = DECIMAL)
+    {
+        return value != 0 ? Number(name, value, base) : *this;
     }
     bool Done() const { return m_done; }
 
@@ -58,11 +75,12 @@ class TextWriter
     bool m_done = true;
 };
 
-bool WriteHead(TextWriter& writer, const RAV_SETTING& setting, const wchar_t* type, int32_t defaultValue)
+bool WriteHead(TextWriter& writer, const RAV_SETTING& setting, const wchar_t* type, int32_t defaultValue, int base)
 {
-    writer.Text(L"ParamDesc", setting.strDisplayName).Text(L"Type", type).Number(L"Default", defaultValue);
-    if (setting.ulExposeLevel != 0)
-        writer.Number(L"ExposeLevel", static_cast<int32_t>(setting.ulExposeLevel));
+    writer.Text(L"ParamDesc", setting.strDisplayName)
+        .Text(L"Type", type)
+        .Number(L"Default", defaultValue, base)
+        .OptionalNumber(L"ExposeLevel", static_cast<int32_t>(setting.ulExposeLevel));
     if (!setting.strHelpText.IsEmpty())
         writer.Text(L"HelpText", setting.strHelpText);
     return writer.Done();
@@ -72,7 +90,8 @@ bool WriteEnum(CRavRegKey& key, const RAV_SETTING_ENUM& setting)
 {
     TextWriter writer(key);
     CRavRegKey choices;
-    if (!WriteHead(writer, setting, L"enum", setting.iDefault) || !choices.Create(key.GetHKey(), L"Enum", true, false))
+    if (!WriteHead(writer, setting, L"enum", setting.iDefault, DECIMAL) ||
+        !choices.Create(key.GetHKey(), L"Enum", true, false))
         return false;
     TextWriter choiceWriter(choices);
     const size_t count = std::min(setting.values.size(), setting.descriptions.size());
@@ -88,13 +107,14 @@ bool WriteEnum(CRavRegKey& key, const RAV_SETTING_ENUM& setting)
 bool WriteInt(CRavRegKey& key, const RAV_SETTING_INT& setting)
 {
     TextWriter writer(key);
-    if (!WriteHead(writer, setting, L"int", setting.iDefault))
+    const int base = BaseOf(setting);
+    if (!WriteHead(writer, setting, L"int", setting.iDefault, base))
         return false;
-    writer.Number(L"Base", setting.iBase)
-        .Number(L"Max", setting.iMax)
-        .Number(L"Min", setting.iMin)
-        .Number(L"Step", setting.iStep)
-        .Number(L"Scale", setting.iScale);
+    writer.OptionalNumber(L"Base", setting.iBase)
+        .Number(L"Max", setting.iMax, base)
+        .Number(L"Min", setting.iMin, base)
+        .OptionalNumber(L"Step", setting.iStep, base)
+        .OptionalNumber(L"Scale", setting.iScale);
     return writer.Done();
 }
 
@@ -123,28 +143,43 @@ std::unique_ptr<RAV_SETTING> ReadEnum(CRavRegKey& key)
 std::unique_ptr<RAV_SETTING> ReadInt(CRavRegKey& key)
 {
     auto setting = std::make_unique<RAV_SETTING_INT>();
-    if (!ReadNumber(key, L"Default", setting->iDefault) || !ReadNumber(key, L"Base", setting->iBase) ||
-        !ReadNumber(key, L"Max", setting->iMax) || !ReadNumber(key, L"Min", setting->iMin) ||
-        !ReadNumber(key, L"Step", setting->iStep) || !ReadNumber(key, L"Scale", setting->iScale))
+    if (!ReadNumber(key, L"Base", setting->iBase))
+        return nullptr;
+    const int base = BaseOf(*setting);
+    if (!ReadNumber(key, L"Default", setting->iDefault, base) || !ReadNumber(key, L"Max", setting->iMax, base) ||
+        !ReadNumber(key, L"Min", setting->iMin, base) || !ReadNumber(key, L"Step", setting->iStep, base) ||
+        !ReadNumber(key, L"Scale", setting->iScale))
         return nullptr;
     return setting;
+}
+
+// Drivers and their installers keep a value as text or as a number.
+bool ReadStored(CRavRegKey& instance, const CRavString& name, int base, int32_t& current)
+{
+    CRavString text;
+    DWORD number = 0;
+    if (instance.GetRegType(name) != REG_DWORD)
+        return instance.GetValue(name, text) && ParseNumber(text, current, base);
+    if (!instance.GetValue(name, number))
+        return false;
+    current = static_cast<int32_t>(std::min<DWORD>(number, INT32_MAX));
+    return true;
 }
 
 // The present value; without one, or with one that is no number, the default stands.
 void ReadCurrent(CRavRegKey& instance, RAV_SETTING& setting)
 {
-    CRavString text;
-    int32_t current = 0;
-    const bool stored = instance.GetValue(setting.strName, text) && ParseNumber(text, current);
     if (setting.GetType() == RAV_SETTING_TYPE_ENUM)
     {
         auto& choice = static_cast<RAV_SETTING_ENUM&>(setting);
-        choice.iCurrent = stored ? current : choice.iDefault;
+        choice.iCurrent = choice.iDefault;
+        ReadStored(instance, setting.strName, DECIMAL, choice.iCurrent);
         ShowCurrent(choice);
         return;
     }
     auto& number = static_cast<RAV_SETTING_INT&>(setting);
-    number.iCurrent = stored ? current : number.iDefault;
+    number.iCurrent = number.iDefault;
+    ReadStored(instance, setting.strName, BaseOf(number), number.iCurrent);
     number.strCurrentDisplay.FormatString(L"%d", number.iCurrent);
 }
 
@@ -186,20 +221,24 @@ CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
     const bool isEnum = setting.GetType() == RAV_SETTING_TYPE_ENUM;
     if (setting.strName.IsEmpty() || (!isEnum && setting.GetType() != RAV_SETTING_TYPE_INT))
         return result;
-    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true) ||
-        !params.Create(instance.GetHKey(), PARAMS, true, false))
-        return result;
-    params.DeleteSubKey(setting.strName); // an older description must not shine through
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
+        return result = Failed(instance, setting.strName);
+    if (!params.Create(instance.GetHKey(), PARAMS, true, false))
+        return result = Failed(params, setting.strName);
+    // An older description must not shine through.
+    if (params.SubKeyExists(setting.strName) && !params.DeleteSubKey(setting.strName))
+        return result = CResult(ERROR_ACCESS_DENIED);
     if (!key.Create(params.GetHKey(), setting.strName, true, false))
-        return result;
+        return result = Failed(key, setting.strName);
     const bool described = isEnum ? WriteEnum(key, static_cast<const RAV_SETTING_ENUM&>(setting))
                                   : WriteInt(key, static_cast<const RAV_SETTING_INT&>(setting));
+    if (!described)
+        return result = Failed(key, setting.strName);
     TextWriter current(instance);
-    if (described && current.Number(setting.strName, CurrentOf(setting)).Done())
-        result = CResult::Success();
-    else
-        result = Failure(instance.LastResult());
-    return result;
+    const int base = isEnum ? DECIMAL : BaseOf(static_cast<const RAV_SETTING_INT&>(setting));
+    if (!current.Number(setting.strName, CurrentOf(setting), base).Done())
+        return result = Failed(instance, setting.strName);
+    return result = CResult::Success();
 }
 
 CResult CRavMiniportReg::GetSetting(const CRavString& strName, std::unique_ptr<RAV_SETTING>& setting)
@@ -209,15 +248,12 @@ CResult CRavMiniportReg::GetSetting(const CRavString& strName, std::unique_ptr<R
     CRavRegKey instance;
     CRavRegKey key;
     setting.reset();
-    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false) ||
-        !key.Open(instance.GetHKey(), CRavString(PARAMS) + L"\\" + strName, false))
-    {
-        result = CResult(ERROR_FILE_NOT_FOUND);
-        return result;
-    }
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
+        return result = Failed(instance, strName);
+    if (!key.Open(instance.GetHKey(), CRavString(PARAMS) + L"\\" + strName, false))
+        return result = Failed(key, strName);
     setting = ReadSetting(instance, key, strName);
-    result = setting ? CResult::Success() : CResult(ERROR_INVALID_DATA);
-    return result;
+    return result = setting ? CResult::Success() : CResult(ERROR_INVALID_DATA);
 }
 
 CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTING>>& settings)
@@ -228,7 +264,7 @@ CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTI
     CRavRegKey params;
     settings.clear();
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
-        return result;
+        return result = Failed(instance, L"(all)");
     result = CResult::Success();
     CRavString name;
     while (params.IsOpened() || params.Open(instance.GetHKey(), PARAMS, false))
@@ -242,7 +278,7 @@ CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTI
         if (setting)
             settings.push_back(std::move(setting));
         else
-            RavTrace().Print(L"CRavMiniportReg::EnumerateSettings - %s is damaged and left out", name.c_str());
+            RavTrace().Print(L"CRavMiniportReg::EnumerateSettings - %s cannot be read and is left out", name.c_str());
     }
     return result;
 }
@@ -257,11 +293,13 @@ CResult CRavMiniportReg::SetSetting(const CRavString& strName, const RAV_SETTING
         return CResult(ERROR_INVALID_PARAMETER);
     CRavRegKey instance;
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
-        return Failure(instance.LastResult());
+        return Failed(instance, strName);
+    const int base =
+        setting->GetType() == RAV_SETTING_TYPE_INT ? BaseOf(static_cast<const RAV_SETTING_INT&>(*setting)) : DECIMAL;
     TextWriter writer(instance);
-    return writer.Number(strName, static_cast<const RAV_SETTING_VAL_INT&>(value).iValue).Done()
+    return writer.Number(strName, static_cast<const RAV_SETTING_VAL_INT&>(value).iValue, base).Done()
                ? CResult::Success()
-               : Failure(instance.LastResult());
+               : Failed(instance, strName);
 }
 
 CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
@@ -270,18 +308,24 @@ CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
     const CRavTraceScope trace(L"CRavMiniportReg::DeleteSetting", &result);
     CRavRegKey instance;
     CRavRegKey params;
+    CRavRegKey description;
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
-        return result;
-    const bool described = params.Open(instance.GetHKey(), PARAMS, true) && params.SubKeyExists(strName);
+        return result = Failed(instance, strName);
+    const bool described =
+        params.Open(instance.GetHKey(), PARAMS, true) && description.Open(params.GetHKey(), strName, false);
+    // A description that is there but cannot be opened must not be taken for one that is not.
+    CRavRegKey& refused = params.IsOpened() ? description : params;
+    if (!described && refused.LastResult() != ERROR_FILE_NOT_FOUND)
+        return result = Failed(refused, strName);
+    description.Close();
     const bool stored = instance.ValueExists(strName);
     if (!described && !stored)
-    {
-        result = CResult(ERROR_FILE_NOT_FOUND);
-        return result;
-    }
-    if ((!described || params.DeleteSubKey(strName)) && (!stored || instance.DeleteValue(strName)))
-        result = CResult::Success();
-    return result;
+        return result = CResult(ERROR_FILE_NOT_FOUND);
+    if (described && !params.DeleteSubKey(strName))
+        return result = CResult(ERROR_ACCESS_DENIED);
+    if (stored && !instance.DeleteValue(strName))
+        return result = Failed(instance, strName);
+    return result = CResult::Success();
 }
 
 CResult CRavMiniportReg::GetEnumDataTypesSubKey(CRavRegKey& settingKey, RAV_SETTING_ENUM& setting)
@@ -302,7 +346,10 @@ CResult CRavMiniportReg::GetEnumDataTypesSubKey(CRavRegKey& settingKey, RAV_SETT
             continue;
         }
         if (std::find(setting.values.begin(), setting.values.end(), number) != setting.values.end())
+        {
+            RavTrace().Print(L"CRavMiniportReg::GetEnumDataTypesSubKey - choice %s is there twice", name.c_str());
             continue;
+        }
         setting.values.push_back(number);
         setting.descriptions.push_back(text);
     }

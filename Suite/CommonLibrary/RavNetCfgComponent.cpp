@@ -24,6 +24,15 @@ OBO_TOKEN OnBehalfOfUser()
     return token;
 }
 
+// What the network configuration shows of an adapter, where its device keeps it.
+bool FriendlyNameOf(const CRavString& device, CRavString& name)
+{
+    CRavRegKey key;
+    return !device.IsEmpty() &&
+           key.Open(HKEY_LOCAL_MACHINE, CRavString(L"SYSTEM\\CurrentControlSet\\Enum\\") + device, false) &&
+           key.GetValue(L"FriendlyName", name) && !name.IsEmpty();
+}
+
 bool TextOfGuid(INetCfgComponent& component, CRavString& text)
 {
     GUID guid = {};
@@ -63,6 +72,7 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
         return status;
     }
     m_strGuid = strInstance;
+    m_strDevice.ClearString();
     status = 0;
     return status;
 }
@@ -98,6 +108,8 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
 
 int CRavNetCfgComponent::GetDescription(CRavNetCfgInterface& netCfg, CRavString& strDescription)
 {
+    if (FriendlyNameOf(m_strDevice, strDescription))
+        return 0;
     ComPtr<INetCfgComponent> component;
     CNetCfgText text;
     if (FAILED(Find(netCfg, component)) || FAILED(component->GetDisplayName(text.Out())))

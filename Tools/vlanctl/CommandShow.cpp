@@ -166,8 +166,10 @@ ExitStatus RunSettings(CSession& session, const VlanOptions& options)
         array.push_back(json);
         const std::string shown = ToUtf8(setting->GetDisplayValue());
         const std::string value = json["value"].dump();
-        table.Add({ToUtf8(setting->strName), shown.empty() || shown == value ? value : value + " " + shown,
-                   json["default"].dump(), RangeText(*setting), ToUtf8(setting->strDisplayName)});
+        table.Add(
+            {ToUtf8(setting->strName), shown.empty() || shown == value ? value : value + " " + shown,
+             json["default"].dump(), RangeText(*setting),
+             ToUtf8(setting->strDisplayName) + (setting->ulExposeLevel == RAV_EXPOSE_HIDDEN ? " (not offered)" : "")});
     }
     if (options.json)
         PrintJson(array);
