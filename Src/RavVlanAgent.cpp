@@ -4,6 +4,7 @@
 
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/Helper.h"
+#include "Common/Src/OsVersion.h"
 #include "Src/RavCoreInterface.h"
 #include "Src/RavXmsVlan.h"
 
@@ -22,7 +23,10 @@ CRavVlanAgentIntf::CRavVlanAgentIntf() = default;
 CRavVlanAgentIntf::CRavVlanAgentIntf(const CRavVlanAgentIntf&) = default;
 CRavVlanAgentIntf::~CRavVlanAgentIntf() = default;
 
-CVlanAgentWin::CVlanAgentWin() = default;
+CVlanAgentWin::CVlanAgentWin()
+{
+    RavTrace(); // made before the agent is, so that it outlives it
+}
 
 CVlanAgentWin::~CVlanAgentWin()
 {
@@ -38,6 +42,7 @@ void CVlanAgentWin::Initialize(CResult& result)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::Initialize", &result);
     result = CResult();
+    const std::lock_guard guard(m_initializing);
     if (m_bInitialized)
     {
         RavTrace().Print(L"Already Initialized!!!!!");
@@ -46,12 +51,14 @@ void CVlanAgentWin::Initialize(CResult& result)
     }
     if (!RavTrace().IsConfigured())
         RavTrace().Configure(COMPONENT_NAME, LOG_FILE, LOG_LEVEL, 0, 0, nullptr);
-    Shielded(L"CVlanAgentWin::Initialize", result, [&] {
+    const bool finished = Shielded(L"CVlanAgentWin::Initialize", result, [&] {
         CreateNetCfg(result);
-        m_pComponentHelper = std::make_unique<CRavNetCfgComponent>();
         ConnectCoreAgent(result);
         m_pCoreInterface = std::make_unique<CRavCoreInterface>(GetCoreAgentPvt());
     });
+    // Half an agent must not be handed out: the next call tries again.
+    if (!finished)
+        m_bInitialized = false;
 }
 
 void CVlanAgentWin::CreateNetCfg(CResult& result)
@@ -92,7 +99,7 @@ void CVlanAgentWin::CreateNetCfgInterfaceObj(CResult& result, bool& bCreated)
 {
     bCreated = false;
     result = CResult();
-    if (!HoldsThreadSlot())
+    if (!COSType::IsNt5OrLater() || !HoldsThreadSlot())
         return;
     if (TlsGetValue(m_dwThreadSlot) != nullptr)
     {
@@ -150,11 +157,14 @@ void CVlanAgentWin::GetNetCfgInterfaceObj(CResult& result, CRavNetCfgInterface**
     if (ppNetCfgInterface == nullptr)
     {
         RavTrace().Print(L"CVlanAgentWin::GetNetCfgInterfaceObj fails, ppNetCfgInterface=NULL-1");
-        return;
     }
-    *ppNetCfgInterface = HoldsThreadSlot() ? static_cast<CRavNetCfgInterface*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
-    if (*ppNetCfgInterface != nullptr)
-        result = CResult::Success();
+    else
+    {
+        *ppNetCfgInterface =
+            HoldsThreadSlot() ? static_cast<CRavNetCfgInterface*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
+        if (*ppNetCfgInterface != nullptr)
+            result = CResult::Success();
+    }
     RavTrace().Print(L"Exiting CVlanAgentWin::GetNetCfgInterfaceObj");
 }
 
@@ -172,12 +182,15 @@ CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
 // --- siblings and components
 // ------------------------------------------------------------------------------------------
 
+// Loaded anew before it is given back, so that the module stays where it is under another thread that is inside it.
 CRavTeamAgentPvtIntf* CVlanAgentWin::GetTeamAgentPvtIntf()
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");
-    if (m_hTeamAgent != nullptr)
-        FreeLibrary(m_hTeamAgent);
+    const std::lock_guard guard(m_teamAgentLock);
+    const HMODULE previous = m_hTeamAgent;
     m_hTeamAgent = CHelper::RavLoadModule(RavModule::TeamAgent);
+    if (previous != nullptr)
+        FreeLibrary(previous);
     if (m_hTeamAgent == nullptr)
     {
         RavTrace().Print(L"GetTeamAgentPvtIntf() - Load Library Failed");

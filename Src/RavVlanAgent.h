@@ -35,6 +35,15 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CVlanAgentWin();
     ~CVlanAgentWin() override;
 
+    // --- the agent's own virtual operations: first, so that their slots follow those of the public face ------------
+
+    virtual void DoesParentSupportVlans(CResult& result, const CRavString& strParentKey, bool& bSupports,
+                                        bool& bNotLoaded, bool& bTeamFlag, const RAV_CLIENT_ID& client);
+    virtual void IsParentVmqEnabled(CResult& result, const CRavString& strParentKey, bool& bVmqEnabled,
+                                    bool& bParentIsTeam, const RAV_CLIENT_ID& client);
+    virtual void CreateSingleVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                                  const CRavString& strVlanName, DWORD dwVlanType);
+
     // --- life (RavVlanAgent.cpp) --------------------------------------------------------------------------------
 
     // Makes the agent ready; repeated after a failure, harmless after success. Code 0xFFFFFFFF: it is not ready.
@@ -64,14 +73,16 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void GetSetting(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
                     const CRavString& strName, RAV_SETTING** ppSetting) override;
 
-    // The cached object of a VLAN, loaded first if need be; null if it cannot be. It stays the agent's.
-    CRavXmsVlan* GetVlan(const CRavString& strVlanKey);
-    CRavXmsVlan* IsVlanInfoLoaded(const CRavString& strVlanKey);
+    // The cached object of a VLAN, loaded first if need be; null if it cannot be. It stays the agent's, and good for
+    // the caller however the cache changes meanwhile.
+    std::shared_ptr<CRavXmsVlan> GetVlan(const CRavString& strVlanKey);
+    std::shared_ptr<CRavXmsVlan> IsVlanInfoLoaded(const CRavString& strVlanKey);
     bool IsVlanInfoAvailable(const CRavString& strVlanKey, RAV_VLAN_INFO& info);
     void LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info);
     void EnumVlansPvt1(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     static CRavString GetParentKeyofThisOpenOOOKey(HKEY hKey);
     void GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool bFeatureFlag);
+    // Forgets which VLANs there are; ClearVlanCache forgets what is known of them as well.
     void PurgeLocalVlanCache();
     void ClearVlanCache();
 
@@ -87,11 +98,12 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void ValidateNewVlan(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                          const CRavString& strVlanName, std::vector<RAV_VALIDATION_MESSAGE>& messages,
                          const RAV_CLIENT_ID& client) override;
-    void ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
+    // Both range and single checks say whether they could be made: not when the parent's VLANs cannot be enumerated.
+    bool ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
                       DWORD dwVlanId, const CRavString& strParentKey);
     void ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
                           const std::vector<CRavString>& vlanKeys);
-    void ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids, const CRavString& strVlanName,
+    bool ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids, const CRavString& strVlanName,
                            const CRavString& strParentKey);
     static bool GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::vector<DWORD>& ids);
 
@@ -113,16 +125,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
                                   const CRavString& strVlanKey) override;
     // The untagged VLAN that must not stay alone once the VLAN is removed; null with bNeeded false when there is none.
-    CRavXmsVlan* DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded);
-
-    // --- the agent's own virtual operations, in this order --------------------------------------------------------
-
-    virtual void DoesParentSupportVlans(CResult& result, const CRavString& strParentKey, bool& bSupports,
-                                        bool& bNotLoaded, bool& bTeamFlag, const RAV_CLIENT_ID& client);
-    virtual void IsParentVmqEnabled(CResult& result, const CRavString& strParentKey, bool& bVmqEnabled,
-                                    bool& bParentIsTeam, const RAV_CLIENT_ID& client);
-    virtual void CreateSingleVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
-                                  const CRavString& strVlanName, DWORD dwVlanType);
+    std::shared_ptr<CRavXmsVlan> DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded);
 
     // --- operations that do nothing, or are not offered (RavVlanAgentPending.cpp) ---------------------------------
 
@@ -203,18 +206,20 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
         CVlanAgentWin& m_agent;
     };
 
-    // Runs the work; what another module throws out of it is traced and becomes a failure.
+    // Runs the work; what another module throws out of it is traced and becomes a failure. Whether nothing was thrown.
     template <typename Work>
-    static void Shielded(const wchar_t* operation, CResult& result, Work&& work)
+    static bool Shielded(const wchar_t* operation, CResult& result, Work&& work)
     {
         try
         {
             work();
+            return true;
         }
         catch (...)
         {
             RavTrace().Error(L"Src\\RavVlanAgent", __LINE__, L"%s - Exception caught", operation);
             result = CResult();
+            return false;
         }
     }
 
@@ -234,7 +239,11 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     static void AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
                           const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
-    bool IsKnownVlan(CResult& result, const CRavString& strVlanKey);
+    bool IsBound(const CRavString& strVlanKey);
+    void Bind(const std::vector<CRavString>& vlanKeys);
+    CResult FindVlan(const CRavString& strVlanKey);
+    void ForgetVlan(const CRavXmsVlan& vlan);
+    void AddToCache(std::shared_ptr<CRavXmsVlan> pVlan);
     CResult LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& info);
     static void ReadVlanId(CRavXmsVlan& vlan, HKEY hKey);
     static void ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey);
@@ -251,9 +260,11 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
 
     void ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey, const RAV_CLIENT_ID& client);
     void ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled);
-    static void ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled, bool bTeamFlag);
-    void ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey, const CRavString& strVlanNumbers,
+    static void ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled);
+    bool ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                      const CRavString& strVlanName);
+    void ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
+                        DWORD dwVlanId, const CRavString& strParentKey, const std::vector<CRavString>& vlans);
     bool EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     bool HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
                       const CRavString& strExceptKey);
@@ -262,29 +273,37 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
                    const CRavString& strVlanNumbers, const CRavString& strVlanName, const RAV_LOCK_RECORD& lock);
     void CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
                     const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress);
+    void TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock);
+    CRavString NameFor(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strRequested);
     CRavString GenerateVlanName(const CRavString& strParentKey, DWORD dwVlanId);
     CResult CreateOnAdapter(CRavXmsVlan& vlan);
     static void IsFirstVlanOnAdapter(CRavXmsVlan& vlan);
     void NotifyXmsOfNewVlan(CRavXmsVlan* pVlan);
 
+    bool MayRemove(CResult& result, const CRavString& strVlanKey, const RAV_CLIENT_ID& client);
     CResult RemoveUnderLock(const CRavString& strVlanKey);
+    CResult RemoveLoaded(CRavXmsVlan& vlan);
     static CResult RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged);
     CResult RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged, int iCount);
     CResult RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey, bool bLastVlan,
                                        int iVlanId, bool bUnloadMembers);
-    void UpdateTeamMembers(CRavXmsVlan& vlan, bool bLastVlan);
+    void UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan);
+    static void KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys);
+    CResult TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                              const CRavString& strVlanKey);
     CResult DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                      const std::vector<CRavString>& vlanKeys);
     CResult DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                  const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys);
     CResult CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey);
 
-    std::recursive_mutex m_cacheLock; // the cache and the key bindings; never held while another module is called
+    std::recursive_mutex m_initializing; // recursive: the core agent may ask for the private face while it registers it
+    std::mutex m_teamAgentLock;          // the team agent's handle
+    std::recursive_mutex m_cacheLock;    // the cache and the key bindings; never held while another module is called
     CRavPointerArray<CRavXmsVlan> m_vlanCache;
     CRavPointerArray<_VLAN_KEY_BINDINGS> m_keyBindings;
     bool m_bInitialized = false;
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
-    std::unique_ptr<CRavNetCfgComponent> m_pComponentHelper;
     DWORD m_dwThreadSlot = TLS_OUT_OF_INDEXES;
     HMODULE m_hTeamAgent = nullptr;
     std::unique_ptr<CRavCoreInterface> m_pCoreInterface;

@@ -5,6 +5,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
 #include "Src/RavCoreInterface.h"
 #include "Src/RavSuiteLock.h"
 #include "Src/RavVlanMessages.h"
@@ -17,6 +18,16 @@ namespace
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
 constexpr int LOAD_LINE = 3333;
 constexpr int UNLOAD_LINE = 3407;
+constexpr DWORD MAX_VLAN_TYPE = 2;
+
+bool IsVlanType(CResult& result, DWORD type)
+{
+    if (type <= MAX_VLAN_TYPE)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin::CreateVlan, there is no vlan type %u", type);
+    result = CResult(RAV_CODE_NOT_VALID);
+    return false;
+}
 
 bool HasStopError(const CRavVlanMessages& messages)
 {
@@ -59,13 +70,13 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
             RavTrace().Print(L"CreateTeam() - error unable to create the lock");
             return;
         }
+        const CRavString parent = RavCanonicalKey(strParentKey);
         CRavString numbers;
         numbers.FormatString(L"%u", dwVlanId);
-        if (!MayCreate(result, L"CreateVlan", strParentKey, numbers, strVlanName, record))
+        if (!IsVlanType(result, dwVlanType) || !MayCreate(result, L"CreateVlan", parent, numbers, strVlanName, record))
             return;
-        if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
-            team->PrepareForNewVlan(strParentKey, record);
-        CreateSingleVlan(result, strParentKey, dwVlanId, strVlanName, dwVlanType);
+        TellTeamAgent(parent, record);
+        CreateSingleVlan(result, parent, dwVlanId, NameFor(parent, dwVlanId, strVlanName), dwVlanType);
     });
 }
 
@@ -83,7 +94,9 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
             RavTrace().Print(L"CreateTeam() - error unable to create the lock");
             return;
         }
-        if (!MayCreate(result, L"CreateMultipleVLANs", strParentKey, strVlanNumbers, strVlanName, record))
+        const CRavString parent = RavCanonicalKey(strParentKey);
+        if (!IsVlanType(result, dwVlanType) ||
+            !MayCreate(result, L"CreateMultipleVLANs", parent, strVlanNumbers, strVlanName, record))
             return;
         std::vector<DWORD> ids;
         if (!GetVlanIDsFromRange(strVlanNumbers, ids))
@@ -92,7 +105,7 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
             result = CResult();
             return;
         }
-        CreateEach(result, strParentKey, ids, strVlanName, dwVlanType, pProgress);
+        CreateEach(result, parent, ids, strVlanName, dwVlanType, pProgress);
     });
 }
 
@@ -100,12 +113,10 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
 void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
                                const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
 {
-    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
     size_t done = 0;
     for (const DWORD id : ids)
     {
-        CreateSingleVlan(result, strParentKey, id, generated ? GenerateVlanName(strParentKey, id) : strVlanName,
-                         dwVlanType);
+        CreateSingleVlan(result, strParentKey, id, NameFor(strParentKey, id, strVlanName), dwVlanType);
         if (!result.Succeeded())
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: VLAN %u could not be created; %u of %u were created", id,
@@ -116,6 +127,21 @@ void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, 
         if (pProgress != nullptr)
             pProgress->OnVlanCreated(id, done, ids.size());
     }
+}
+
+// What the team agent answers is of no interest, and what it throws is no reason not to create.
+void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock)
+{
+    CResult ignored;
+    Shielded(L"PrepareForNewVlan", ignored, [&] {
+        if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
+            team->PrepareForNewVlan(strParentKey, lock);
+    });
+}
+
+CRavString CVlanAgentWin::NameFor(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strRequested)
+{
+    return strRequested == RAV_AUTO_VLAN_NAMES ? GenerateVlanName(strParentKey, dwVlanId) : strRequested;
 }
 
 // "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
@@ -231,8 +257,8 @@ void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMin
             return;
         }
         ClearVlanCache();
-        CRavXmsVlan* const vlan = GetVlan(strMiniportInst);
-        if (vlan == nullptr)
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
+        if (!vlan)
         {
             RavTrace().Error(SOURCE_FILE, LOAD_LINE, L"Unable to get the VLAN");
             return;
@@ -260,8 +286,8 @@ void CVlanAgentWin::UnloadDeviceMiniport(CResult& result, const CRavString& strM
             RavTrace().Print(L"UnloadDeviceMiniport() - call to CreateNetCfgInterfaceObj() failed.");
             return;
         }
-        CRavXmsVlan* const vlan = GetVlan(strMiniportInst);
-        if (vlan == nullptr)
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
+        if (!vlan)
         {
             RavTrace().Error(SOURCE_FILE, UNLOAD_LINE, L"Unable to get the vlan pointer");
             return;

@@ -2,6 +2,7 @@
 
 #include "Src/RavVlanAgent.h"
 
+#include "Common/Src/ComApartment.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavSetting.h"
 #include "Src/RavXmsVlan.h"
@@ -38,13 +39,15 @@ bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
     return true;
 }
 
-// The text up to its first NUL; what is longer than the buffer counts as missing.
+// The text up to its first NUL; what is longer than the buffer, or no text, counts as missing.
 template <DWORD Characters>
 bool QueryText(HKEY key, const CRavString& name, CRavString& text)
 {
     wchar_t buffer[Characters + 1] = {};
     DWORD size = Characters * sizeof(wchar_t);
-    if (RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(buffer), &size) != ERROR_SUCCESS)
+    DWORD type = REG_NONE;
+    if (RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size) != ERROR_SUCCESS ||
+        type != REG_SZ)
         return false;
     text = buffer;
     return true;
@@ -81,15 +84,12 @@ class NetworkWalk
     }
 
   private:
+    CRavComApartment m_apartment; // left last
     ComPtr<INetCfg> m_netCfg;
     ComPtr<IEnumNetCfgComponent> m_components;
     bool m_initialized = false;
 };
 
-DWORD ClientVlanType(DWORD stored)
-{
-    return stored == 1 ? 0 : stored == 2 ? 1 : 2;
-}
 } // namespace
 
 // --- enumeration
@@ -102,6 +102,11 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
     PurgeLocalVlanCache();
     vlanKeys.clear();
     EnumVlansPvt1(result, strParentKey, vlanKeys);
+    // A client that lists all VLANs asks for each of them next.
+    Shielded(L"CVlanAgentWin::EnumerateVlans", result, [&] {
+        if (result.Succeeded() && strParentKey.IsEmpty())
+            Bind(vlanKeys);
+    });
 }
 
 void CVlanAgentWin::PurgeLocalVlanCache()
@@ -113,7 +118,23 @@ void CVlanAgentWin::PurgeLocalVlanCache()
 void CVlanAgentWin::ClearVlanCache()
 {
     const std::lock_guard guard(m_cacheLock);
+    m_keyBindings.Clear();
     m_vlanCache.Clear();
+}
+
+bool CVlanAgentWin::IsBound(const CRavString& strVlanKey)
+{
+    const std::lock_guard guard(m_cacheLock);
+    return std::any_of(m_keyBindings.begin(), m_keyBindings.end(),
+                       [&](const auto& binding) { return binding->vlanKey.CompareI(strVlanKey); });
+}
+
+void CVlanAgentWin::Bind(const std::vector<CRavString>& vlanKeys)
+{
+    const std::lock_guard guard(m_cacheLock);
+    m_keyBindings.Clear();
+    for (const CRavString& key : vlanKeys)
+        m_keyBindings.Add(std::make_unique<_VLAN_KEY_BINDINGS>(_VLAN_KEY_BINDINGS{key}));
 }
 
 void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
@@ -170,7 +191,7 @@ CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
 // --- the cache: two look-ups, of which only the first forgives another letter case
 // ------------------------------------
 
-CRavXmsVlan* CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
+std::shared_ptr<CRavXmsVlan> CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::IsVlanInfoLoaded");
     const std::lock_guard guard(m_cacheLock);
@@ -179,7 +200,7 @@ CRavXmsVlan* CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
         if (!vlan->m_strVlanKey.CompareI(strVlanKey))
             continue;
         RavTrace().Print(L"Exiting CVlanAgentWin::IsVlanInfoLoaded with loaded vlan ptr.");
-        return vlan.get();
+        return vlan;
     }
     return nullptr;
 }
@@ -200,11 +221,11 @@ bool CVlanAgentWin::IsVlanInfoAvailable(const CRavString& strVlanKey, RAV_VLAN_I
     return false;
 }
 
-CRavXmsVlan* CVlanAgentWin::GetVlan(const CRavString& strVlanKey)
+std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlan");
-    CRavXmsVlan* vlan = IsVlanInfoLoaded(strVlanKey);
-    if (vlan == nullptr)
+    std::shared_ptr<CRavXmsVlan> vlan = IsVlanInfoLoaded(strVlanKey);
+    if (!vlan)
     {
         CResult result;
         RAV_VLAN_INFO info;
@@ -212,7 +233,7 @@ CRavXmsVlan* CVlanAgentWin::GetVlan(const CRavString& strVlanKey)
         if (result.Succeeded())
             vlan = IsVlanInfoLoaded(strVlanKey);
     }
-    if (vlan == nullptr)
+    if (!vlan)
         RavTrace().Print(L"CVlanAgentWin::GetVlan - Unable to load vlan!!");
     return vlan;
 }
@@ -220,6 +241,8 @@ CRavXmsVlan* CVlanAgentWin::GetVlan(const CRavString& strVlanKey)
 // --- loading
 // ----------------------------------------------------------------------------------------------------------
 
+// An enumeration is good until the next one starts, so that listing many VLANs enumerates once, not once for each. What
+// it promised and is gone meanwhile is decided by another one.
 void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
@@ -231,44 +254,36 @@ void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanK
             result = CResult::Success();
             return;
         }
-        if (IsKnownVlan(result, strVlanKey))
+        if (IsBound(strVlanKey))
+            result = LoadVlan(strVlanKey, info);
+        if (result.Succeeded())
+            return;
+        result = FindVlan(strVlanKey);
+        if (result.Succeeded())
             result = LoadVlan(strVlanKey, info);
     });
 }
 
-// An enumeration is good until the next one starts, so that listing many VLANs enumerates once, not once for each.
-bool CVlanAgentWin::IsKnownVlan(CResult& result, const CRavString& strVlanKey)
+CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
 {
-    const auto isBound = [&] {
-        const std::lock_guard guard(m_cacheLock);
-        return std::any_of(m_keyBindings.begin(), m_keyBindings.end(),
-                           [&](const auto& binding) { return binding->vlanKey.CompareI(strVlanKey); });
-    };
-    if (isBound())
-        return true;
+    CResult result;
     std::vector<CRavString> keys;
     EnumVlansPvt1(result, L"", keys);
     if (!result.Succeeded())
     {
         RavTrace().Print(L"LoadThisVlanInfo - call to EnumVlansPvt1() failed.");
-        return false;
+        return result;
     }
-    {
-        const std::lock_guard guard(m_cacheLock);
-        m_keyBindings.Clear();
-        for (const CRavString& key : keys)
-            m_keyBindings.Add(std::make_unique<_VLAN_KEY_BINDINGS>(_VLAN_KEY_BINDINGS{key}));
-    }
-    if (isBound())
-        return true;
+    Bind(keys);
+    if (std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); }))
+        return CResult::Success();
     RavTrace().Print(L"LoadThisVlanInfo - invalid vlan guid.");
-    result = CResult();
-    return false;
+    return CResult();
 }
 
 CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
 {
-    std::unique_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
+    std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
     const CNetCfgSession session(*this);
     if (!vlan)
     {
@@ -278,7 +293,10 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& inf
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr || !vlan->Initialize(*netCfg).Succeeded() || !vlan->Init().Succeeded() ||
         FAILED(vlan->GetOOOKeyFromVk(L"")))
-        return CResult(); // gone, or damaged, since it was enumerated
+    {
+        RavTrace().Print(L"LoadThisVlanInfo - %s is gone or damaged.", strVlanKey.c_str());
+        return CResult();
+    }
     vlan->m_strVlanKey = strVlanKey;
     const HKEY key = vlan->GetParentClassKey();
     vlan->m_strParentKey = GetParentKeyofThisOpenOOOKey(key);
@@ -290,9 +308,24 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& inf
     vlan->CloseParentClassKey();
     info = vlan->m_ravVlanInfo;
     RavTrace().Print(L"vlanInfo.vlanId= %d", info.vlanId);
-    const std::lock_guard guard(m_cacheLock);
-    m_vlanCache.Add(std::move(vlan));
+    AddToCache(std::move(vlan));
     return CResult::Success();
+}
+
+void CVlanAgentWin::ForgetVlan(const CRavXmsVlan& vlan)
+{
+    const std::lock_guard guard(m_cacheLock);
+    m_keyBindings.Clear();
+    m_vlanCache.Remove(&vlan);
+}
+
+// Two threads may load one VLAN at once: the first object stays.
+void CVlanAgentWin::AddToCache(std::shared_ptr<CRavXmsVlan> pVlan)
+{
+    const std::lock_guard guard(m_cacheLock);
+    if (std::none_of(m_vlanCache.begin(), m_vlanCache.end(),
+                     [&](const auto& vlan) { return vlan->m_strVlanKey == pVlan->m_strVlanKey; }))
+        m_vlanCache.Add(std::move(pVlan));
 }
 
 void CVlanAgentWin::GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool /*bFeatureFlag*/)
@@ -314,8 +347,8 @@ void CVlanAgentWin::GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool /*bFe
     QueryNumber(hKey, RavName(RAV_NAME_LOGICAL_GROUP_ID), info.logicalGroupId);
     ReadMiniportKey(vlan, hKey);
     DWORD type = 0;
-    QueryNumber(hKey, RavName(RAV_NAME_VLAN_TYPE), type);
-    info.vlanType = ClientVlanType(type);
+    if (QueryNumber(hKey, RavName(RAV_NAME_VLAN_TYPE), type))
+        info.vlanType = RavClientVlanType(type);
     if (vlan.GetComponent() != nullptr)
         vlan.GetComponent()->GetDescription(*GetNetCfgInterface(), info.description);
     info.jumboPacket = ReadJumboPacket(vlan);
@@ -381,11 +414,13 @@ void CVlanAgentWin::GetVlanInfo(CResult& result, const CRavString& strVlanKey, R
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanInfo", &result);
     result = CResult();
-    const CNetCfgSession session(*this);
-    if (IsVlanInfoAvailable(strVlanKey, info))
-        result = CResult::Success();
-    else
-        LoadThisVlanInfo(result, strVlanKey, info);
+    Shielded(L"CVlanAgentWin::GetVlanInfo", result, [&] {
+        const CNetCfgSession session(*this);
+        if (IsVlanInfoAvailable(strVlanKey, info))
+            result = CResult::Success();
+        else
+            LoadThisVlanInfo(result, strVlanKey, info);
+    });
     if (result.ulErrCode == CResult::FAILED)
         RavTrace().Print(L"CVlanAgentWin::GetVlanInfo-returning fail");
 }
@@ -395,10 +430,11 @@ void CVlanAgentWin::GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, 
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanParent", &result);
     result = CResult();
-    WaitForApplyDone(client);
-    CRavXmsVlan* const vlan = GetVlan(strVlanKey);
-    if (vlan != nullptr)
-        result = vlan->GetParent(parent);
+    Shielded(L"CVlanAgentWin::GetVlanParent", result, [&] {
+        WaitForApplyDone(client);
+        if (const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey))
+            result = vlan->GetParent(parent);
+    });
 }
 
 void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey, DWORD& dwStatus)
@@ -413,6 +449,8 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
         if (netCfg != nullptr && vlan.Initialize(*netCfg).Succeeded() && vlan.Init().Succeeded())
             dwStatus = vlan.GetLoadStatus(*netCfg);
+        RAV_VLAN_PARENT parent;
+        vlan.GetParent(parent);
     });
     result = CResult::Success();
 }
@@ -449,8 +487,8 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
     Shielded(L"CVlanAgentWin::EnumerateSettings", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
-        CRavXmsVlan* const vlan = GetVlan(strVlanKey);
-        if (vlan == nullptr || vlan->GetMiniportReg() == nullptr)
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+        if (!vlan || vlan->GetMiniportReg() == nullptr)
             return;
         std::vector<std::unique_ptr<RAV_SETTING>> owned;
         result = vlan->GetMiniportReg()->EnumerateSettings(owned);
@@ -470,9 +508,9 @@ void CVlanAgentWin::GetSetting(CResult& result, const RAV_CLIENT_ID& client, con
     Shielded(L"CVlanAgentWin::GetSetting", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
-        CRavXmsVlan* const vlan = GetVlan(strVlanKey);
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
         std::unique_ptr<RAV_SETTING> setting;
-        if (vlan == nullptr || vlan->GetMiniportReg() == nullptr)
+        if (!vlan || vlan->GetMiniportReg() == nullptr)
             return;
         result = vlan->GetMiniportReg()->GetSetting(strName, setting);
         *ppSetting = setting.release();

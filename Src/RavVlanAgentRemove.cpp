@@ -4,11 +4,15 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Common/Src/RavRegKey.h"
 #include "Src/RavCoreInterface.h"
+#include "Src/RavNameTable.h"
 #include "Src/RavSuiteLock.h"
 #include "Src/RavXmsVlan.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace
 {
@@ -34,55 +38,74 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
             RavTrace().Print(L"RemoveVlan() - error unable to create the lock");
             return;
         }
+        // What was read before others could change it is worth nothing now.
+        ClearVlanCache();
+        std::optional<CNetCfgSession> session;
         const CacheCleaner cleaner(*this);
-        bool bound = false;
-        CResult asked;
-        IsHyperV_EnabledOnVlan(asked, strVlanKey, bound);
-        if (bound)
-        {
-            RavTrace().Print(L"RemoveVlan() - Vlan is bound to Hyper V protocol - cannot be removed.");
-            result = CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+        const CRavString key = RavCanonicalKey(strVlanKey);
+        if (!MayRemove(result, key, lock.client))
             return;
-        }
         WaitForApplyDone(lock.client);
-        const CNetCfgSession session(*this);
-        if (!session.IsOpen())
+        session.emplace(*this);
+        if (!session->IsOpen())
         {
             RavTrace().Print(L"RemoveVlan() -  call to CreateNetCfgInterfaceObj failed");
-            result = session.Result();
+            result = session->Result();
             return;
         }
-        result = RemoveUnderLock(strVlanKey);
+        result = RemoveUnderLock(key);
     });
+}
+
+bool CVlanAgentWin::MayRemove(CResult& result, const CRavString& strVlanKey, const RAV_CLIENT_ID& client)
+{
+    bool bound = false;
+    CResult asked;
+    IsHyperV_EnabledOnVlan(asked, strVlanKey, bound);
+    if (bound)
+    {
+        RavTrace().Print(L"RemoveVlan() - Vlan is bound to Hyper V protocol - cannot be removed.");
+        result = CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+        return false;
+    }
+    VerifyClientID(asked, client);
+    if (asked.ulErrCode != CResult::FAILED)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlan - VerifyClientID failed");
+    return false;
 }
 
 CResult CVlanAgentWin::RemoveUnderLock(const CRavString& strVlanKey)
 {
-    CRavXmsVlan* const vlan = GetVlan(strVlanKey);
-    if (vlan == nullptr)
-    {
-        RavTrace().Print(L"RemoveVlan() - Unable to load vlan info");
-        return CResult();
-    }
+    const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+    if (vlan)
+        return RemoveLoaded(*vlan);
+    RavTrace().Print(L"RemoveVlan() - Unable to load vlan info");
+    return CResult();
+}
+
+CResult CVlanAgentWin::RemoveLoaded(CRavXmsVlan& vlan)
+{
     int count = 0;
-    vlan->GetTotNoOfVlansOnThisParent(count);
+    if (!vlan.GetTotNoOfVlansOnThisParent(count))
+        return CResult(); // the last of a parent's VLANs and one of several must not be mixed up
     bool untaggedToRemove = false;
-    CRavXmsVlan* const untagged = DoesUntaggedVlanNeedToBeRemoved(*vlan, untaggedToRemove);
+    const std::shared_ptr<CRavXmsVlan> untagged = DoesUntaggedVlanNeedToBeRemoved(vlan, untaggedToRemove);
     bool bound = false;
     if (untaggedToRemove && untagged->IsHyperV_Enabled(bound).Succeeded() && bound)
     {
         RavTrace().Print(L"RemoveVlan() - Untagged Vlan is bound to Hyper V protocol - cannot be removed.");
         return CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
     }
-    vlan->GetParentType(vlan->m_iParentType);
-    if (untagged != nullptr)
-        untagged->m_iParentType = vlan->m_iParentType;
-    switch (vlan->m_iParentType)
+    vlan.GetParentType(vlan.m_iParentType);
+    if (untagged)
+        untagged->m_iParentType = vlan.m_iParentType;
+    switch (vlan.m_iParentType)
     {
     case RAV_PARENT_TEAM:
-        return RemoveFromTeam(*vlan, untaggedToRemove ? untagged : nullptr, count);
+        return RemoveFromTeam(vlan, untagged.get(), count);
     case RAV_PARENT_ADAPTER:
-        return RemoveFromAdapter(*vlan, untaggedToRemove ? untagged : nullptr);
+        return RemoveFromAdapter(vlan, untagged.get());
     default:
         RavTrace().Print(L"RemoveVlan() - failed. Unable to get parent type.");
         return CResult();
@@ -131,7 +154,7 @@ CResult CVlanAgentWin::RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged,
 }
 
 // An untagged VLAN never stays alone on a parent once its last tagged VLAN goes.
-CRavXmsVlan* CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded)
+std::shared_ptr<CRavXmsVlan> CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded)
 {
     bNeeded = false;
     std::vector<CRavString> keys;
@@ -141,8 +164,8 @@ CRavXmsVlan* CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, b
         return nullptr;
     for (const CRavString& key : keys)
     {
-        CRavXmsVlan* const other = GetVlan(key);
-        if (other == nullptr || !other->IsUntagged())
+        const std::shared_ptr<CRavXmsVlan> other = GetVlan(key);
+        if (!other || !other->IsUntagged())
             continue;
         RavTrace().Print(L"User is attempting to remove the last tagged vlan when there is remainly untagged vlan!!  "
                          L"The untagged Vlan will removed as well!");
@@ -164,8 +187,8 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
     }
     Shielded(L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
         const CNetCfgSession session(*this);
-        CRavXmsVlan* const vlan = GetVlan(strVlanKey);
-        if (vlan == nullptr)
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+        if (!vlan)
         {
             RavTrace().Print(L"IsHyperV_EnabledOnVlan() - unable to load the Vlan");
             return;
@@ -213,10 +236,13 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
     vlan.m_iParentType = RAV_PARENT_TEAM;
     vlan.m_iVlanId = iVlanId;
     vlan.m_bRemovedByTeam = true; // for as long as the object lives
+    std::vector<CRavString> members;
+    if (!vlan.GetTeamMembers_v(strTeamKey, members))
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
     if (bLastVlan || bUnloadMembers)
-        UpdateTeamMembers(vlan, bLastVlan);
+        UpdateTeamMembers(vlan, members, bLastVlan);
     if (bLastVlan)
-        vlan.DoLastVoTTAOps(strTeamKey);
+        vlan.DoLastVoTTAOps(vlan.m_strParentKey);
     if (vlan.DeleteVlanMiniport())
         result = CResult::Success();
     else
@@ -225,10 +251,8 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
 }
 
 // A member that cannot be unloaded ends the walk; the removal itself goes on.
-void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, bool bLastVlan)
+void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan)
 {
-    std::vector<CRavString> members;
-    vlan.GetTeamMembers_v(vlan.m_strParentKey, members);
     for (const CRavString& member : members)
     {
         bool reboot = false;
@@ -266,8 +290,8 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
         }
         for (size_t index = 0; index < keys.size(); ++index)
         {
-            CRavXmsVlan* const vlan = GetVlan(keys[index]);
-            if (vlan == nullptr)
+            const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(keys[index]);
+            if (!vlan)
             {
                 RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to get the vlan to remove from the team - "
                                  L"continue");
@@ -277,12 +301,12 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
             result = RemoveVlanWithTeamAsParent(keys[index], strTeamKey, last, vlan->m_iVlanId, false);
             if (!result.Succeeded())
                 RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to remove a vlan from the team - continue");
+            ForgetVlan(*vlan);
         }
     });
 }
 
-// Takes one VLAN, or with an empty key every VLAN, of a team off one member that leaves the team. The VLANs themselves
-// stay for as long as the team has other members.
+// Takes one VLAN, or with an empty key every VLAN, of a team off one member. The VLANs themselves stay with the team.
 void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey,
                                              const CRavString& strMemberKey, const CRavString& strVlanKey)
 {
@@ -290,7 +314,10 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
     const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanFromTeamMember", &result);
     RavTrace().Print(L"CVlanAgentWin::RemoveVlanFromTeamMember, Member Key-%s", strMemberKey.c_str());
     if (strTeamKey.IsEmpty() || strMemberKey.IsEmpty())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no team or no member is named");
         return;
+    }
     Shielded(L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
         std::vector<CRavString> keys;
         CResult enumerated;
@@ -300,72 +327,105 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
             RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
             return;
         }
-        const CacheCleaner cleaner(*this);
         const CNetCfgSession session(*this);
+        const CacheCleaner cleaner(*this);
+        KeepThoseOnMember(strMemberKey, keys);
         if (keys.empty())
             result = CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
-        else if (strVlanKey.IsEmpty())
+        else if (strVlanKey.IsEmpty() || (keys.size() == 1 && keys.front().CompareI(strVlanKey)))
             result = DeleteAllVlansFromMember(strTeamKey, strMemberKey, keys);
         else
             result = DeleteVlanFromMember(strTeamKey, strMemberKey, strVlanKey, keys);
     });
 }
 
+// Drops the keys of VLANs that the driver does not list for the member.
+void CVlanAgentWin::KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys)
+{
+    CRavRegKey entry;
+    const bool opened =
+        entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strMemberKey, false);
+    std::erase_if(vlanKeys, [&](const CRavString& key) {
+        return !opened || !entry.IsValueInMultiString(RavName(RAV_NAME_BINDING_LIST), RavName(RAV_NAME_DEVICE) + key);
+    });
+}
+
+// The member leaves: each VLAN goes off it, and with the last one the driver lets go of it.
 CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                                 const std::vector<CRavString>& vlanKeys)
 {
+    // What the member was before it carried VLANs is kept in the entries that the removals delete: it comes back first.
+    CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
+    if (!member.BindMemberToTCPIP(strMemberKey))
+        return CResult();
     for (const CRavString& key : vlanKeys)
     {
-        const CResult removed = DeleteVlanFromMember(strTeamKey, strMemberKey, key, vlanKeys);
+        const CResult removed = TakeVlanOffMember(strTeamKey, strMemberKey, key);
         if (!removed.Succeeded())
             return removed;
     }
     return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
 }
 
-CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                            const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys)
+CResult CVlanAgentWin::TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                         const CRavString& strVlanKey)
 {
-    CRavXmsVlan* const vlan = GetVlan(strVlanKey);
-    if (vlan == nullptr ||
-        std::none_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); }))
+    const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+    if (!vlan)
     {
         RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
         return CResult();
     }
-    int placeholderId = vlan->m_iVlanId;
-    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", placeholderId);
-    if (placeholderId == -1)
+    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan->m_iVlanId);
+    if (vlan->m_iVlanId == -1)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
-        placeholderId = 0;
+        vlan->m_iVlanId = 0;
     }
-    vlan->m_iVlanId = placeholderId;
     vlan->m_strParentKey = strTeamKey;
     vlan->m_iParentType = RAV_PARENT_TEAM;
     vlan->m_bOnTeamMember = true;
     vlan->m_strMemberKey = strMemberKey;
     vlan->m_strParentAdapterId = strMemberKey;
     vlan->m_bMiniportRemoved = false;
-    std::vector<CRavString> members;
-    // While others carry the VLAN, its miniport has to stay.
-    vlan->m_bSkipMiniportRemoval = vlan->GetTeamMembers_v(strTeamKey, members) && members.size() > 1;
-    const CResult removed = vlan->RemoveVLANonAdapter(false);
-    if (removed.Succeeded())
+    vlan->m_bSkipMiniportRemoval = true; // the team keeps it
+    const CResult removed = vlan->RemoveVLANonAdapter(true);
+    if (removed.Succeeded() && removed.ulErrClass != CLASS_REFUSED)
         return removed;
     RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
                      strVlanKey.c_str(), strMemberKey.c_str());
     return CResult();
 }
 
-// Nothing of the team's VLANs is left on the member: it goes back to the ordinary bindings.
+// One of several: the member's lists lose it, and all else stays as it is.
+CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                            const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys)
+{
+    const bool listed =
+        std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); });
+    const std::shared_ptr<CRavXmsVlan> vlan = listed ? GetVlan(strVlanKey) : nullptr;
+    if (!vlan)
+    {
+        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
+        return CResult();
+    }
+    vlan->m_strParentKey = strTeamKey;
+    vlan->m_iParentType = RAV_PARENT_TEAM;
+    vlan->m_strMemberKey = strMemberKey;
+    const bool done = vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false) &&
+                      vlan->UpdateTeamMemberOOOKey2ReflectRemovedVlan(strMemberKey, false, vlan->m_iVlanId);
+    return done ? CResult::Success() : CResult();
+}
+
+// Nothing of the team's VLANs is left on the member: it goes back to what it was before them.
 CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey)
 {
     CRavXmsVlan placeholder(RAV_NEW_VLAN_KEY, *this);
     placeholder.m_strParentKey = strTeamKey;
     placeholder.m_iParentType = RAV_PARENT_TEAM;
     placeholder.m_strMemberKey = strMemberKey;
-    if (!placeholder.BindMemberToTCPIP(strMemberKey))
+    placeholder.GetOOOKeyFromVk(strMemberKey);
+    if (!placeholder.UpdOOOKeyAdptr(true) || !placeholder.BindMemberToTCPIP(strMemberKey))
     {
         RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-DumX. fails");
         return CResult();

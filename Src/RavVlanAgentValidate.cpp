@@ -5,6 +5,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/OsVersion.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
 #include "Src/RavCoreInterface.h"
 #include "Src/RavVlanIdRange.h"
 #include "Src/RavVlanMessages.h"
@@ -48,9 +49,11 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
     Shielded(L"CVlanAgentWin::ValidateNewVlan", result, [&] {
-        ValidateParent(messages, strParentKey, client);
-        ValidateIds(messages, strParentKey, strVlanNumbers, strVlanName);
-        result = CResult::Success();
+        const CRavString parent = RavCanonicalKey(strParentKey);
+        ValidateParent(messages, parent, client);
+        // Rules that could not be tried were not met.
+        if (ValidateIds(messages, parent, strVlanNumbers, strVlanName))
+            result = CResult::Success();
     });
 }
 
@@ -78,7 +81,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
         RavTrace().Print(L"IsParentVmqEnabled returned error!");
 
     if (isTeam)
-        ValidateTeam(messages, vmqEnabled, teamFlag);
+        ValidateTeam(messages, vmqEnabled);
     else if (supports)
         ValidateAdapter(messages, strParentKey, vmqEnabled);
     else
@@ -102,31 +105,29 @@ void CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
         Warn(messages, RAV_MSG_VMQ_ON_ADAPTER);
 }
 
-// Creating VLANs over teams is not offered yet, whatever the team itself says.
-void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled, bool bTeamFlag)
+// Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
+void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled)
 {
-    if (!bTeamFlag)
+    if (messages.empty())
         Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
     if (bVmqEnabled)
         Warn(messages, RAV_MSG_VMQ_ON_TEAM);
 }
 
-void CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
+// Whether the rules could be tried.
+bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
                                 const CRavString& strVlanNumbers, const CRavString& strVlanName)
 {
     std::vector<DWORD> ids;
     if (!GetVlanIDsFromRange(strVlanNumbers, ids))
     {
         Stop(messages, RAV_MSG_ID_NOT_VALID);
-        return;
+        return true;
     }
     if (ids.size() > 1)
-        ValidateVlanRange(messages, ids, strVlanName, strParentKey);
-    else if (strVlanName == RAV_AUTO_VLAN_NAMES)
-        ValidateVlan(messages, RAV_NEW_VLAN_KEY, GenerateVlanName(strParentKey, ids.front()), ids.front(),
-                     strParentKey);
-    else
-        ValidateVlan(messages, RAV_NEW_VLAN_KEY, strVlanName, ids.front(), strParentKey);
+        return ValidateVlanRange(messages, ids, strVlanName, strParentKey);
+    return ValidateVlan(messages, RAV_NEW_VLAN_KEY, NameFor(strParentKey, ids.front(), strVlanName), ids.front(),
+                        strParentKey);
 }
 
 bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::vector<DWORD>& ids)
@@ -143,15 +144,23 @@ bool CVlanAgentWin::EnumerateForValidation(const CRavString& strParentKey, std::
     return result.Succeeded();
 }
 
-void CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey,
+bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey,
                                  const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey)
 {
     RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s, vlanId=%d", strVlanKey.c_str(), strVlanName.c_str(),
                      dwVlanId);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
-        return;
+        return false;
     ValidateVlanName(messages, strVlanKey, strVlanName, vlans);
+    ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
+    return true;
+}
+
+void CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                   const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey,
+                                   const std::vector<CRavString>& vlans)
+{
     if (dwVlanId > RAV_MAX_VLAN_ID)
         return Stop(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
@@ -206,14 +215,14 @@ bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const 
     });
 }
 
-void CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids,
+bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids,
                                       const CRavString& strVlanName, const CRavString& strParentKey)
 {
     if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
         Stop(messages, RAV_MSG_ID_NOT_VALID);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
-        return;
+        return false;
     const size_t total = ids.size() + vlans.size();
     if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
         Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
@@ -240,4 +249,5 @@ void CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
         if (!generated && info.vlanName.CompareI(strVlanName))
             Stop(messages, RAV_MSG_NAME_IN_USE);
     }
+    return true;
 }

@@ -3,10 +3,12 @@
 #include "Src/RavVlanTypes.h"
 
 #include <algorithm>
+#include <cwchar>
 
 namespace
 {
 constexpr DWORD TOO_LARGE = 0x7FFFFFFF;
+constexpr DWORD MAX_VLANS_OF_A_PARENT = 64;
 
 // The value of decimal digits, at most TOO_LARGE.
 bool ParseNumber(const CRavString& text, DWORD& number)
@@ -48,7 +50,8 @@ bool ParseRange(const CRavString& text, std::vector<DWORD>& ids, bool& untagged)
         return false;
     untagged = low == 0;
     low = std::max<DWORD>(low, 1);
-    const DWORD end = std::min(high, std::max(low, RAV_MAX_VLAN_ID + 1));
+    // Behind the last legal id, and more than any parent carries, nothing new can be learned.
+    const DWORD end = std::min(high, std::max(low + MAX_VLANS_OF_A_PARENT, RAV_MAX_VLAN_ID + 1));
     for (DWORD id = low; id <= end; ++id)
         ids.push_back(id);
     return true;
@@ -70,6 +73,8 @@ bool RavParseVlanIds(const CRavString& text, std::vector<DWORD>& ids)
 {
     ids.clear();
     bool untagged = false;
+    if (!std::all_of(text.begin(), text.end(), [](wchar_t one) { return wcschr(L"0123456789,-", one) && one != 0; }))
+        return false;
     const bool isList = text.find(L',') != CRavString::npos;
     const bool isRange = text.find(L'-') != CRavString::npos;
     const bool parsed = isList    ? ParseList(text, ids, untagged)
@@ -77,7 +82,7 @@ bool RavParseVlanIds(const CRavString& text, std::vector<DWORD>& ids)
                                   : ParseSingle(text, ids, untagged);
     if (!parsed)
         ids.clear();
-    else if (untagged)
-        ids.push_back(0);
+    else if (untagged && (ids.empty() || ids.back() != 0))
+        ids.push_back(0); // once, and last
     return parsed;
 }

@@ -21,6 +21,12 @@ struct RAV_VLAN_INFO
     int jumboPacket = -1;        // current "*JumboPacket" in bytes; -1 when the VLAN has no such setting
 };
 
+// The vlanType of a stored "RavVlanType".
+inline DWORD RavClientVlanType(DWORD stored)
+{
+    return stored == 1 ? 0 : stored == 2 ? 1 : 2;
+}
+
 enum RAV_PARENT_TYPE : int
 {
     RAV_PARENT_ADAPTER = 0,

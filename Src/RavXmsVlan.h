@@ -38,7 +38,8 @@ class CRavXmsVlan : public CRavAdapter
     CResult GetParent(RAV_VLAN_PARENT& parent);
     // Whether the parent is an adapter or a team; RAV_PARENT_UNKNOWN when the network configuration has neither.
     CResult GetParentType(int& iParentType);
-    // How many VLANs the parent carries. For a team the team agent is asked first whether there are any.
+    // How many VLANs the parent carries. For a team the team agent is asked first whether there are any. Fails when the
+    // answer cannot be right: this VLAN, or one that the driver serves, is not among them.
     bool GetTotNoOfVlansOnThisParent(int& iCount);
     // The team's member adapters, through the team agent, in the order in which they joined.
     bool GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavString>& members);
@@ -175,6 +176,9 @@ class CRavXmsVlan : public CRavAdapter
   private:
     friend class CRavParentKeyBorrow;
 
+    bool IsPlausible(const std::vector<CRavString>& vlanKeys);
+    bool HasListedVlans();
+    HRESULT OpenKeyOf(const CRavString& strGuid);
     HRESULT OpenClassKey(const wchar_t* routine, const CRavString& strGuid);
     bool OpenKeyWithVlanIds(CRavRegKey& key);
     bool OpenTeamMemberKey(CRavRegKey& key);
@@ -206,6 +210,8 @@ class CRavXmsVlan : public CRavAdapter
     void TakeParentLogicalGroupId(int& status);
     void TraceTaggedVlans(int& status);
     CRavAdapter* ParentAdapter();
+    bool AddTeamMembers(std::vector<CRavString>& adapters);
+    CRavString TeamOfParent();
 
     bool MarkAsXmsLoaded(CRavRegKey& key);
     bool SetupVlanFiltering(CRavRegKey& key);
@@ -229,6 +235,7 @@ class CRavXmsVlan : public CRavAdapter
     bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();
+    static void GiveBack(CRavNetCfgWriteLock& lock, CResult& result);
     static bool TellLock(const CRavNetCfgWriteLock& lock, CResult& result);
     static bool DecreaseBindingCount(CRavRegKey& key);
     bool RemoveIdFromMember(const CRavString& strMember, int iVlanId);

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 namespace
@@ -36,8 +37,15 @@ class InstalledMiniport
     explicit InstalledMiniport(CRavXmsVlan& vlan) : m_vlan(vlan) {}
     ~InstalledMiniport()
     {
-        if (m_undo)
-            m_vlan.RemoveVirtualMiniport();
+        try
+        {
+            if (m_undo)
+                m_vlan.RemoveVirtualMiniport();
+        }
+        catch (...)
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::RemoveVirtualMiniport - Exception caught");
+        }
     }
     InstalledMiniport(const InstalledMiniport&) = delete;
     InstalledMiniport& operator=(const InstalledMiniport&) = delete;
@@ -86,7 +94,7 @@ bool CRavXmsVlan::RunSteps(std::initializer_list<Step> steps)
 void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
 {
     status = -1;
-    RavTrace().Print(L"Entering CRavXmsVlan::CreatFirstVlanOnAdapter");
+    const CRavTraceScope trace(L"CRavXmsVlan::CreatFirstVlanOnAdapter", &status);
     const int exit = RunFirstVlanSequence();
     if (exit == 0)
     {
@@ -130,11 +138,19 @@ void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
     const CRavTraceScope trace(L"CRavXmsVlan::CreatFurtherVlanOnAdapter", &status);
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no network configuration.");
         return;
+    }
     CRavNetCfgWriteLock lock(*netCfg);
-    if (!lock.IsHeld() || !RunSteps({{&CRavXmsVlan::TakeParentLogicalGroupId, 0, nullptr},
-                                     {&CRavXmsVlan::TraceTaggedVlans, 0, L"ERROR: IsParentWithTaggedVlan failed."},
-                                     {&CRavXmsVlan::ReloadParent, 0, L"ERROR: DoReload failed."}}))
+    if (!lock.IsHeld())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: AcquireLockForWrite failed. hr= %X", lock.Status());
+        return;
+    }
+    if (!RunSteps({{&CRavXmsVlan::TakeParentLogicalGroupId, 0, L"ERROR: the parent's LogicalGroupID cannot be read."},
+                   {&CRavXmsVlan::TraceTaggedVlans, 0, L"ERROR: IsParentWithTaggedVlan failed."},
+                   {&CRavXmsVlan::ReloadParent, 0, L"ERROR: DoReload failed."}}))
         return;
     if (!InstallMiniport())
         return;
@@ -173,28 +189,20 @@ CResult CRavXmsVlan::DoReload()
     const CRavTraceScope trace(L"CRavXmsVlan::DoReload", &result);
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (core == nullptr)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no core agent.");
         return result;
+    }
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     bool alsoMembers = team;
     if (!team)
         core->IsBoundToTeam(m_strParentKey, alsoMembers);
     RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
-    if (alsoMembers && !team)
-    {
-        // VLANs go over the team, never over one of its members.
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid program state.");
+    std::vector<CRavString> adapters;
+    if (!team)
+        adapters.push_back(m_strParentKey);
+    if (alsoMembers && !AddTeamMembers(adapters))
         return result;
-    }
-    std::vector<CRavString> adapters{m_strParentKey};
-    if (team)
-    {
-        RavTrace().Print(L"reloading all member adapters.");
-        if (!GetTeamMembers_v(m_strParentKey, adapters))
-        {
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: EnumerateMemberAdapters failed.");
-            return result;
-        }
-    }
     result = CResult::Success();
     for (const CRavString& adapter : adapters)
     {
@@ -207,6 +215,27 @@ CResult CRavXmsVlan::DoReload()
         }
     }
     return result;
+}
+
+// Adds the members of the team that is the parent, or that the parent is a member of.
+bool CRavXmsVlan::AddTeamMembers(std::vector<CRavString>& adapters)
+{
+    RavTrace().Print(L"reloading all member adapters.");
+    const CRavString team = m_iParentType == RAV_PARENT_TEAM ? m_strParentKey : TeamOfParent();
+    if (team.IsEmpty())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid program state.");
+        return false;
+    }
+    std::vector<CRavString> members;
+    if (!GetTeamMembers_v(team, members))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: EnumerateMemberAdapters failed.");
+        return false;
+    }
+    std::copy_if(members.begin(), members.end(), std::back_inserter(adapters),
+                 [&](const CRavString& member) { return !member.CompareI(m_strParentKey); });
+    return true;
 }
 
 bool CRavXmsVlan::InstallMiniport()
@@ -233,9 +262,14 @@ void CRavXmsVlan::PrepareMiniport(int& status)
     status = -1;
     SetMiniportInstance(m_strMiniportInst);
     if (!CreateNetCfgComponentObj(*GetNetCfgInterface()))
+    {
         m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strMiniportInst); // for the undo
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: CreateNetCfgComponentObj failed.");
+    }
     else if (SetParameter(RAV_PARAMETER::Text(RavName(RAV_NAME_MEDIA_TYPE), MEDIA_TYPE_ETHERNET)).Succeeded())
         status = 0;
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetParameter failed.");
 }
 
 void CRavXmsVlan::NameMiniport(int& status)

@@ -46,8 +46,13 @@ void CRavXmsVlan::ConstructVlanDisplayName(int& status)
 // An empty name is an answer: the VLAN then goes by its own name.
 bool CRavXmsVlan::QueryParentName(CRavString& strParentName)
 {
-    if (!GetParentType(m_iParentType).Succeeded())
+    int parentType = RAV_PARENT_UNKNOWN;
+    if (!GetParentType(parentType).Succeeded())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetParentType failed for %s.", m_strParentKey.c_str());
         return false;
+    }
+    m_iParentType = parentType;
     if (m_iParentType == RAV_PARENT_TEAM)
     {
         RAV_TEAM_INFO info;
@@ -87,6 +92,8 @@ void CRavXmsVlan::SetMiniportDisplayName(int& status)
     CRavNetCfgComponent component(m_strVlanNetCfgInstanceId);
     if (lock.IsHeld() && component.SetDisplayName(*netCfg, m_strVlanDisplayName) == 0 && SUCCEEDED(lock.Release()))
         status = 0;
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetMiniportDisplayName failed.");
 }
 
 bool CRavXmsVlan::WriteOwnText(const wchar_t* name, const CRavString& strText)
@@ -107,6 +114,7 @@ void CRavXmsVlan::SetVLANName(const CRavString& strName, int& status)
         return;
     }
     m_strVlanName = strName;
+    m_ravVlanInfo.vlanName = strName;
     int built = -1;
     ConstructVlanDisplayName(built);
     if (built != 0)
@@ -116,6 +124,7 @@ void CRavXmsVlan::SetVLANName(const CRavString& strName, int& status)
         RavTrace().Print(L"CRavXmsVlan::SetVLANName, RegSetValueEx fails.Extng-2");
         return;
     }
+    m_ravVlanInfo.displayName = m_strVlanDisplayName;
     SetMiniportDisplayName(status);
 }
 
@@ -139,6 +148,7 @@ void CRavXmsVlan::UpdateVLANName(const CRavString& strParentName, int& status)
         RavTrace().Print(L"CRavXmsVlan::UpdateVLANName, RegSetValueEx fails.Extng-2");
         return;
     }
+    m_ravVlanInfo.displayName = m_strVlanDisplayName;
     SetMiniportDisplayName(status);
 }
 
@@ -159,7 +169,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
     {
         const CRavParentKeyBorrow borrowed(*this);
         CRavRegKey key;
-        if (FAILED(GetOOOKeyFromVk(m_strVlanNetCfgInstanceId)) || !key.Open(m_hParentClassKey, L"", true))
+        if (FAILED(OpenKeyOf(m_strVlanNetCfgInstanceId)) || !key.Open(m_hParentClassKey, L"", true))
         {
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, Open vlan 000xKey fails");
             return;
@@ -170,12 +180,18 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
             return;
         }
     }
-    m_iPreviousVlanId = m_iVlanId;
+    // A second try of a change that did not reach all carriers still replaces the id that they list.
+    if (m_iVlanId != iVlanId)
+        m_iPreviousVlanId = m_iVlanId;
     m_iVlanId = iVlanId;
+    m_ravVlanInfo.vlanId = static_cast<DWORD>(iVlanId);
     RavTrace().Print(L"m_iVlanId= %d", m_iVlanId);
     std::vector<CRavString> carriers{m_strParentKey};
     if (m_iParentType == RAV_PARENT_TEAM && !GetTeamMembers_v(m_strParentKey, carriers))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTeamMembers_v failed.");
         return;
+    }
     for (const CRavString& carrier : carriers)
     {
         int listed = -1;
@@ -191,9 +207,15 @@ void CRavXmsVlan::SetVLANType(DWORD dwType, int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SetVLANType", &status);
-    if (!OpenThisMiniportRegKey() || !m_ownKey.SetValue(RavName(RAV_NAME_VLAN_TYPE), dwType))
+    if (!OpenThisMiniportRegKey())
         return;
+    if (!m_ownKey.SetValue(RavName(RAV_NAME_VLAN_TYPE), dwType))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetValue failed.");
+        return;
+    }
     m_dwVlanType = dwType;
+    m_ravVlanInfo.vlanType = RavClientVlanType(dwType);
     UnloadMiniport();
     status = 0;
 }
@@ -210,7 +232,12 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
     if (m_hParentClassKey == nullptr || !key.Open(m_hParentClassKey, L"", true))
         return failed();
     CRavString address;
-    if (key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address) && !address.IsEmpty())
+    // Only an address that is not there may be replaced: one that cannot be read is somebody's choice.
+    const DWORD type = key.GetRegType(RavName(RAV_NAME_NETWORK_ADDRESS));
+    if (key.LastResult() != ERROR_FILE_NOT_FOUND &&
+        (type != REG_SZ || !key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address)))
+        return failed();
+    if (!address.IsEmpty())
     {
         RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress, Found NA-%s", address.c_str());
         m_strNetworkAddress = address;

@@ -4,6 +4,8 @@
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
 
+#include <algorithm>
+
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -15,15 +17,26 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanParent";
 constexpr DWORD FEATURE_TEAM = 0x1;
 constexpr DWORD FEATURE_VLAN = 0x8;
 
-bool IsTeam(INetCfgComponent& component)
+// Opens the instance key of a component; the key is closed when that fails.
+void OpenKey(INetCfgComponent& component, CRavRegKey& key)
 {
     HKEY handle = nullptr;
-    if (FAILED(component.OpenParamKey(&handle)))
-        return false;
-    CRavRegKey key(handle);
+    if (SUCCEEDED(component.OpenParamKey(&handle)))
+        key = handle;
+}
+
+// Whether the miniport of the key is a VLAN over the parent.
+bool IsVlanOver(CRavRegKey& key, const CRavString& parent)
+{
     DWORD features = 0;
-    return key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && (features & FEATURE_TEAM) != 0 &&
-           (features & FEATURE_VLAN) == 0;
+    CRavString over;
+    return key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && (features & FEATURE_VLAN) != 0 &&
+           key.GetValue(RavName(RAV_NAME_VLAN_PARENT_KEY), over) && over.CompareI(parent);
+}
+
+bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
+{
+    return std::any_of(keys.begin(), keys.end(), [&](const CRavString& other) { return other.CompareI(key); });
 }
 } // namespace
 
@@ -49,7 +62,14 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
     ComPtr<INetCfgComponent> component;
     if (netCfg == nullptr || FAILED(netCfg->FindNetworkComponentByGUID(m_strParentKey, component)) || !component)
         return result;
-    iParentType = IsTeam(*component.Get()) ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
+    CRavRegKey key;
+    DWORD features = 0;
+    OpenKey(*component.Get(), key);
+    // A team whose key cannot be read must not be taken for an adapter.
+    if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)
+        return result;
+    const bool team = (features & FEATURE_TEAM) != 0 && (features & FEATURE_VLAN) == 0;
+    iParentType = team ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     result = CResult::Success();
     return result;
 }
@@ -62,7 +82,10 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
     if (m_iParentType == RAV_PARENT_TEAM)
     {
         if (!LoadTeamAgent())
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the team agent cannot be loaded.");
             return false;
+        }
         if (!m_pTeamAgentPvt->DoesTeamHaveVlans(m_strParentKey))
         {
             RavTrace().Print(L"CRavXmsVlan::GetTotNoOfVlansOnThisParent, Zero vlans on parent.");
@@ -71,8 +94,11 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
         }
     }
     std::vector<CRavString> keys;
-    if (!m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded())
+    if (!m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded() || !IsPlausible(keys))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of %s cannot be counted.", m_strParentKey.c_str());
         return false;
+    }
     iCount = static_cast<int>(keys.size());
     RavTrace().Print(L"CRavXmsVlan::GetTotNoOfVlansOnThisParent, %s vlan%s on parent.",
                      iCount == 0   ? L"Zero"
@@ -81,6 +107,37 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
                      iCount == 0 ? L"s" : L"");
     done = true;
     return done;
+}
+
+// A network configuration that cannot be had enumerates as empty. Taken at its word, that would turn a parent with
+// VLANs into one without: the first VLAN of a parent replaces, and the last one deletes, what the driver keeps of it.
+bool CRavXmsVlan::IsPlausible(const std::vector<CRavString>& vlanKeys)
+{
+    if (!m_strVlanNetCfgInstanceId.IsEmpty())
+        return Contains(vlanKeys, m_strVlanNetCfgInstanceId);
+    return !vlanKeys.empty() || !HasListedVlans();
+}
+
+// Whether the driver's entry of the parent lists a VLAN that is alive.
+bool CRavXmsVlan::HasListedVlans()
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    const CRavString device = RavName(RAV_NAME_DEVICE);
+    CRavRegKey entry;
+    std::vector<CRavString> bindings;
+    if (netCfg == nullptr ||
+        !entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey, false) ||
+        !entry.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+        return false;
+    return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
+        ComPtr<INetCfgComponent> component;
+        CRavRegKey key;
+        if (binding.Length() <= device.Length() ||
+            FAILED(netCfg->FindNetworkComponentByGUID(binding.c_str() + device.Length(), component)) || !component)
+            return false;
+        OpenKey(*component.Get(), key);
+        return IsVlanOver(key, m_strParentKey);
+    });
 }
 
 bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavString>& members)
@@ -95,4 +152,19 @@ bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavSt
     }
     done = m_pTeamAgentPvt->GetTeamMembers(strTeam, members).Succeeded();
     return done;
+}
+
+// The team that has the parent, an adapter, as a member; empty when none has.
+CRavString CRavXmsVlan::TeamOfParent()
+{
+    std::vector<CRavString> teams;
+    if (!LoadTeamAgent() || !m_pTeamAgentPvt->EnumerateTeams(teams).Succeeded())
+        return CRavString();
+    for (const CRavString& team : teams)
+    {
+        std::vector<CRavString> members;
+        if (m_pTeamAgentPvt->GetTeamMembers(team, members).Succeeded() && Contains(members, m_strParentKey))
+            return team;
+    }
+    return CRavString();
 }

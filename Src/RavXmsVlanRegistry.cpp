@@ -2,6 +2,7 @@
 
 #include "Src/RavXmsVlan.h"
 
+#include "Common/Src/ComApartment.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
 
@@ -39,6 +40,7 @@ class NetworkView
     INetCfg* operator->() const { return m_netCfg.Get(); }
 
   private:
+    CRavComApartment m_apartment; // left last
     ComPtr<INetCfg> m_netCfg;
     bool m_initialized = false;
 };
@@ -169,12 +171,14 @@ bool CRavXmsVlan::OpenThisMiniportRegKey()
     if (done || netCfg == nullptr)
         return done;
     ComPtr<INetCfgComponent> component;
-    if (FAILED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) || !component)
-        return done;
     HKEY key = nullptr;
-    done = SUCCEEDED(component->OpenParamKey(&key));
+    done = SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) && component &&
+           SUCCEEDED(component->OpenParamKey(&key));
     if (done)
         m_ownKey = key;
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed. guid: %s",
+                         m_strVlanNetCfgInstanceId.c_str());
     return done;
 }
 
@@ -221,12 +225,22 @@ HKEY CRavXmsVlan::GetMyRegistryKey(const CRavString& strGuid)
 
 HRESULT CRavXmsVlan::GetParentOOOKey()
 {
-    return GetOOOKeyFromVk(m_strParentKey);
+    return OpenKeyOf(m_strParentKey);
+}
+
+// An empty GUID is nobody's: it must not be taken for this VLAN's own.
+HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid)
+{
+    if (!strGuid.IsEmpty())
+        return GetOOOKeyFromVk(strGuid);
+    RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
+    CloseParentClassKey();
+    return E_INVALIDARG;
 }
 
 HKEY CRavXmsVlan::GetMyParentRegistryKey()
 {
-    return GetMyRegistryKey(m_strParentKey);
+    return m_strParentKey.IsEmpty() ? nullptr : GetMyRegistryKey(m_strParentKey);
 }
 
 bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVlanGuid, CRavString& strAdapter)
@@ -276,6 +290,7 @@ void CRavXmsVlan::GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& 
 {
     RavTrace().Print(L"Entering CRavXmsVlan::GetVlanNiidFrmPk");
     status = -1;
+    strVlanGuid.ClearString();
     const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY);
     CRavRegKey networkClass;
     networkClass.Open(HKEY_LOCAL_MACHINE, path, false);
@@ -287,12 +302,11 @@ void CRavXmsVlan::GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& 
         if (!key.Open(HKEY_LOCAL_MACHINE, path + L"\\" + instance, false) ||
             !key.GetValue(RavName(RAV_NAME_VLAN_PARENT_KEY), parent) || !(parent == strParentGuid))
             continue;
-        if (key.GetValue(RavName(RAV_NAME_NETCFG_INSTANCE_ID), strVlanGuid))
-        {
-            status = 0;
-            RavTrace().Print(L"Exitng CRavXmsVlan::GetVlanNiidFrmPk");
-            return;
-        }
+        if (!key.GetValue(RavName(RAV_NAME_NETCFG_INSTANCE_ID), strVlanGuid))
+            break;
+        status = 0;
+        RavTrace().Print(L"Exitng CRavXmsVlan::GetVlanNiidFrmPk");
+        return;
     }
     RavTrace().Print(L"Exitng CRavXmsVlan::GetVlanNiidFrmPk-2");
 }

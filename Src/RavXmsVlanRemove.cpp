@@ -57,7 +57,12 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
     CResult result(0, FAILURE);
     const CRavTraceScope trace(L"CRavXmsVlan::RemoveVLANonAdapter", &result);
     int count = 0;
-    GetTotNoOfVlansOnThisParent(count);
+    if (!GetTotNoOfVlansOnThisParent(count))
+    {
+        RavTrace().Print(L"ERROR: RemoveVLANonAdapter() fails");
+        result.ulErrCode = FAILURE;
+        return result;
+    }
     const bool last = count <= 1;
     const RemovalMark mark(*this);
     const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey;
@@ -111,11 +116,17 @@ bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, 
         return false;
     const bool done =
         bLast ? UpdateForLastVlan(bSkipMemberCleanup, strPath, result) : UpdateForOneOfSeveral(strPath, result);
+    GiveBack(lock, result);
+    return done;
+}
+
+// Changes that could not be applied are told, but do not keep a VLAN alive that the driver no longer knows.
+void CRavXmsVlan::GiveBack(CRavNetCfgWriteLock& lock, CResult& result)
+{
     if (SUCCEEDED(lock.Release()))
-        return done;
+        return;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
     result.ulErrCode = FAILURE;
-    return false;
 }
 
 bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& strPath, CResult& result)
@@ -178,7 +189,7 @@ bool CRavXmsVlan::UpdateForOneOfSeveral(const CRavString& strPath, CResult& resu
 bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result)
 {
     if (m_iParentType == RAV_PARENT_TEAM)
-        GetOOOKeyFromVk(m_strMemberKey);
+        OpenKeyOf(m_strMemberKey);
     const bool done = UpdOOOKeyAdptr(bLast);
     CloseParentClassKey();
     if (!done)
@@ -200,11 +211,7 @@ void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");
         result.ulErrCode = FAILURE;
     }
-    if (FAILED(lock.Release()))
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-        result.ulErrCode = FAILURE;
-    }
+    GiveBack(lock, result);
 }
 
 // Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
@@ -265,7 +272,10 @@ bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (core == nullptr || !core->IsDeviceCorvo(team ? m_strMemberKey : m_strParentKey))
         return done;
-    const HKEY handle = GetMyRegistryKey(team ? CRavString() : m_strParentKey);
+    // A member's key is the one that is held: without one there is nothing to fall back to.
+    const HKEY handle = !team                            ? GetMyParentRegistryKey()
+                        : GetParentClassKey() != nullptr ? GetMyRegistryKey(L"")
+                                                         : nullptr;
     CRavRegKey key;
     done = handle != nullptr && key.Open(handle, L"", true);
     if (!done)
@@ -339,7 +349,10 @@ bool CRavXmsVlan::RemoveFromBindingList()
     {
         RavTrace().Print(L"Size of MiniportBndgLst strCollection: %d", static_cast<int>(bindings.size()));
         const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
-        std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
+        const bool listed = std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; }) > 0;
+        // Taken out, and counted, by a removal that was interrupted.
+        if (!listed)
+            return true;
         done = key.SetValue(name, bindings);
     }
     return DecreaseBindingCount(key) && done;

@@ -22,10 +22,23 @@ constexpr DWORD FEATURES_OVER_TEAM = 9;
 constexpr DWORD FEATURES_OVER_ADAPTER = 8;
 constexpr DWORD MAX_TEAM_MODE = 6;
 
-// A text-valued advanced parameter of the adapter; a number of the same name is another one and does not count.
-bool ReadTextParameter(CRavRegKey& key, const wchar_t* name, CRavString& text)
+enum class Parameter
 {
-    return key.GetRegType(name) == REG_SZ && key.GetValue(name, text);
+    Text,
+    Missing,
+    Unreadable
+};
+
+// A text-valued advanced parameter of the adapter; a number of the same name is another one and does not count.
+Parameter ReadTextParameter(CRavRegKey& key, const wchar_t* name, CRavString& text)
+{
+    const DWORD type = key.GetRegType(name);
+    if (key.LastResult() == ERROR_FILE_NOT_FOUND || (key.LastResult() == ERROR_SUCCESS && type != REG_SZ))
+        return Parameter::Missing;
+    if (key.LastResult() == ERROR_SUCCESS && key.GetValue(name, text))
+        return Parameter::Text;
+    RavTrace().Print(L"SetupVlanParentRegistry() - unable to read the registry value %s", name);
+    return Parameter::Unreadable;
 }
 
 bool WriteTextParameter(CRavRegKey& key, const wchar_t* name, const wchar_t* value)
@@ -41,7 +54,20 @@ bool WriteTextParameter(CRavRegKey& key, const wchar_t* name, const wchar_t* val
 bool RequireTextParameter(CRavRegKey& key, const wchar_t* name, const wchar_t* value)
 {
     CRavString text;
-    return !ReadTextParameter(key, name, text) || text == value || WriteTextParameter(key, name, value);
+    const Parameter read = ReadTextParameter(key, name, text);
+    return read == Parameter::Missing ||
+           (read == Parameter::Text && (text == value || WriteTextParameter(key, name, value)));
+}
+
+// Whether a number was not read because there is none, or something else under its name: not because it could not be.
+bool IsNoValue(LONG status)
+{
+    return status == ERROR_FILE_NOT_FOUND || status == ERROR_SUCCESS;
+}
+
+void CannotTellGroups(LONG status)
+{
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the logical groups cannot be read. err= %d", status);
 }
 
 // Writes values in order and stops at the first that fails.
@@ -51,18 +77,29 @@ class ValueWriter
     explicit ValueWriter(CRavRegKey& key) : m_key(key) {}
     ValueWriter& Number(unsigned int name, DWORD value)
     {
-        m_done = m_done && m_key.SetValue(RavName(name), value);
-        return *this;
+        return Write(name, [&](const CRavString& text) { return m_key.SetValue(text, value); });
     }
     ValueWriter& Text(unsigned int name, const CRavString& value)
     {
-        CRavString text = value;
-        m_done = m_done && m_key.SetValue(RavName(name), text, false);
-        return *this;
+        CRavString data = value;
+        return Write(name, [&](const CRavString& text) { return m_key.SetValue(text, data, false); });
     }
     bool Done() const { return m_done; }
 
   private:
+    template <typename Set>
+    ValueWriter& Write(unsigned int number, Set&& set)
+    {
+        if (!m_done)
+            return *this;
+        const CRavString name = RavName(number);
+        m_done = set(name);
+        if (!m_done)
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetValue failed. value: %s err= %d", name.c_str(),
+                             m_key.LastResult());
+        return *this;
+    }
+
     CRavRegKey& m_key;
     bool m_done = true;
 };
@@ -77,7 +114,7 @@ void CRavXmsVlan::SetupVlanParentRegistry(int& status)
     const CRavTraceScope trace(L"CRavXmsVlan::SetupVlanParentRegistry", &status);
     HRESULT opened = S_OK;
     if (m_iParentType == RAV_PARENT_TEAM)
-        opened = GetOOOKeyFromVk(m_strParentAdapterId);
+        opened = OpenKeyOf(m_strParentAdapterId);
     else if (m_hParentClassKey == nullptr)
         opened = GetParentOOOKey();
     CRavRegKey key;
@@ -115,7 +152,10 @@ bool CRavXmsVlan::MarkAsXmsLoaded(CRavRegKey& key)
 bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
 {
     CRavString filtering;
-    if (!ReadTextParameter(key, L"VlanFiltering", filtering) || filtering == L"1")
+    const Parameter read = ReadTextParameter(key, L"VlanFiltering", filtering);
+    if (read != Parameter::Text)
+        return read == Parameter::Missing;
+    if (filtering == L"1")
         return true;
     if (!LoadTeamAgent())
     {
@@ -202,9 +242,9 @@ void CRavXmsVlan::GenNewLogicalGroupId(int& status)
     m_dwLogicalGroupId = 0;
     if (!adapters.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY), false))
     {
-        // No adapter has ever been a parent.
-        if (adapters.LastResult() == ERROR_FILE_NOT_FOUND)
-            status = 0;
+        if (adapters.LastResult() != ERROR_FILE_NOT_FOUND)
+            return CannotTellGroups(adapters.LastResult());
+        status = 0; // no adapter has ever been a parent
         return;
     }
     CRavString name;
@@ -215,7 +255,11 @@ void CRavXmsVlan::GenNewLogicalGroupId(int& status)
         if (adapter.Open(adapters.GetHKey(), name, false) &&
             adapter.GetValue(RavName(RAV_NAME_LOGICAL_GROUP_ID), group))
             m_dwLogicalGroupId = std::max(m_dwLogicalGroupId, group + 1);
+        else if (!IsNoValue(adapter.LastResult()))
+            return CannotTellGroups(adapter.LastResult());
     }
+    if (adapters.LastResult() != ERROR_NO_MORE_ITEMS)
+        return CannotTellGroups(adapters.LastResult());
     status = 0;
 }
 
@@ -231,6 +275,7 @@ void CRavXmsVlan::TakeParentLogicalGroupId(int& status)
 void CRavXmsVlan::SaveParentAdptrToReg(int& status)
 {
     status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::SaveParentAdptrToReg", &status);
     RavTrace().Print(L"Entering CRavXmsVlan::SaveParentAdptrToReg");
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     const CRavString adapter = team ? m_strParentAdapterId : m_strParentKey;
@@ -269,23 +314,34 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
         }
         return true;
     }
-    return key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false) &&
-           MoveDhcp(strAdapter);
+    if (key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false))
+        return MoveDhcp(strAdapter);
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. path: %s err= %d", strPath.c_str(), key.LastResult());
+    return false;
 }
 
 // The parent itself no longer takes an address: its DHCP flag goes to the driver, which gives it back one day.
 bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
 {
+    const auto failed = [](const wchar_t* step, LONG status) {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: EnableDHCP cannot be %s. err= %d", step, status);
+        return false;
+    };
+    const CRavString name = RavName(RAV_NAME_ENABLE_DHCP);
     CRavRegKey tcpip;
     DWORD dhcp = 0;
     if (!tcpip.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_TCPIP_INTERFACES_KEY) + strAdapter, true) ||
-        !tcpip.GetValue(RavName(RAV_NAME_ENABLE_DHCP), dhcp))
-        return true;
+        !tcpip.GetValue(name, dhcp))
+        return IsNoValue(tcpip.LastResult()) || failed(L"read", tcpip.LastResult());
+    if (!tcpip.SetValue(name, DWORD{0}))
+        return failed(L"switched off", tcpip.LastResult());
     CRavRegKey configuration;
-    return tcpip.SetValue(RavName(RAV_NAME_ENABLE_DHCP), DWORD{0}) &&
-           configuration.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_CONFIGURATION_KEY) + strAdapter, true,
-                                false) &&
-           configuration.SetValue(RavName(RAV_NAME_ENABLE_DHCP), dhcp);
+    if (configuration.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_CONFIGURATION_KEY) + strAdapter, true,
+                             false) &&
+        configuration.SetValue(name, dhcp))
+        return true;
+    tcpip.SetValue(name, dhcp); // nobody would know it any more
+    return failed(L"kept", configuration.LastResult());
 }
 
 bool CRavXmsVlan::WriteDriverEntry(CRavRegKey& key, const CRavString& strAdapter)
@@ -297,7 +353,10 @@ bool CRavXmsVlan::WriteDriverEntry(CRavRegKey& key, const CRavString& strAdapter
     CRavNetCfgComponent component(strAdapter);
     if (!GetParentLogicalGrpIdFromGuid(strAdapter, instancePath) ||
         component.GetDescription(*GetNetCfgInterface(), name) != 0)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the adapter %s cannot be found.", strAdapter.c_str());
         return false;
+    }
     const wchar_t* const number = wcsrchr(instancePath, L'\\');
     if (number == nullptr)
         return false;
@@ -324,7 +383,7 @@ bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
         RavTrace().Print(L"CRavXmsVlan::SaveParentAdptrToReg, SetVlaue for MULTI_SZ fails. Extng");
         return false;
     }
-    return key.SetValue(RavName(RAV_NAME_BINDING_LIST_COUNT), static_cast<DWORD>(bindings.size()));
+    return ValueWriter(key).Number(RAV_NAME_BINDING_LIST_COUNT, static_cast<DWORD>(bindings.size())).Done();
 }
 
 // --- the VLAN's own key

@@ -16,6 +16,18 @@ int NumberOf(const CRavString& text)
 {
     return _wtoi(text);
 }
+
+// The ids of an open instance key. A value of another type is not that list, and never taken for it.
+bool ReadIds(CRavRegKey& key, std::vector<CRavString>& ids)
+{
+    ids.clear();
+    return key.GetRegType(L"VLANID") == REG_MULTI_SZ && key.GetValue(L"VLANID", ids);
+}
+
+bool IsMissing(const CRavRegKey& key)
+{
+    return key.LastResult() == ERROR_FILE_NOT_FOUND;
+}
 } // namespace
 
 bool CRavXmsVlan::GetVlanIdArray(std::vector<CRavString>& ids)
@@ -26,11 +38,8 @@ bool CRavXmsVlan::GetVlanIdArray(std::vector<CRavString>& ids)
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
     done = OpenKeyWithVlanIds(key);
-    if (done && !key.GetValue(L"VLANID", ids))
-    {
+    if (done && !ReadIds(key, ids))
         RavTrace().Print(L"QueryMultiStringValue failed.");
-        ids.clear();
-    }
     return done;
 }
 
@@ -38,7 +47,7 @@ bool CRavXmsVlan::OpenKeyWithVlanIds(CRavRegKey& key)
 {
     if (m_iParentType == RAV_PARENT_TEAM)
         return OpenTeamMemberKey(key);
-    const HRESULT status = GetOOOKeyFromVk(m_strParentKey);
+    const HRESULT status = GetParentOOOKey();
     if (FAILED(status))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetOOOKeyFromVk failed for %s. hr= %X", m_strParentKey.c_str(),
@@ -135,13 +144,14 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
         RavTrace().Print(L"Could not open xms protocol key %s, err= %d", path.c_str(), key.LastResult());
         return false;
     }
-    done = true;
-    // The driver writes no mode for an adapter that never had an untagged VLAN.
+    // No mode is written for an adapter that never had a VLAN.
     DWORD mode = 0xFFFFFFFF;
-    if (key.GetValue(L"TaggingMode", mode))
-        bUntagged = mode == 0 || mode == 3;
-    else
+    done = key.GetValue(L"TaggingMode", mode) || IsMissing(key);
+    if (mode == 0xFFFFFFFF)
         RavTrace().Print(L"GetValue missed for %s on the key %s", L"TaggingMode", path.c_str());
+    if (!done)
+        return false;
+    bUntagged = mode == 0 || mode == 3;
     RavTrace().Print(L"valid out value= %s", bUntagged ? L"true" : L"false");
     return done;
 }
@@ -159,13 +169,13 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
     }
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
-    if (FAILED(GetOOOKeyFromVk(m_strParentKey)) || !key.Open(m_hParentClassKey, L"", false))
+    if (FAILED(GetParentOOOKey()) || !key.Open(m_hParentClassKey, L"", false))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed.");
         return false;
     }
     const DWORD type = key.GetRegType(L"VLANID");
-    if (key.LastResult() == ERROR_FILE_NOT_FOUND)
+    if (IsMissing(key))
     {
         RavTrace().Print(L"EROR_FILE_NOT_FOUND for %s err= %d type= %d", L"VLANID", key.LastResult(), type);
         done = true;
@@ -263,7 +273,7 @@ void CRavXmsVlan::SetParamsForAdptrOOOKey(int& status)
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     HRESULT opened = S_OK;
     if (team)
-        opened = GetOOOKeyFromVk(m_strParentAdapterId);
+        opened = OpenKeyOf(m_strParentAdapterId);
     else if (m_hParentClassKey == nullptr)
         opened = GetParentOOOKey();
     if (SUCCEEDED(opened))
@@ -301,7 +311,7 @@ void CRavXmsVlan::DeleteVlanID(HKEY hKey, int iVlanId)
         return;
     }
     std::vector<CRavString> ids;
-    if (!key.GetValue(L"VLANID", ids))
+    if (!ReadIds(key, ids))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetValue failed.");
         return;
@@ -321,25 +331,24 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi", &status);
+    const auto failed = [] { RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi fails-1.Exiting"); };
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
-    const bool opened = m_iVlanId >= 1 && m_iVlanId <= static_cast<int>(RAV_MAX_VLAN_ID) &&
-                        SUCCEEDED(GetOOOKeyFromVk(strParentGuid)) && key.Open(m_hParentClassKey, L"", true);
+    if (m_iVlanId < 1 || m_iVlanId > static_cast<int>(RAV_MAX_VLAN_ID) || FAILED(OpenKeyOf(strParentGuid)) ||
+        !key.Open(m_hParentClassKey, L"", true))
+        return failed();
     std::vector<CRavString> ids;
-    // A list of another type is somebody else's: it is left alone.
-    if (!opened ||
-        (key.ValueExists(L"VLANID") && (key.GetRegType(L"VLANID") != REG_MULTI_SZ || !key.GetValue(L"VLANID", ids))))
-    {
-        RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi fails-1.Exiting");
-        return;
-    }
-    std::erase_if(ids, [&](const CRavString& id) { return NumberOf(id) == m_iPreviousVlanId; });
+    // Only a list that is not there is begun anew: one that cannot be read holds the ids of other VLANs.
+    if (!ReadIds(key, ids) && !IsMissing(key))
+        return failed();
+    // An id that an interrupted removal left behind must not stand there twice.
+    std::erase_if(ids,
+                  [&](const CRavString& id) { return NumberOf(id) == m_iPreviousVlanId || NumberOf(id) == m_iVlanId; });
+    if (ids.empty())
+        RavTrace().Print(L"Empty array of VLAN ID's");
     ids.emplace_back(m_iVlanId);
     if (!key.SetValue(L"VLANID", ids))
-    {
-        RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi fails-1.Exiting");
-        return;
-    }
+        return failed();
     status = 0;
     RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi Success. Exiting.");
 }

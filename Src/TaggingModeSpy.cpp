@@ -105,7 +105,12 @@ void TaggingModeSpy::SetTaggingModeDisguise(int& status, CRavRegKey& xmsKey, con
 bool TaggingModeSpy::OpenDeviceKey(const CRavString& strAdapterId)
 {
     if (m_vlan.m_iParentType != RAV_PARENT_TEAM)
-        return SUCCEEDED(m_vlan.GetParentOOOKey());
+    {
+        if (SUCCEEDED(m_vlan.GetParentOOOKey()))
+            return true;
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetParentOOOKey failed.");
+        return false;
+    }
     if (strAdapterId.IsEmpty())
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid program state.");

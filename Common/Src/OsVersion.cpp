@@ -32,6 +32,11 @@ bool IsNtOrLater(DWORD major)
 }
 } // namespace
 
+bool COSType::IsNt5OrLater()
+{
+    return IsNtOrLater(5);
+}
+
 bool COSType::IsNt6OrLater()
 {
     return IsNtOrLater(6);

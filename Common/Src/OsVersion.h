@@ -8,7 +8,8 @@ class COSType
   public:
     COSType() = delete;
 
-    // Windows NT 6.0 or later.
+    // Windows NT of the version or later.
+    static bool IsNt5OrLater();
     static bool IsNt6OrLater();
     // A workstation edition, as opposed to a server or a domain controller.
     static bool IsWorkstation();

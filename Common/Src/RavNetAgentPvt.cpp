@@ -171,9 +171,11 @@ void CRavNetAgentPvt::FetchCoreAgentPvt()
     const CRavTraceScope trace(L"CRavNetAgentPvt::FetchCoreAgentPvt");
     const SectionGuard guard(m_lock);
     m_pCoreAgentPvt = nullptr;
-    if (m_hCoreAgent != nullptr)
-        FreeLibrary(m_hCoreAgent);
+    // Loaded before the earlier one is given back: nobody who is inside it loses the ground.
+    const HMODULE previous = m_hCoreAgent;
     m_hCoreAgent = CHelper::RavLoadModule(RavModule::CoreAgent);
+    if (previous != nullptr)
+        FreeLibrary(previous);
     if (m_hCoreAgent == nullptr)
         return;
     const FARPROC address = GetProcAddress(m_hCoreAgent, RAV_GET_CORE_AGENT_PVT_NAME);
@@ -197,6 +199,8 @@ void CRavNetAgentPvt::VerifyClientID(CResult& result, const RAV_CLIENT_ID& clien
 void CRavNetAgentPvt::WaitForApplyDone(const RAV_CLIENT_ID& client)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::WaitForApplyDone");
+    if (m_pCoreAgentPvt == nullptr)
+        return;
     Forward(267, L"CRavNetAgentPvt::WaitForApplyDone() - Exception caught",
             [&] { m_pCoreAgentPvt->WaitForApplyDone(client); });
 }
@@ -205,6 +209,8 @@ void CRavNetAgentPvt::StartLock(CResult& result, const RAV_LOCK_RECORD& request,
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::StartLock", &result);
     result = CResult();
+    if (m_pCoreAgentPvt == nullptr)
+        return;
     Forward(352, L"CRavNetAgentPvt::StartLock() - Exception caught",
             [&] { result = m_pCoreAgentPvt->StartLock(request, token); });
 }
@@ -213,5 +219,7 @@ void CRavNetAgentPvt::DoneLock(CResult& result, const RAV_LOCK_TOKEN& token)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::DoneLock", &result);
     result = CResult();
+    if (m_pCoreAgentPvt == nullptr)
+        return;
     Forward(380, L"CRavNetAgentPvt::DoneLock() - Exception caught", [&] { result = m_pCoreAgentPvt->DoneLock(token); });
 }

@@ -48,8 +48,8 @@ class CRavNetAgentPvt
     void FetchCoreAgentPvt();
     CRavCoreAgentPvtIntf* GetCoreAgentPvt() const { return m_pCoreAgentPvt; }
 
-    // Forwarded to the core agent; what it throws is traced and becomes a failure. The last three must not be called
-    // before the interface has been fetched.
+    // Forwarded to the core agent; what it throws is traced and becomes a failure. So does a core agent that is not
+    // there.
     void VerifyClientID(CResult& result, const RAV_CLIENT_ID& client);
     void StartLock(CResult& result, const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token);
     void DoneLock(CResult& result, const RAV_LOCK_TOKEN& token);

@@ -306,7 +306,7 @@ TEST(PointerArray, DeletesWhatItOwnsOnceAndKeepsOrder)
         EXPECT_TRUE(array.Remove(objects[1]));
         EXPECT_FALSE(array.Remove(objects[1]));
         EXPECT_EQ(3, alive);
-        const std::unique_ptr<CCounted> taken = array.Take(objects[2]);
+        const std::shared_ptr<CCounted> taken = array.Take(objects[2]);
         EXPECT_EQ(2, taken->m_iNumber);
         EXPECT_EQ(3, alive);
         ASSERT_EQ(2u, array.Size());

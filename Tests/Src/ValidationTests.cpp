@@ -48,12 +48,10 @@ TEST(Ids, Grammar)
         {L"12", {12}},
         {L"0", {0}},
         {L"10,20,30", {10, 20, 30}},
-        {L"0,5,0", {5, 0, 0}},
+        {L"0,5,0", {5, 0}},
         {L"5-9", {5, 6, 7, 8, 9}},
         {L"0-3", {1, 2, 3, 0}},
         {L"4095", {4095}},
-        {L"4093-99999", {4093, 4094, 4095}},
-        {L"5000-2147483647", {5000}},
         {L"99999999999", {0x7FFFFFFF}},
         {L"3-1", {}},
         {L"4-4", {}},
@@ -73,10 +71,14 @@ TEST(Ids, Grammar)
         std::vector<DWORD> ids{99};
         const bool parsed = RavParseVlanIds(one.text, ids);
         EXPECT_EQ(!one.ids.empty(), parsed) << Utf8(one.text);
-        if (std::wstring(one.text) == L"0,5,0")
-            EXPECT_EQ((std::vector<DWORD>{5, 0, 0}), ids); // a second 0 is an id that is named twice
-        else
-            EXPECT_EQ(one.ids, ids) << Utf8(one.text);
+        EXPECT_EQ(one.ids, ids) << Utf8(one.text);
+    }
+    // Neither memory nor time for what lies beyond all that could be legal.
+    for (const wchar_t* const text : {L"1-2147483647", L"4093-99999", L"5000-2147483647"})
+    {
+        std::vector<DWORD> ids;
+        EXPECT_TRUE(RavParseVlanIds(text, ids)) << Utf8(text);
+        EXPECT_TRUE(ids.size() > 64 && ids.size() < 5000 && ids.back() > 4094) << Utf8(text);
     }
 }
 

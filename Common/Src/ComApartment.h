@@ -1,0 +1,20 @@
+#pragma once
+
+#include <objbase.h>
+
+// Keeps the calling thread in a COM apartment for a scope: its own, if it has one already.
+class CRavComApartment
+{
+  public:
+    CRavComApartment() : m_bEntered(SUCCEEDED(CoInitialize(nullptr))) {}
+    ~CRavComApartment()
+    {
+        if (m_bEntered)
+            CoUninitialize();
+    }
+    CRavComApartment(const CRavComApartment&) = delete;
+    CRavComApartment& operator=(const CRavComApartment&) = delete;
+
+  private:
+    bool m_bEntered;
+};
