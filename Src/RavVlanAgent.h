@@ -22,7 +22,7 @@ class CRavTeamAgentPvtIntf;
 class CRavXmsVlan;
 
 // A VLAN key that the last enumeration has seen.
-struct _VLAN_KEY_BINDINGS
+struct _VLAN_KEY_BINDINGS // NOLINT(bugprone-reserved-identifier): the suite's name
 {
     CRavString vlanKey;
 };

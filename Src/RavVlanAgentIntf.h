@@ -69,8 +69,8 @@ class CRavVlanAgentIntf : public CRavNetworkAgentIntf
     // Creates one VLAN. Id 0 is the untagged VLAN, 1 to 4094 are tagged. dwVlanType is 0, 1 or 2 (see RAV_VLAN_INFO).
     virtual void CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
                             const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock) = 0;
-    // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9"; the name is given to all, or is
-    // RAV_AUTO_VLAN_NAMES. The first that fails ends the call with its code; those created before it stay.
+    // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9". The name is RAV_AUTO_VLAN_NAMES: one name for
+    // several VLANs is refused, since VLANs of one parent have different names. The first that fails ends the call with its code; those created before it stay.
     // pProgress may be null.
     virtual void CreateMultipleVLANs(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                                      const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress,

@@ -164,7 +164,7 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRav
         return nullptr;
     for (const CRavString& key : keys)
     {
-        const std::shared_ptr<CRavXmsVlan> other = GetVlan(key);
+        std::shared_ptr<CRavXmsVlan> other = GetVlan(key);
         if (!other || !other->IsUntagged())
             continue;
         RavTrace().Print(L"User is attempting to remove the last tagged vlan when there is remainly untagged vlan!!  "

@@ -98,7 +98,7 @@ void CRavXmsVlan::SetMiniportDisplayName(int& status)
 
 bool CRavXmsVlan::WriteOwnText(const wchar_t* name, const CRavString& strText)
 {
-    CRavString text = strText;
+    CRavString text = strText; // the key takes it as its own
     return m_ownKey.SetValue(name, text, false);
 }
 
