@@ -41,9 +41,11 @@ class CRavNetCfgInterface
     // Finds a protocol, service or client by its component id, for example "ms_tcpip".
     HRESULT FindComponentById(const wchar_t* id, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
 
-    // Takes an adapter out of the intermediate driver's hands: deletes the driver's entries for it (adapter and
-    // configuration key, after the former "EnableDHCP" has been given back to TCP/IP), unbinds the driver from it,
-    // and with bRestoreBindings binds the ordinary protocols again. 0 on success. Needs the write lock.
+    // Takes an adapter out of the intermediate driver's hands: unbinds the driver from it, with bRestoreBindings binds
+    // the protocols again that BindAdapterToXms has taken off (TCP/IP when that is not known), and deletes the driver's
+    // entries for it (adapter and configuration key, after the former "EnableDHCP" has been given back to TCP/IP).
+    // What is not there needs no cleaning. 0 on success, -1 on failure; a failed clean-up can be tried again. Needs the
+    // write lock.
     int CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings);
 
     // The adapters below a team, as the driver's binding lists name them, in registry order.

@@ -1,6 +1,7 @@
 #include "Common/Intf/RavAdvSvcNetCfgComponent.h"
 
 #include "Common/Src/RavDebug.h"
+#include "Suite/CommonLibrary/BindingRecord.h"
 #include "Suite/CommonLibrary/NetCfgClasses.h"
 #include "Suite/CommonLibrary/XmsBindings.h"
 
@@ -11,8 +12,10 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-// These watch the wire, or are bound by an administrator for a purpose of their own: VLANs do not need them off.
-constexpr const wchar_t* LEFT_ALONE[] = {L"ms_lldp", L"ms_lltdio", L"ms_rspndr", L"ms_ndiscap", L"vms_pp"};
+// These watch the wire, or give the adapter to a switch, a bridge or a team of the system's own: VLANs do not need them
+// off.
+constexpr const wchar_t* LEFT_ALONE[] = {L"ms_lldp",   L"ms_lltdio", L"ms_rspndr", L"ms_ndiscap",
+                                         L"ms_implat", L"ms_bridge", L"vms_pp"};
 
 bool IsLeftAlone(INetCfgComponent& protocol)
 {
@@ -35,6 +38,34 @@ HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, bool bind)
         RavTrace().Print(L"CRavAdvSvcNetCfgComponent: %s fails, 0x%X", bind ? L"BindTo" : L"UnbindFrom", status);
     return status;
 }
+
+HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bound)
+{
+    ComPtr<INetCfgComponentBindings> bindings;
+    HRESULT status = protocol.QueryInterface(IID_PPV_ARGS(&bindings));
+    if (SUCCEEDED(status))
+        status = bindings->IsBoundTo(&adapter);
+    bound = status == S_OK;
+    return status;
+}
+
+// What the record of the adapter has to say once these have been taken off, too. An adapter that came in without a
+// record lost its protocols before there were records.
+bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavString>& taken)
+{
+    if (wasBound && taken.empty())
+        return true;
+    std::vector<CRavString> protocols;
+    if (wasBound)
+        protocols = RavProtocolsToRestore(adapter);
+    for (const CRavString& id : taken)
+    {
+        if (std::none_of(protocols.begin(), protocols.end(),
+                         [&](const CRavString& known) { return known.CompareI(id); }))
+            protocols.push_back(id);
+    }
+    return RavWriteBindingRecord(adapter, protocols);
+}
 } // namespace
 
 HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind)
@@ -46,22 +77,58 @@ HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool 
     if (!xms)
         return bind ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : S_OK;
     status = Bind(*xms.Get(), adapter, bind);
-    ComPtr<INetCfgComponentBindings> bindings;
-    if (SUCCEEDED(status) && bind && SUCCEEDED(xms.As(&bindings)) && bindings->IsBoundTo(&adapter) != S_OK)
+    bool bound = false;
+    if (SUCCEEDED(status) && bind && SUCCEEDED(status = IsBound(*xms.Get(), adapter, bound)) && !bound)
         status = E_FAIL; // not bindable: the VLAN would never carry a packet
     return status;
 }
 
-HRESULT RavBindOtherProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind)
+HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool& bound)
 {
-    HRESULT bound = S_OK;
-    const HRESULT walked =
-        RavForEachComponent(*netCfg.GetNetCfg(), GUID_DEVCLASS_NETTRANS, [&](INetCfgComponent& protocol) {
-            if (!IsLeftAlone(protocol))
-                bound = Bind(protocol, adapter, bind);
-            return SUCCEEDED(bound);
-        });
-    return FAILED(walked) ? walked : bound;
+    ComPtr<INetCfgComponent> xms;
+    bound = false;
+    const HRESULT status = netCfg.FindComponentById(RAV_XMS_PROTOCOL_ID, xms);
+    return FAILED(status) || !xms ? status : IsBound(*xms.Get(), adapter, bound);
+}
+
+HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& taken)
+{
+    HRESULT status = S_OK;
+    const auto takeOff = [&](INetCfgComponent& protocol) {
+        bool bound = false;
+        CNetCfgText id;
+        if (IsLeftAlone(protocol) || FAILED(status = IsBound(protocol, adapter, bound)) || !bound)
+            return SUCCEEDED(status);
+        if (SUCCEEDED(status = protocol.GetId(id.Out())) && SUCCEEDED(status = Bind(protocol, adapter, false)))
+            taken.push_back(id.Get());
+        return SUCCEEDED(status);
+    };
+    const HRESULT walked = RavForEachComponent(*netCfg.GetNetCfg(), GUID_DEVCLASS_NETTRANS, takeOff);
+    return FAILED(walked) ? walked : status;
+}
+
+HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
+                         const std::vector<CRavString>& protocols)
+{
+    HRESULT first = S_OK;
+    for (const CRavString& id : protocols)
+    {
+        ComPtr<INetCfgComponent> protocol;
+        HRESULT status = netCfg.FindComponentById(id, protocol);
+        if (SUCCEEDED(status) && protocol)
+            status = Bind(*protocol.Get(), adapter, true);
+        if (FAILED(status) && SUCCEEDED(first))
+            first = status; // the others still have to come back
+    }
+    return first;
+}
+
+std::vector<CRavString> RavProtocolsToRestore(const CRavString& adapter)
+{
+    std::vector<CRavString> protocols;
+    if (!RavReadBindingRecord(adapter, protocols))
+        protocols = {L"ms_tcpip", L"ms_tcpip6"};
+    return protocols;
 }
 
 int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
@@ -69,9 +136,34 @@ int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, con
     int status = -1;
     const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::BindAdapterToXms", &status);
     ComPtr<INetCfgComponent> adapter;
-    if (netCfg.IsLockedForWrite() && SUCCEEDED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) && adapter &&
-        SUCCEEDED(RavBindXms(netCfg, *adapter.Get(), true)) &&
-        SUCCEEDED(RavBindOtherProtocols(netCfg, *adapter.Get(), false)))
+    std::vector<CRavString> taken;
+    bool wasBound = false;
+    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter ||
+        FAILED(RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
+        return status;
+    if (SUCCEEDED(RavBindXms(netCfg, *adapter.Get(), true)) &&
+        SUCCEEDED(RavTakeProtocolsOff(netCfg, *adapter.Get(), taken)) && Remember(strAdapter, wasBound, taken))
+    {
+        status = 0;
+        return status;
+    }
+    // Half of it must not be applied with the rest: the adapter would have neither TCP/IP nor VLANs.
+    RavBindProtocols(netCfg, *adapter.Get(), taken);
+    if (!wasBound)
+        RavBindXms(netCfg, *adapter.Get(), false);
+    return status;
+}
+
+int CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms", &status);
+    ComPtr<INetCfgComponent> adapter;
+    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter)
+        return status;
+    const HRESULT unbound = RavBindXms(netCfg, *adapter.Get(), false);
+    const HRESULT restored = RavBindProtocols(netCfg, *adapter.Get(), RavProtocolsToRestore(strAdapter));
+    if (SUCCEEDED(unbound) && SUCCEEDED(restored) && RavDeleteBindingRecord(strAdapter))
         status = 0;
     return status;
 }

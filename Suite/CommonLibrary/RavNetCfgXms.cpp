@@ -4,6 +4,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Suite/CommonLibrary/BindingRecord.h"
 #include "Suite/CommonLibrary/NetCfgClasses.h"
 #include "Suite/CommonLibrary/XmsBindings.h"
 
@@ -24,39 +25,65 @@ CRavString Below(const wchar_t* path, const wchar_t* name)
     return CRavString(path) + L"\\" + name;
 }
 
+// Absent is as good as done; anything else that keeps a key shut is a failure.
+bool OpenOrAbsent(CRavRegKey& key, const CRavString& path, bool write)
+{
+    if (key.Open(HKEY_LOCAL_MACHINE, path, write) || key.LastResult() == ERROR_FILE_NOT_FOUND)
+        return true;
+    RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - %s, error %d", path.c_str(), key.LastResult());
+    return false;
+}
+
 // The parent gave its DHCP flag to the driver when it got its first VLAN.
 bool GiveDhcpBack(const CRavString& adapter)
 {
     CRavRegKey configuration;
     CRavRegKey tcpip;
     DWORD dhcp = 0;
-    if (!configuration.Open(HKEY_LOCAL_MACHINE, Below(Below(DRIVER_PARAMETERS, CONFIGURATION), adapter), false) ||
-        !configuration.GetValue(ENABLE_DHCP, dhcp))
-        return true;
-    return !tcpip.Open(HKEY_LOCAL_MACHINE, Below(TCPIP_INTERFACES, adapter), true) || tcpip.SetValue(ENABLE_DHCP, dhcp);
+    if (!OpenOrAbsent(configuration, Below(Below(DRIVER_PARAMETERS, CONFIGURATION), adapter), false))
+        return false;
+    if (configuration.GetRegType(ENABLE_DHCP) != REG_DWORD) // nothing that could be given back
+        return configuration.LastResult() == ERROR_SUCCESS || configuration.LastResult() == ERROR_FILE_NOT_FOUND;
+    if (!configuration.GetValue(ENABLE_DHCP, dhcp))
+        return false;
+    return OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES, adapter), true) &&
+           (!tcpip.IsOpened() || tcpip.SetValue(ENABLE_DHCP, dhcp));
 }
 
 bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
 {
     CRavRegKey entries;
-    if (!entries.Open(HKEY_LOCAL_MACHINE, Below(DRIVER_PARAMETERS, kind), true) || !entries.SubKeyExists(adapter))
+    CRavRegKey entry;
+    if (!OpenOrAbsent(entries, Below(DRIVER_PARAMETERS, kind), true) ||
+        !OpenOrAbsent(entry, Below(Below(DRIVER_PARAMETERS, kind), adapter), false))
+        return false;
+    if (!entry.IsOpened())
         return true;
+    entry.Close();
     return entries.DeleteSubKey(adapter);
+}
+
+HRESULT GiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore)
+{
+    ComPtr<INetCfgComponent> adapter;
+    HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
+    if (FAILED(status) || !adapter) // an adapter that was taken out of the machine has none
+        return status;
+    status = RavBindXms(netCfg, *adapter.Get(), false);
+    return FAILED(status) || !restore ? status : RavBindProtocols(netCfg, *adapter.Get(), RavProtocolsToRestore(guid));
 }
 } // namespace
 
+// Bindings first: they are only prepared here, while what is deleted cannot come back. Their record goes last, so that
+// a clean-up that failed can be tried again.
 int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings)
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
-    if (!IsLockedForWrite() || !GiveDhcpBack(strAdapter) || !DeleteDriverEntry(ADAPTERS, strAdapter) ||
-        !DeleteDriverEntry(CONFIGURATION, strAdapter))
+    if (!IsLockedForWrite() || FAILED(GiveBindingsBack(*this, strAdapter, bRestoreBindings)))
         return status;
-    ComPtr<INetCfgComponent> adapter;
-    if (FAILED(FindNetworkComponentByGUID(strAdapter, adapter)))
-        return status;
-    if (!adapter || (SUCCEEDED(RavBindXms(*this, *adapter.Get(), false)) &&
-                     (!bRestoreBindings || SUCCEEDED(RavBindOtherProtocols(*this, *adapter.Get(), true)))))
+    if (GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
+        DeleteDriverEntry(CONFIGURATION, strAdapter) && (!bRestoreBindings || RavDeleteBindingRecord(strAdapter)))
         status = 0;
     return status;
 }

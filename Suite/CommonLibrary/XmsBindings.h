@@ -2,10 +2,18 @@
 
 #include "Common/Intf/RavNetCfgInterface.h"
 
-// Bindings between protocols and one adapter. All need the write lock and take effect when it is released.
+// Bindings between protocols and one adapter. All changes need the write lock and take effect when it is released.
 
 // Binds the intermediate driver's protocol edge to the adapter, or takes it off. Off is success also where it never
 // was.
 HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind);
-// The same for the ordinary protocols: all but the intermediate driver and those that only watch.
-HRESULT RavBindOtherProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind);
+HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool& bound);
+
+// Takes the ordinary protocols off: all but the intermediate driver, those that only watch, and those that hand the
+// adapter to somebody else. `taken` gets the component ids of those that were really bound, also on failure.
+HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& taken);
+// Binds protocols by component id; one that has been uninstalled since is passed over.
+HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
+                         const std::vector<CRavString>& protocols);
+// Which ones an adapter gets back: those of its record, and without one TCP/IP.
+std::vector<CRavString> RavProtocolsToRestore(const CRavString& adapter);
