@@ -34,7 +34,7 @@ inline bool RavHasComponentId(INetCfgComponent& component, const wchar_t* id)
     return SUCCEEDED(component.GetId(text.Out())) && _wcsicmp(text.Get(), id) == 0;
 }
 
-// Calls visit(component) for each component of a class until it answers false.
+// Calls visit(component) for each component of a class until it answers false. A walk that cannot go on is a failure.
 template <typename Visit>
 HRESULT RavForEachComponent(INetCfg& netCfg, const GUID& networkClass, Visit&& visit)
 {
@@ -50,10 +50,10 @@ HRESULT RavForEachComponent(INetCfg& netCfg, const GUID& networkClass, Visit&& v
         return S_OK;
     Microsoft::WRL::ComPtr<INetCfgComponent> component;
     ULONG fetched = 0;
-    while (walk->Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK)
+    while ((status = walk->Next(1, component.ReleaseAndGetAddressOf(), &fetched)) == S_OK)
     {
         if (component && !visit(*component.Get()))
             break;
     }
-    return S_OK;
+    return FAILED(status) ? status : S_OK;
 }
