@@ -53,6 +53,11 @@ class CRavNetCfgInterface
     // The team's mode as its miniport's key has it.
     HRESULT GetTeamMode(const CRavString& strTeam, DWORD& dwMode);
 
+    // Remembers the answer of a changing INetCfg call that asks for a restart of the system (NETCFG_S_REBOOT).
+    void NoteReboot(HRESULT hStatus);
+    // Whether a change of this session takes full effect only with the next start of the system.
+    bool NeedsReboot() const { return m_bNeedsReboot; }
+
     // The configuration object of the open session; null when closed. Not owned by the caller.
     INetCfg* GetNetCfg() const { return m_pNetCfg.Get(); }
     bool IsLockedForWrite() const { return m_iWriteLocks > 0; }
@@ -66,4 +71,5 @@ class CRavNetCfgInterface
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     bool m_bViewStarted = false;
     int m_iWriteLocks = 0;
+    bool m_bNeedsReboot = false;
 };

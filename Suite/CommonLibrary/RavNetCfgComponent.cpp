@@ -33,6 +33,19 @@ bool FriendlyNameOf(const CRavString& device, CRavString& name)
            key.GetValue(L"FriendlyName", name) && !name.IsEmpty();
 }
 
+// A component that others still refer to stays, though the call counts as a success.
+bool DeInstall(CRavNetCfgInterface& netCfg, INetCfgClassSetup& setup, INetCfgComponent& component)
+{
+    OBO_TOKEN token = OnBehalfOfUser();
+    CNetCfgText references;
+    const HRESULT result = setup.DeInstall(&component, &token, references.Out());
+    netCfg.NoteReboot(result);
+    const bool done = SUCCEEDED(result) && result != NETCFG_S_STILL_REFERENCED;
+    if (!done)
+        RavTrace().Print(L"CRavNetCfgComponent: DeInstall fails, 0x%X, referenced by: %s", result, references.Get());
+    return done;
+}
+
 bool TextOfGuid(INetCfgComponent& component, CRavString& text)
 {
     GUID guid = {};
@@ -60,6 +73,7 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
     OBO_TOKEN token = OnBehalfOfUser();
     if (SUCCEEDED(result))
         result = setup->Install(RAV_XMS_MINIPORT_ID, &token, 0, 0, nullptr, nullptr, &component);
+    netCfg.NoteReboot(result);
     if (FAILED(result) || !component)
     {
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - Install fails, 0x%X", result);
@@ -68,7 +82,7 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
     if (!TextOfGuid(*component.Get(), strInstance))
     {
         // Nobody could ever name it: it must not stay.
-        setup->DeInstall(component.Get(), &token, nullptr);
+        DeInstall(netCfg, *setup.Get(), *component.Get());
         return status;
     }
     m_strGuid = strInstance;
@@ -95,14 +109,11 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
         return status;
     }
     ComPtr<INetCfgClassSetup> setup;
-    HRESULT result = QueryClassSetup(netCfg, setup);
-    OBO_TOKEN token = OnBehalfOfUser();
+    const HRESULT result = QueryClassSetup(netCfg, setup);
     if (SUCCEEDED(result))
-        result = setup->DeInstall(component.Get(), &token, nullptr);
-    if (SUCCEEDED(result))
-        status = 0;
+        status = DeInstall(netCfg, *setup.Get(), *component.Get()) ? 0 : -1;
     else
-        RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - DeInstall fails, 0x%X", result);
+        RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - the class cannot be opened, 0x%X", result);
     return status;
 }
 

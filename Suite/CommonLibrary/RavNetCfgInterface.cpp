@@ -116,8 +116,13 @@ HRESULT CRavNetCfgInterface::TakeLock()
     status = lock->AcquireWriteLock(LOCK_WAIT_MILLISECONDS, LOCK_DESCRIPTION, holder.Out());
     if (status == S_OK)
         return status;
-    RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - 0x%X, the lock is held by: %s", status, holder.Get());
-    return FAILED(status) ? status : HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION);
+    if (FAILED(status))
+    {
+        RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - the lock cannot be taken, 0x%X", status);
+        return status;
+    }
+    RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - the lock is held by: %s", holder.Get());
+    return HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION);
 }
 
 HRESULT CRavNetCfgInterface::GiveLockBack()
@@ -141,11 +146,20 @@ HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
     const HRESULT applied = m_pNetCfg->Apply();
     if (FAILED(applied))
         RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
+    NoteReboot(applied);
     EndView();
     const HRESULT released = GiveLockBack();
     const HRESULT started = StartView();
     status = FAILED(applied) ? applied : FAILED(released) ? released : started;
     return status;
+}
+
+void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)
+{
+    if (hStatus != NETCFG_S_REBOOT)
+        return;
+    RavTrace().Print(L"CRavNetCfgInterface: the change needs a restart of the system");
+    m_bNeedsReboot = true;
 }
 
 HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGuid, ComPtr<INetCfgComponent>& component)
