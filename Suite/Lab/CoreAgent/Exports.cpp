@@ -1,6 +1,7 @@
 #include "Suite/Lab/CoreAgent/LabCoreAgent.h"
 
 #include "Common/Src/RavSecure.h"
+#include "Suite/Lab/State/LabState.h"
 
 #include <new>
 
@@ -9,6 +10,7 @@ namespace
 CLabCoreAgent& Agent()
 {
     static CLabCoreAgent agent;
+    [[maybe_unused]] static const int traced = RavTrace().Configure(L"CORE_AGENT", L"CoreAgent.txt", 1, 0, 0, nullptr);
     return agent;
 }
 } // namespace
@@ -25,7 +27,7 @@ extern "C" DWORD RegisterClient(RAV_CLIENT_ID* pClient)
 
 extern "C" DWORD GetLockHolder(wchar_t* pText, DWORD dwSize)
 {
-    const CRavString holder = CLabCoreAgent::DescribeLockHolder();
+    const CRavString holder = LabSuiteLockHolder();
     if (holder.IsEmpty())
         return ERROR_NOT_FOUND;
     return RavSafeCopy(L"Suite\\Lab\\CoreAgent\\Exports", __LINE__, pText, dwSize, holder) == 0

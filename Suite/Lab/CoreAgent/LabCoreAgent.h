@@ -45,29 +45,29 @@ class CLabCoreAgent final : public CLabCoreAgentGaps
     bool IsVlansSupportedOnPort(const CRavString& strAdapter) override;
     // Introduces the calling process; 0 or a Windows error code.
     static DWORD RegisterClient(RAV_CLIENT_ID& client);
-    // Who holds the suite-wide lock, in words; empty when nobody does.
-    static CRavString DescribeLockHolder();
 
   private:
+    class Ending;
     struct Reload
     {
         CRavString adapter;
         bool unloaded; // already, before the apply
     };
 
+    DWORD TryGrant(const RAV_CLIENT_ID& client, RAV_LOCK_TOKEN& token);
     void QueueReload(const CRavString& adapter, bool unloaded);
-    void Apply();
-    void RunPasses(bool& reboot);
-    static bool TakeLockFile(CExclusiveFile& file, DWORD waitMilliseconds);
-    static void NoteHolder(const RAV_CLIENT_ID& client);
+    CResult Apply();
+    CResult RunPasses(bool& reboot);
+    CResult RunAgents(void (CRavNetAgentPvt::*pass)(CResult&, bool&), bool& reboot);
+    CResult ReloadAdapters(bool& reboot);
 
-    std::mutex m_lock;               // the fields below; never held while an agent is called
-    std::recursive_mutex m_applying; // held while a transaction is applied
+    std::mutex m_lock; // the fields below; never held while an agent is called
     std::map<CRavString, CRavNetAgentPvt*> m_agents;
     std::vector<Reload> m_reloads;
     CExclusiveFile m_suiteLock;
     RAV_CLIENT_ID m_holder;
-    DWORD m_grants = 0;
+    DWORD m_holderThread = 0;
+    bool m_isApplying = false;
     DWORD m_lastToken = 0;
-    std::vector<DWORD> m_tokens;
+    std::vector<DWORD> m_tokens; // the grants that have not come back
 };

@@ -12,6 +12,8 @@
 
 namespace
 {
+constexpr DWORD POLL_MILLISECONDS = 10;
+
 CRavString ClientPath(DWORD process)
 {
     CRavString number;
@@ -21,12 +23,41 @@ CRavString ClientPath(DWORD process)
 
 bool IsAlive(DWORD process)
 {
-    const HANDLE handle = OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process);
-    DWORD code = 0;
-    const bool alive = handle != nullptr && GetExitCodeProcess(handle, &code) && code == STILL_ACTIVE;
+    const HANDLE handle = OpenProcess(SYNCHRONIZE, FALSE, process);
+    const bool alive = handle != nullptr && WaitForSingleObject(handle, 0) == WAIT_TIMEOUT;
     if (handle != nullptr)
         CloseHandle(handle);
     return alive;
+}
+
+// A process may introduce itself more than once: each value is one identity.
+bool IsKnown(const RAV_CLIENT_ID& client)
+{
+    CRavRegKey key;
+    CRavString name;
+    key.Open(HKEY_LOCAL_MACHINE, ClientPath(client.dwProcessId), false);
+    while (client.dwCookie != 0 && key.IsOpened() && key.EnumValue(name))
+    {
+        DWORD cookie = 0;
+        if (key.GetValue(name, cookie) && cookie == client.dwCookie)
+            return true;
+    }
+    return false;
+}
+
+void ForgetDeadClients()
+{
+    CRavRegKey clients;
+    std::vector<CRavString> dead;
+    CRavString process;
+    clients.Open(HKEY_LOCAL_MACHINE, LAB_CLIENTS, true);
+    while (clients.IsOpened() && clients.EnumSubKey(process))
+    {
+        if (!IsAlive(wcstoul(process, nullptr, 10)))
+            dead.push_back(process);
+    }
+    for (const CRavString& name : dead)
+        clients.DeleteSubKey(name);
 }
 
 bool Same(const RAV_CLIENT_ID& left, const RAV_CLIENT_ID& right)
@@ -42,37 +73,72 @@ CRavString ProgramName()
     return name != nullptr ? name + 1 : path;
 }
 
+void NoteHolder(const RAV_CLIENT_ID& client)
+{
+    CRavRegKey key;
+    CRavString program = ProgramName();
+    if (key.Create(HKEY_LOCAL_MACHINE, LAB_SUITE_LOCK, true, true))
+    {
+        key.SetValue(L"ProcessId", client.dwProcessId);
+        key.SetValue(L"Program", program, false);
+    }
+}
+
+void ForgetHolder()
+{
+    CRavRegKey lab;
+    if (lab.Open(HKEY_LOCAL_MACHINE, LAB_KEY, true))
+        lab.DeleteSubKey(L"SuiteLock");
+}
+
+enum class Change
+{
+    Done,
+    Needless,
+    Failed
+};
+
 // Stops or starts a device; one that is not there, or was not running before, is left alone.
-bool ChangeDevice(const CRavString& adapter, bool load, bool onlyIfLoaded, bool& reboot)
+Change ChangeDevice(const CRavString& adapter, bool load, bool onlyIfLoaded, bool& reboot)
 {
     CRavNetCfgInterface netCfg;
     CRavAdapter device(adapter);
-    if (FAILED(netCfg.Initialize()) || !device.Initialize(netCfg).Succeeded())
-        return false;
-    if (onlyIfLoaded && !device.IsDriverLoaded(netCfg))
-        return false;
-    return device.ReloadDevice(load, reboot).Succeeded();
+    if (FAILED(netCfg.Initialize()))
+        return Change::Failed;
+    if (!device.Initialize(netCfg).Succeeded() || (onlyIfLoaded && !device.IsDriverLoaded(netCfg)))
+        return Change::Needless;
+    if (device.ReloadDevice(load, reboot).Succeeded())
+        return Change::Done;
+    RavTrace().Print(L"core agent: %s cannot be %s", adapter.c_str(), load ? L"loaded" : L"unloaded");
+    return Change::Failed;
+}
+
+void KeepFirstFailure(CResult& result, const CResult& next)
+{
+    if (result.Succeeded())
+        result = next;
 }
 } // namespace
 
 DWORD CLabCoreAgent::RegisterClient(RAV_CLIENT_ID& client)
 {
+    ForgetDeadClients();
     LARGE_INTEGER counter;
     QueryPerformanceCounter(&counter);
     client.dwProcessId = GetCurrentProcessId();
     client.dwCookie = counter.LowPart | 1;
     CRavRegKey key;
+    CRavString name;
+    name.FormatString(L"%08X", client.dwCookie);
     if (!key.Create(HKEY_LOCAL_MACHINE, ClientPath(client.dwProcessId), true, true) ||
-        !key.SetValue(L"Cookie", client.dwCookie))
+        !key.SetValue(name, client.dwCookie))
         return static_cast<DWORD>(key.LastResult());
     return ERROR_SUCCESS;
 }
 
 CResult CLabCoreAgent::VerifyClientID(const RAV_CLIENT_ID& client)
 {
-    const bool known =
-        client.dwCookie != 0 && LabNumber(ClientPath(client.dwProcessId), L"Cookie", 0) == client.dwCookie;
-    return known && IsAlive(client.dwProcessId) ? CResult::Success() : CResult();
+    return IsKnown(client) && IsAlive(client.dwProcessId) ? CResult::Success() : CResult();
 }
 
 CResult CLabCoreAgent::RegisterAgent(const CRavString& strName, CRavNetAgentPvt* pAgent)
@@ -85,33 +151,27 @@ CResult CLabCoreAgent::RegisterAgent(const CRavString& strName, CRavNetAgentPvt*
 }
 
 // --- the lock
-// -----------------------------------------------------------------------------------------------------------
 
-bool CLabCoreAgent::TakeLockFile(CExclusiveFile& file, DWORD waitMilliseconds)
+DWORD CLabCoreAgent::TryGrant(const RAV_CLIENT_ID& client, RAV_LOCK_TOKEN& token)
 {
-    return file.Acquire(LabStateFolder() + L"\\suite.lock", waitMilliseconds);
-}
-
-void CLabCoreAgent::NoteHolder(const RAV_CLIENT_ID& client)
-{
-    CRavRegKey key;
-    CRavString program = ProgramName();
-    if (key.Create(HKEY_LOCAL_MACHINE, LAB_SUITE_LOCK, true, true))
+    const std::lock_guard guard(m_lock);
+    const bool sameThread = m_holderThread == GetCurrentThreadId();
+    if (m_isApplying)
+        return sameThread ? ERROR_POSSIBLE_DEADLOCK : ERROR_LOCK_VIOLATION;
+    if (m_tokens.empty())
     {
-        key.SetValue(L"ProcessId", client.dwProcessId);
-        key.SetValue(L"Program", program, false);
+        const DWORD status = m_suiteLock.Try(LabStateFile(LAB_SUITE_LOCK_FILE));
+        if (status != ERROR_SUCCESS)
+            return status;
+        m_holder = client;
+        m_holderThread = GetCurrentThreadId();
+        NoteHolder(client);
     }
-}
-
-CRavString CLabCoreAgent::DescribeLockHolder()
-{
-    CExclusiveFile probe;
-    if (TakeLockFile(probe, 0))
-        return CRavString();
-    CRavString text;
-    text.FormatString(L"process %u (%s)", LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0),
-                      LabText(LAB_SUITE_LOCK, L"Program").c_str());
-    return text;
+    else if (!sameThread || !Same(m_holder, client))
+        return ERROR_LOCK_VIOLATION;
+    token.dwToken = ++m_lastToken;
+    m_tokens.push_back(token.dwToken);
+    return ERROR_SUCCESS;
 }
 
 CResult CLabCoreAgent::StartLock(const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token)
@@ -119,65 +179,80 @@ CResult CLabCoreAgent::StartLock(const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN&
     const ULONGLONG start = GetTickCount64();
     for (;;)
     {
-        {
-            const std::lock_guard guard(m_lock);
-            const bool again = m_grants > 0 && Same(m_holder, request.client);
-            if (again || (m_grants == 0 && TakeLockFile(m_suiteLock, 0)))
-            {
-                m_holder = request.client;
-                ++m_grants;
-                NoteHolder(request.client);
-                token.dwToken = ++m_lastToken;
-                m_tokens.push_back(token.dwToken);
-                return CResult::Success();
-            }
-        }
-        if (request.dwWaitMilliseconds != INFINITE && GetTickCount64() - start >= request.dwWaitMilliseconds)
-            return CResult(ERROR_LOCK_VIOLATION);
-        Sleep(10);
+        const DWORD status = TryGrant(request.client, token);
+        if (status == ERROR_SUCCESS)
+            return CResult::Success();
+        if (status != ERROR_LOCK_VIOLATION)
+            RavTrace().Print(L"core agent: the suite's lock cannot be taken, error %d", status);
+        if (status != ERROR_LOCK_VIOLATION ||
+            (request.dwWaitMilliseconds != INFINITE && GetTickCount64() - start >= request.dwWaitMilliseconds))
+            return CResult(status);
+        Sleep(POLL_MILLISECONDS);
     }
 }
 
+// The end of a transaction, from the last grant's return to the moment when others may have the lock.
+class CLabCoreAgent::Ending
+{
+  public:
+    explicit Ending(CLabCoreAgent& agent) : m_agent(agent) {}
+    ~Ending()
+    {
+        const std::lock_guard guard(m_agent.m_lock);
+        m_agent.m_isApplying = false;
+        ForgetHolder(); // before the file: afterwards it would be the next holder's note
+        m_agent.m_suiteLock.Release();
+    }
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+
+  private:
+    CLabCoreAgent& m_agent;
+};
+
 CResult CLabCoreAgent::DoneLock(const RAV_LOCK_TOKEN& token)
 {
-    bool last = false;
     {
         const std::lock_guard guard(m_lock);
         const auto grant = std::find(m_tokens.begin(), m_tokens.end(), token.dwToken);
         if (grant == m_tokens.end())
             return CResult(ERROR_NOT_LOCKED);
         m_tokens.erase(grant);
-        last = m_grants == 1;
-        if (!last)
-            --m_grants;
+        if (!m_tokens.empty())
+            return CResult::Success();
+        m_isApplying = true;
+        m_holderThread = GetCurrentThreadId();
     }
-    if (!last)
-        return CResult::Success();
-    Apply(); // still under the lock: nobody sees a transaction that is half applied
-    const std::lock_guard guard(m_lock);
-    m_grants = 0;
-    CRavRegKey lab;
-    if (lab.Open(HKEY_LOCAL_MACHINE, LAB_KEY, true))
-        lab.DeleteSubKey(L"SuiteLock");
-    m_suiteLock.Release();
-    return CResult::Success();
+    const Ending ending(*this);
+    return Apply(); // still under the lock: nobody sees a transaction that is half applied
 }
 
 // --- applying
-// -----------------------------------------------------------------------------------------------------------
 
 bool CLabCoreAgent::WaitForApplyDone(const RAV_CLIENT_ID& /*client*/)
 {
-    const std::lock_guard guard(m_applying);
+    const auto mustWait = [&] {
+        const std::lock_guard guard(m_lock);
+        // An agent that asks from inside a pass would wait for itself.
+        return m_isApplying ? m_holderThread != GetCurrentThreadId() : LabIsApplying();
+    };
+    while (mustWait())
+        Sleep(POLL_MILLISECONDS);
     return true;
 }
 
 CResult CLabCoreAgent::UnloadMiniport(const CRavString& strAdapter, bool& bReboot)
 {
-    if (!ChangeDevice(strAdapter, false, true, bReboot))
+    switch (ChangeDevice(strAdapter, false, true, bReboot))
+    {
+    case Change::Done:
+        QueueReload(strAdapter, true);
+        return CResult::Success();
+    case Change::Needless:
         return LabInstancePath(strAdapter).IsEmpty() ? CResult(ERROR_FILE_NOT_FOUND) : CResult::Success();
-    QueueReload(strAdapter, true);
-    return CResult::Success();
+    default:
+        return CResult(ERROR_GEN_FAILURE);
+    }
 }
 
 CResult CLabCoreAgent::UnloadMiniportDuringApplyDone(const CRavString& strAdapter)
@@ -199,46 +274,73 @@ void CLabCoreAgent::QueueReload(const CRavString& adapter, bool unloaded)
         queued->unloaded = queued->unloaded || unloaded;
 }
 
-void CLabCoreAgent::Apply()
+// Others see from the file that a transaction is being applied. Without it they do not wait, which is no reason to keep
+// the drivers from their changes.
+CResult CLabCoreAgent::Apply()
 {
-    const std::lock_guard applying(m_applying);
+    CExclusiveFile file;
+    const DWORD status = file.Try(LabStateFile(LAB_APPLY_FILE));
+    if (status != ERROR_SUCCESS)
+        RavTrace().Print(L"core agent: nobody will wait for this apply, error %d", status);
     bool reboot = false;
-    RunPasses(reboot);
+    const CResult result = RunPasses(reboot);
     if (reboot)
         LabSetNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 1);
+    return result;
 }
 
 // Everything stops before anything starts: VLANs before the adapters below them, adapters before the VLANs above.
-void CLabCoreAgent::RunPasses(bool& reboot)
+CResult CLabCoreAgent::RunPasses(bool& reboot)
+{
+    CResult result = RunAgents(&CRavNetAgentPvt::ApplyDone_UnloadDevice, reboot);
+    KeepFirstFailure(result, ReloadAdapters(reboot));
+    KeepFirstFailure(result, RunAgents(&CRavNetAgentPvt::ApplyDone_LoadDevice, reboot));
+    return result;
+}
+
+CResult CLabCoreAgent::RunAgents(void (CRavNetAgentPvt::*pass)(CResult&, bool&), bool& reboot)
 {
     std::map<CRavString, CRavNetAgentPvt*> agents;
-    std::vector<Reload> reloads;
     {
         const std::lock_guard guard(m_lock);
         agents = m_agents;
+    }
+    CResult result = CResult::Success();
+    for (const auto& [name, agent] : agents)
+    {
+        CResult answer;
+        try
+        {
+            (agent->*pass)(answer, reboot);
+        }
+        catch (...)
+        {
+            RavTrace().Print(L"core agent: %s threw from an apply pass", name.c_str());
+        }
+        KeepFirstFailure(result, answer);
+    }
+    return result;
+}
+
+CResult CLabCoreAgent::ReloadAdapters(bool& reboot)
+{
+    std::vector<Reload> reloads;
+    {
+        const std::lock_guard guard(m_lock);
         reloads.swap(m_reloads);
     }
-    const auto run = [&](auto pass) {
-        for (const auto& [name, agent] : agents)
-        {
-            try
-            {
-                CResult result;
-                (agent->*pass)(result, reboot);
-            }
-            catch (...)
-            {
-                RavTrace().Print(L"core agent: %s threw from an apply pass", name.c_str());
-            }
-        }
+    bool failed = false;
+    const auto change = [&](const Reload& reload, bool load) {
+        const Change done = ChangeDevice(reload.adapter, load, !load, reboot);
+        failed = failed || done == Change::Failed;
+        return done == Change::Done;
     };
-    run(&CRavNetAgentPvt::ApplyDone_UnloadDevice);
     for (Reload& reload : reloads)
-        reload.unloaded = reload.unloaded || ChangeDevice(reload.adapter, false, true, reboot);
+        reload.unloaded = reload.unloaded || change(reload, false);
     for (const Reload& reload : reloads)
     {
         if (reload.unloaded)
-            ChangeDevice(reload.adapter, true, false, reboot);
+            change(reload, true);
     }
-    run(&CRavNetAgentPvt::ApplyDone_LoadDevice);
+    return failed ? CResult(ERROR_GEN_FAILURE) : CResult::Success();
 }

@@ -1,7 +1,6 @@
 #include "Suite/Lab/LabTool/LabCommands.h"
 
 #include "Common/Src/RavRegKey.h"
-#include "Suite/Lab/State/ExclusiveFile.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -142,15 +141,6 @@ Json RequestsToJson()
     return array;
 }
 
-std::string LockHolder()
-{
-    CExclusiveFile probe;
-    if (probe.Acquire(LabStateFolder() + L"\\suite.lock", 0))
-        return "";
-    return "process " + std::to_string(LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0)) + " (" +
-           Text(LAB_SUITE_LOCK, L"Program") + ")";
-}
-
 Json HostToJson()
 {
     Json host = {{"adapters", Json::array()}, {"teams", Json::array()}};
@@ -160,7 +150,8 @@ Json HostToJson()
         host["teams"].push_back(TeamToJson(guid));
     host["vlans"] = VlansToJson();
     host["driverRequests"] = RequestsToJson();
-    host["lockHolder"] = LockHolder();
+    host["lockHolder"] = ToUtf8(LabSuiteLockHolder());
+    host["networkLockHolder"] = ToUtf8(LabWriteLockHolder());
     host["rebootRequested"] = LabNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 0) != 0;
     return host;
 }
@@ -229,8 +220,11 @@ void RunShow(bool json)
     ShowTable("Teams", host["teams"]);
     ShowTable("VLANs", host["vlans"]);
     ShowTable("Driver requests", host["driverRequests"]);
-    Write("Configuration lock: " +
-          (host["lockHolder"] == "" ? "free" : "held by " + host["lockHolder"].get<std::string>()) + "\n");
+    const auto lock = [&](const char* title, const char* holder) {
+        Write(std::string(title) + (host[holder] == "" ? "free" : "held by " + host[holder].get<std::string>()) + "\n");
+    };
+    lock("Configuration lock: ", "lockHolder");
+    lock("Network configuration's write lock: ", "networkLockHolder");
     if (host["rebootRequested"] == true)
         Write("A restart of the system was requested.\n");
 }

@@ -2,24 +2,24 @@
 
 namespace
 {
-constexpr DWORD POLL_MILLISECONDS = 10;
-}
+constexpr DWORD PAUSE_MILLISECONDS = 10;
+constexpr int ATTEMPTS = 20;
+} // namespace
 
-bool CExclusiveFile::Acquire(const CRavString& path, DWORD waitMilliseconds)
+DWORD CExclusiveFile::Try(const CRavString& path)
 {
-    for (DWORD waited = 0; !IsHeld(); waited += POLL_MILLISECONDS)
+    DWORD error = ERROR_SUCCESS;
+    for (int attempt = 0; !IsHeld(); ++attempt)
     {
         m_file = CreateFileW(path, GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE,
                              nullptr);
-        if (IsHeld())
+        error = IsHeld() ? ERROR_SUCCESS : GetLastError();
+        // A file on its way out answers "access denied" for a moment.
+        if (error != ERROR_ACCESS_DENIED || attempt == ATTEMPTS)
             break;
-        const DWORD error = GetLastError();
-        const bool busy = error == ERROR_SHARING_VIOLATION || error == ERROR_ACCESS_DENIED;
-        if (!busy || (waitMilliseconds != INFINITE && waited >= waitMilliseconds))
-            return false;
-        Sleep(POLL_MILLISECONDS);
+        Sleep(PAUSE_MILLISECONDS);
     }
-    return true;
+    return error == ERROR_SHARING_VIOLATION ? ERROR_LOCK_VIOLATION : error;
 }
 
 void CExclusiveFile::Release()

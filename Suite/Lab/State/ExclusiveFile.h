@@ -4,8 +4,8 @@
 
 #include <windows.h>
 
-// A lock across processes: a file that one of them at a time has open. It does not belong to a thread, and the system
-// gives it back for a holder that dies.
+// A lock across processes: a file that one of them at a time has open, and that is there for just as long. It does not
+// belong to a thread, and the system gives it back for a holder that dies.
 class CExclusiveFile
 {
   public:
@@ -14,8 +14,8 @@ class CExclusiveFile
     CExclusiveFile(const CExclusiveFile&) = delete;
     CExclusiveFile& operator=(const CExclusiveFile&) = delete;
 
-    // Waits for at most so long (INFINITE: for as long as it takes); false when another has it still.
-    bool Acquire(const CRavString& path, DWORD waitMilliseconds);
+    // 0 when this object has it now, ERROR_LOCK_VIOLATION when another has it, otherwise what is wrong with the file.
+    DWORD Try(const CRavString& path);
     void Release();
     bool IsHeld() const { return m_file != INVALID_HANDLE_VALUE; }
 

@@ -9,6 +9,14 @@ inline constexpr wchar_t LAB_DEVICES[] = L"SOFTWARE\\VlanLab\\Devices";
 inline constexpr wchar_t LAB_CLIENTS[] = L"SOFTWARE\\VlanLab\\Clients";
 inline constexpr wchar_t LAB_SUITE_LOCK[] = L"SOFTWARE\\VlanLab\\SuiteLock";
 
+// The holder of the network configuration's write lock, noted by the COM server.
+inline constexpr wchar_t LAB_WRITE_LOCK[] = L"SOFTWARE\\VlanLab\\Lock";
+
+// Lock files in the state folder: each is there while somebody holds the lock.
+inline constexpr wchar_t LAB_SUITE_LOCK_FILE[] = L"suite.lock";
+inline constexpr wchar_t LAB_APPLY_FILE[] = L"apply.lock";
+inline constexpr wchar_t LAB_WRITE_LOCK_FILE[] = L"netcfg.lock";
+
 inline constexpr wchar_t LAB_ADAPTER_ORDER[] = L"AdapterOrder";
 inline constexpr wchar_t LAB_TEAM_ORDER[] = L"TeamOrder";
 inline constexpr wchar_t LAB_STATE_DIR[] = L"StateDir";

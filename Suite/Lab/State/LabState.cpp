@@ -98,15 +98,49 @@ CRavString LabTeamOf(const CRavString& adapter)
     return CRavString();
 }
 
-CRavString LabStateFolder()
+namespace
 {
-    CRavString folder = LabText(LAB_KEY, LAB_STATE_DIR);
-    if (folder.IsEmpty())
-    {
-        wchar_t temp[MAX_PATH] = {};
-        GetTempPathW(MAX_PATH, temp);
-        folder = CRavString(temp) + L"VlanLab";
-    }
+CRavString StateFolder()
+{
+    const CRavString folder = LabText(LAB_KEY, LAB_STATE_DIR);
+    if (!folder.IsEmpty())
+        return folder;
+    wchar_t temp[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, temp);
+    return CRavString(temp) + L"VlanLab";
+}
+
+// A file that an ending system left behind has no holder: notes are volatile.
+bool IsHeld(const wchar_t* file, const wchar_t* note)
+{
+    return LabHasKey(note) && GetFileAttributesW(StateFolder() + L"\\" + file) != INVALID_FILE_ATTRIBUTES;
+}
+} // namespace
+
+CRavString LabStateFile(const wchar_t* name)
+{
+    const CRavString folder = StateFolder();
+    for (size_t end = folder.find(L'\\'); end != CRavString::npos; end = folder.find(L'\\', end + 1))
+        CreateDirectoryW(folder.substr(0, end).c_str(), nullptr);
     CreateDirectoryW(folder, nullptr);
-    return folder;
+    return folder + L"\\" + name;
+}
+
+CRavString LabSuiteLockHolder()
+{
+    CRavString text;
+    if (IsHeld(LAB_SUITE_LOCK_FILE, LAB_SUITE_LOCK))
+        text.FormatString(L"process %u (%s)", LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0),
+                          LabText(LAB_SUITE_LOCK, L"Program").c_str());
+    return text;
+}
+
+CRavString LabWriteLockHolder()
+{
+    return IsHeld(LAB_WRITE_LOCK_FILE, LAB_WRITE_LOCK) ? LabText(LAB_WRITE_LOCK, L"Holder") : CRavString();
+}
+
+bool LabIsApplying()
+{
+    return IsHeld(LAB_APPLY_FILE, LAB_SUITE_LOCK);
 }

@@ -26,5 +26,12 @@ CRavString LabInstancePath(const CRavString& guid);
 CRavString LabDisplayName(const CRavString& guid);
 // The team that has the adapter as a member; empty when none has.
 CRavString LabTeamOf(const CRavString& adapter);
-// The folder of lock files; it exists afterwards.
-CRavString LabStateFolder();
+// A file in the folder of lock files; the folder exists afterwards.
+CRavString LabStateFile(const wchar_t* name);
+
+// Who holds the suite-wide lock, and the write lock of the network configuration, in words; empty when nobody does.
+// These look and take nothing, so nobody who wants the lock at that moment is kept from it.
+CRavString LabSuiteLockHolder();
+CRavString LabWriteLockHolder();
+// Whether a transaction is being applied, by any process.
+bool LabIsApplying();

@@ -100,5 +100,6 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
 extern "C" CRavTeamAgentPvtIntf* GetTeamAgentPvt()
 {
     static CLabTeamAgent agent;
+    [[maybe_unused]] static const int traced = RavTrace().Configure(L"TEAM_AGENT", L"TeamAgent.txt", 1, 0, 0, nullptr);
     return &agent;
 }
