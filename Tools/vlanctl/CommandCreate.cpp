@@ -83,20 +83,21 @@ void ShowCreated(const std::vector<VlanRow>& rows, bool json)
         array.push_back(
             {{"key", ToUtf8(row.info.vlanKey)}, {"id", row.info.vlanId}, {"name", ToUtf8(row.info.vlanName)}});
         if (!json)
-            Print("created " + ToUtf8(row.info.displayName) + " (" +
-                  (row.info.vlanId == 0 ? "untagged" : "id " + std::to_string(row.info.vlanId)) + ", " +
-                  ToUtf8(row.info.vlanKey) + ")\n");
+            Print("created " + VlanText(row.info) + " " + ToUtf8(row.info.vlanKey) + "\n");
     }
     if (json)
         PrintJson(array);
 }
 
-[[noreturn]] void FailCreation(CSession& session, const CResult& result)
+// Whether there is nothing that stops the creation.
+bool Report(const CRavVlanMessages& messages, bool json)
 {
-    if (result.ulErrCode == ERROR_LOCK_VIOLATION)
-        throw CommandError(EXIT_REFUSED,
-                           "the configuration is locked by " + session.LockHolder() + "; try again when it is done");
-    throw CommandError(EXIT_REFUSED, "not all VLANs were created: " + CodeText(result));
+    const bool stop = HasStop(messages);
+    if (json && stop)
+        PrintJson(MessagesToJson(messages));
+    else
+        ShowMessages(messages);
+    return !stop;
 }
 } // namespace
 
@@ -117,8 +118,10 @@ ExitStatus RunValidate(CSession& session, const CreateOptions& options)
 
 ExitStatus RunCreate(CSession& session, const CreateOptions& options)
 {
+    if (options.dryRun && options.json)
+        return RunValidate(session, options);
     const ParentRow parent = FindParent(session, options.parent);
-    if (ShowMessages(Validate(session, options, parent.key)))
+    if (!Report(Validate(session, options, parent.key), options.json))
         return EXIT_REFUSED;
     if (options.dryRun)
     {
@@ -127,8 +130,11 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
     }
     const std::vector<VlanRow> before = ReadVlans(session, parent.key);
     const CResult result = Create(session, options, parent.key);
+    // Somebody was quicker: the agent's own validation, under the lock, found what ours could not know yet.
+    if (result.ulErrCode == RAV_CODE_NOT_VALID && !Report(Validate(session, options, parent.key), options.json))
+        return EXIT_REFUSED;
     ShowCreated(Created(session, before, parent.key), options.json);
     if (!result.Succeeded())
-        FailCreation(session, result);
+        throw CommandError(EXIT_REFUSED, "not all VLANs were created: " + FailureText(session, result));
     return EXIT_DONE;
 }

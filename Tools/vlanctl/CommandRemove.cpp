@@ -11,13 +11,19 @@
 #include <iostream>
 #include <string>
 
+using Json = nlohmann::ordered_json;
+
 namespace
 {
-// A VLAN that goes, and the untagged VLAN that the agent takes with it, if any.
+constexpr const char* BOUND_TO_HYPER_V = "it is bound to the Hyper-V switch; take it off the switch first";
+
+// One VLAN that is to go, and what becomes of it.
 struct Removal
 {
     VlanRow vlan;
-    std::string untaggedToo;
+    CRavString with; // the VLAN that takes this untagged one along; empty for one that was asked for
+    const char* state = "planned";
+    std::string reason; // of "refused" and "failed"
 };
 
 bool Has(const std::vector<VlanRow>& rows, const CRavString& key)
@@ -39,41 +45,81 @@ std::vector<VlanRow> Chosen(CSession& session, const RemoveOptions& options)
     return rows;
 }
 
-// Which untagged VLANs go along, in the order of the removals: the agent never leaves one alone on its parent.
+// The untagged VLAN that goes with the removal of this one: the agent never leaves one alone on its parent.
+const VlanRow* GoesAlong(const std::vector<VlanRow>& present, const VlanRow& row)
+{
+    const VlanRow* untagged = nullptr;
+    size_t siblings = 0;
+    for (const VlanRow& other : present)
+    {
+        if (other.parentKey != row.parentKey)
+            continue;
+        ++siblings;
+        if (other.info.vlanId == 0)
+            untagged = &other;
+    }
+    return siblings == 2 && row.info.vlanId != 0 ? untagged : nullptr;
+}
+
+bool IsBoundToHyperV(CSession& session, const VlanRow& row)
+{
+    CResult result;
+    bool bound = false;
+    session.AgentPvt().IsHyperV_EnabledOnVlan(result, row.info.vlanKey, bound);
+    return bound;
+}
+
+// What the agent will do, in its order: what goes along with what, and what it refuses.
 std::vector<Removal> Plan(CSession& session, const std::vector<VlanRow>& chosen)
 {
     std::vector<VlanRow> present = ReadVlans(session);
+    const auto take = [&](const CRavString& key) {
+        std::erase_if(present, [&](const VlanRow& row) { return row.info.vlanKey == key; });
+    };
     std::vector<Removal> plan;
     for (const VlanRow& row : chosen)
     {
         if (!Has(present, row.info.vlanKey))
             continue; // goes with an earlier one
-        Removal removal{row, ""};
-        std::vector<VlanRow> siblings;
-        std::copy_if(present.begin(), present.end(), std::back_inserter(siblings),
-                     [&](const VlanRow& other) { return other.parentKey == row.parentKey; });
-        const auto untagged =
-            std::find_if(siblings.begin(), siblings.end(), [](const VlanRow& other) { return other.info.vlanId == 0; });
-        const bool takesUntagged = siblings.size() == 2 && row.info.vlanId != 0 && untagged != siblings.end();
-        if (takesUntagged)
-            removal.untaggedToo = ToUtf8(untagged->info.displayName);
-        std::erase_if(present, [&](const VlanRow& other) {
-            return other.info.vlanKey == row.info.vlanKey ||
-                   (takesUntagged && other.info.vlanKey == untagged->info.vlanKey);
-        });
-        plan.push_back(removal);
+        const VlanRow* const untagged = GoesAlong(present, row);
+        plan.push_back({row, {}, "planned", ""});
+        if (IsBoundToHyperV(session, row))
+            plan.back().reason = BOUND_TO_HYPER_V;
+        else if (untagged != nullptr && IsBoundToHyperV(session, *untagged))
+            plan.back().reason = VlanText(untagged->info) + " would have to go, too, but " + BOUND_TO_HYPER_V;
+        if (!plan.back().reason.empty())
+        {
+            plan.back().state = "refused";
+            continue;
+        }
+        if (untagged != nullptr)
+        {
+            plan.push_back({*untagged, row.info.vlanKey, "planned", ""});
+            take(plan.back().vlan.info.vlanKey);
+        }
+        take(row.info.vlanKey);
     }
     return plan;
 }
 
-void Announce(const std::vector<Removal>& plan, const char* verb)
+bool IsPlanned(const Removal& removal)
+{
+    return removal.state == std::string("planned");
+}
+
+void Announce(const std::vector<Removal>& plan, const RemoveOptions& options)
 {
     for (const Removal& removal : plan)
     {
-        Print(std::string(verb) + " " + ToUtf8(removal.vlan.info.displayName) + " (" +
-              (removal.vlan.info.vlanId == 0 ? "untagged" : "id " + std::to_string(removal.vlan.info.vlanId)) + ")\n");
-        if (!removal.untaggedToo.empty())
-            Print("  and with it " + removal.untaggedToo + " (untagged), which would stay alone on its parent\n");
+        const std::string text = VlanText(removal.vlan.info);
+        if (!IsPlanned(removal))
+            PrintError("error: " + text + " cannot be removed: " + removal.reason + "\n");
+        else if (options.json)
+            continue;
+        else if (!removal.with.IsEmpty())
+            Print("  and with it " + text + ", which would stay alone on its parent\n");
+        else
+            Print((options.dryRun ? "would remove " : "will remove ") + text + "\n");
     }
 }
 
@@ -81,43 +127,78 @@ bool Confirmed()
 {
     Print("Connections over these VLANs will be lost. Go on? [y/N] ");
     std::string answer;
-    return std::getline(std::cin, answer) && (answer.starts_with('y') || answer.starts_with('Y'));
+    if (!std::getline(std::cin, answer))
+        Print("\n");
+    return answer.starts_with('y') || answer.starts_with('Y');
 }
 
-bool RemoveOne(CSession& session, const Removal& removal, unsigned waitSeconds)
+void Finish(Removal& removal, const std::string& failure, bool json)
+{
+    const std::string text = VlanText(removal.vlan.info);
+    removal.state = failure.empty() ? "removed" : "failed";
+    removal.reason = failure;
+    if (!failure.empty())
+        PrintError("error: " + text + " was not removed: " + failure + "\n");
+    else if (!json)
+        Print("removed " + text + "\n");
+}
+
+// A network configuration that is locked shows as code 0 with class 2, at the second of its two locks with the lists of
+// the parent changed already.
+std::string RemoveOne(CSession& session, const Removal& removal, unsigned waitSeconds)
 {
     CResult result;
-    const std::string name = ToUtf8(removal.vlan.info.displayName);
     session.Agent().RemoveVlan(result, session.Lock(waitSeconds), removal.vlan.info.vlanKey);
-    // Code 0 with class 2 means that the network configuration was locked and nothing was done.
     if (result.Succeeded() && result.ulErrClass != 2)
+        return "";
+    if (!IsThere(session, removal.vlan.info.vlanKey))
+        return "it is gone already; another program has removed it";
+    return FailureText(session, result) + (result.Succeeded() ? " (it may be removed in part: remove it again)" : "");
+}
+
+void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& options)
+{
+    for (Removal& removal : plan)
     {
-        Print("removed " + name + "\n");
-        return true;
+        if (!IsPlanned(removal))
+            continue;
+        if (removal.with.IsEmpty())
+            Finish(removal, RemoveOne(session, removal, options.waitSeconds), options.json);
+        else // the agent has taken it along, or has failed at it
+            Finish(removal, IsThere(session, removal.vlan.info.vlanKey) ? "it is still there" : "", options.json);
     }
-    PrintError("error: " + name + " was not removed: " + CodeText(result) + "\n");
-    return false;
+}
+
+void ShowJson(const std::vector<Removal>& plan)
+{
+    Json array = Json::array();
+    for (const Removal& removal : plan)
+        array.push_back({{"key", ToUtf8(removal.vlan.info.vlanKey)},
+                         {"id", removal.vlan.info.vlanId},
+                         {"name", ToUtf8(removal.vlan.info.vlanName)},
+                         {"displayName", ToUtf8(removal.vlan.info.displayName)},
+                         {"with", ToUtf8(removal.with)},
+                         {"state", removal.state},
+                         {"reason", removal.reason}});
+    PrintJson(array);
 }
 } // namespace
 
 ExitStatus RunRemove(CSession& session, const RemoveOptions& options)
 {
-    const std::vector<Removal> plan = Plan(session, Chosen(session, options));
-    if (plan.empty())
-    {
+    std::vector<Removal> plan = Plan(session, Chosen(session, options));
+    Announce(plan, options);
+    if (plan.empty() && !options.json)
         Print("no VLANs to remove\n");
-        return EXIT_DONE;
-    }
-    Announce(plan, options.dryRun ? "would remove" : "will remove");
-    if (options.dryRun)
-        return EXIT_DONE;
-    if (!options.yes && !Confirmed())
-        throw CommandError(EXIT_REFUSED, "nothing was removed; --yes answers the question beforehand");
-    ExitStatus status = EXIT_DONE;
-    for (const Removal& removal : plan)
+    if (!options.dryRun && std::any_of(plan.begin(), plan.end(), IsPlanned))
     {
-        if (!RemoveOne(session, removal, options.waitSeconds))
-            status = EXIT_REFUSED;
+        if (!options.yes && !Confirmed())
+            throw CommandError(EXIT_REFUSED, "nothing was removed; --yes answers the question beforehand");
+        Carry(session, plan, options);
     }
-    return status;
+    if (options.json)
+        ShowJson(plan);
+    const bool clean =
+        std::all_of(plan.begin(), plan.end(), [](const Removal& removal) { return removal.reason.empty(); });
+    return clean ? EXIT_DONE : EXIT_REFUSED;
 }

@@ -8,6 +8,8 @@
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
 
+#include <algorithm>
+
 using Json = nlohmann::ordered_json;
 
 namespace
@@ -109,7 +111,8 @@ std::vector<std::unique_ptr<RAV_SETTING>> ReadSettings(CSession& session, const 
 ExitStatus RunList(CSession& session, const ListOptions& options)
 {
     const CRavString parent = options.parent.empty() ? CRavString() : FindParent(session, options.parent).key;
-    const std::vector<VlanRow> rows = ReadVlans(session, parent);
+    std::vector<VlanRow> rows = ReadVlans(session, parent);
+    std::for_each(rows.begin(), rows.end(), [&](VlanRow& row) { ReadStatus(session, row); });
     if (options.json)
     {
         Json array = Json::array();
@@ -130,7 +133,8 @@ ExitStatus RunList(CSession& session, const ListOptions& options)
 
 ExitStatus RunShow(CSession& session, const VlanOptions& options)
 {
-    const VlanRow row = FindVlan(session, options.vlan);
+    VlanRow row = FindVlan(session, options.vlan);
+    ReadStatus(session, row);
     const Json json = ToJson(row);
     if (options.json)
     {
@@ -146,7 +150,8 @@ ExitStatus RunShow(CSession& session, const VlanOptions& options)
 
 ExitStatus RunStatus(CSession& session, const VlanOptions& options)
 {
-    const VlanRow row = FindVlan(session, options.vlan);
+    VlanRow row = FindVlan(session, options.vlan);
+    ReadStatus(session, row);
     if (options.json)
         PrintJson({{"key", ToUtf8(row.info.vlanKey)}, {"status", row.status}});
     else

@@ -50,6 +50,7 @@ struct RemoveOptions
     bool all = false;
     bool yes = false;
     bool dryRun = false;
+    bool json = false;
     unsigned waitSeconds = 10;
 };
 ExitStatus RunRemove(CSession& session, const RemoveOptions& options);

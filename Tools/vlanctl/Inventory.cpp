@@ -67,12 +67,53 @@ bool ReadRow(CSession& session, const CRavString& key, VlanRow& row)
         row.parentKey = parent.parentKey;
         row.parentName = ParentName(session, parent.parentKey, parent.parentType == RAV_PARENT_TEAM);
     }
-    DWORD status = 0;
-    session.Agent().GetVlanStatus(result, key, status);
-    row.status = StatusText(status);
     return true;
 }
+
+// No parent is named when this fails; who asks has to be told why.
+std::vector<CRavString> SupportingParents(CSession& session)
+{
+    CResult result;
+    std::vector<CRavString> parents;
+    session.Agent().EnumerateVlanSupportingParents(result, parents, session.Client());
+    if (!result.Succeeded())
+        throw CommandError(EXIT_REFUSED,
+                           "the agent cannot list the parents: " +
+                               (session.Teams() == nullptr ? "the suite's team agent is missing or does not answer"
+                                                           : CodeText(result)));
+    return parents;
+}
+
+void Judge(CSession& session, const std::vector<CRavString>& supporting, ParentRow& row)
+{
+    row.reason = ParentReason(session, row.key);
+    if (row.reason.empty() && std::none_of(supporting.begin(), supporting.end(),
+                                           [&](const CRavString& key) { return key.CompareI(row.key); }))
+        row.reason = "the agent does not name it among the parents that support VLANs";
+    row.supportsVlans = row.reason.empty();
+}
 } // namespace
+
+void ReadStatus(CSession& session, VlanRow& row)
+{
+    CResult result;
+    DWORD status = 0;
+    session.Agent().GetVlanStatus(result, row.info.vlanKey, status);
+    row.status = StatusText(result.Succeeded() ? status : 0);
+}
+
+bool IsThere(CSession& session, const CRavString& vlanKey)
+{
+    CResult result;
+    std::vector<CRavString> keys;
+    session.Agent().EnumerateVlans(result, CRavString(), keys);
+    return std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(vlanKey); });
+}
+
+std::string VlanText(const RAV_VLAN_INFO& info)
+{
+    return ToUtf8(info.displayName) + (info.vlanId == 0 ? " (untagged)" : " (id " + std::to_string(info.vlanId) + ")");
+}
 
 std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
 {
@@ -98,20 +139,10 @@ std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
     return rows;
 }
 
-VlanRow ReadVlan(CSession& session, const CRavString& key)
-{
-    VlanRow row;
-    if (!ReadRow(session, key, row))
-        throw CommandError(EXIT_REFUSED, "the VLAN " + ToUtf8(key) + " cannot be read");
-    return row;
-}
-
 std::vector<ParentRow> ReadParents(CSession& session, bool judge)
 {
-    CResult result;
-    std::vector<CRavString> supporting;
-    if (judge)
-        session.Agent().EnumerateVlanSupportingParents(result, supporting, session.Client());
+    const std::vector<CRavString> supporting = judge ? SupportingParents(session) : std::vector<CRavString>();
+    const std::vector<VlanRow> vlans = judge ? ReadVlans(session) : std::vector<VlanRow>();
     const auto instances = ReadInstances();
     std::vector<ParentRow> rows;
     const auto add = [&](const CRavString& key, bool isTeam) {
@@ -121,14 +152,13 @@ std::vector<ParentRow> ReadParents(CSession& session, bool judge)
         row.name = ParentName(session, key, isTeam);
         const auto instance = instances.find(Upper(key));
         row.instance = instance != instances.end() ? instance->second : "";
-        row.supportsVlans = std::any_of(supporting.begin(), supporting.end(),
-                                        [&](const CRavString& other) { return other.CompareI(key); });
-        if (judge)
+        for (const VlanRow& vlan : vlans)
         {
-            row.reason = ParentReason(session, key);
-            for (const VlanRow& vlan : ReadVlans(session, key))
+            if (vlan.parentKey.CompareI(key))
                 row.vlanIds.push_back(vlan.info.vlanId);
         }
+        if (judge)
+            Judge(session, supporting, row);
         rows.push_back(row);
     };
     std::vector<CRavString> keys;

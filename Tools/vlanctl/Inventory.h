@@ -11,7 +11,7 @@ struct VlanRow
     RAV_VLAN_INFO info;
     CRavString parentKey;
     CRavString parentName;
-    std::string status;
+    std::string status;   // empty until ReadStatus
     std::string instance; // four digits; empty when unknown
 };
 
@@ -30,6 +30,10 @@ struct ParentRow
 // All VLANs, or with a parent key those of that parent. VLANs that cannot be read are left out, with a line on standard
 // error.
 std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey = {});
-VlanRow ReadVlan(CSession& session, const CRavString& key);
-// All adapters and teams, teams first. Support and reason are filled only with `judge`, since asking takes time.
+void ReadStatus(CSession& session, VlanRow& row);
+bool IsThere(CSession& session, const CRavString& vlanKey);
+// "Port A - VLAN : Sales (id 10)"
+std::string VlanText(const RAV_VLAN_INFO& info);
+
+// All adapters and teams, teams first. Support, reason and VLANs are filled only with `judge`, since asking takes time.
 std::vector<ParentRow> ReadParents(CSession& session, bool judge);

@@ -6,6 +6,7 @@
 #include <windows.h>
 #include <shellapi.h>
 
+#include <algorithm>
 #include <functional>
 
 namespace
@@ -20,6 +21,21 @@ std::vector<std::string> Arguments()
         arguments.push_back(ToUtf8(wide[index]));
     LocalFree(wide);
     return arguments;
+}
+
+// Where a value is missing the parser would take the next argument for it, and "--name= --dry-run" create a VLAN of
+// that name. A value that begins with "--" can be given as "--name=--value".
+void RefuseMissingValues(const std::vector<std::string>& lastFirst)
+{
+    const std::string names[] = {"--parent", "--id", "--name", "--wait"};
+    for (auto argument = lastFirst.rbegin(); argument != lastFirst.rend() && *argument != "--"; ++argument)
+    {
+        const auto next = argument + 1;
+        const bool named = std::find(std::begin(names), std::end(names), *argument) != std::end(names);
+        if ((argument->starts_with("--") && argument->find('=') + 1 == argument->size()) ||
+            (named && next != lastFirst.rend() && next->starts_with("--")))
+            throw CLI::ValidationError(*argument, "the value is missing");
+    }
 }
 
 struct Options
@@ -81,7 +97,8 @@ void AddChangingVerbs(CLI::App& app, Options& options, Command& command)
     });
     CLI::App* const create = AddRequestVerb(app, options, "create", "Create VLANs");
     create->add_flag("--dry-run", options.create.dryRun, "Say what would be done, and do nothing");
-    create->add_option("--wait", options.create.waitSeconds, "Seconds to wait for the configuration lock")
+    create
+        ->add_option("--wait", options.create.waitSeconds, "Seconds to wait for the configuration lock, 10 without it")
         ->check(CLI::Range(0, 3600));
     create->callback([&] { command = [&](CSession& session) { return RunCreate(session, options.create); }; });
 
@@ -94,11 +111,15 @@ void AddChangingVerbs(CLI::App& app, Options& options, Command& command)
     parent->needs(all);
     remove->add_flag("--yes", options.remove.yes, "Do not ask");
     remove->add_flag("--dry-run", options.remove.dryRun, "Say what would be done, and do nothing");
-    remove->add_option("--wait", options.remove.waitSeconds, "Seconds to wait for the configuration lock")
+    remove->add_flag("--json", options.remove.json, "Output for programs; with --yes or --dry-run");
+    remove
+        ->add_option("--wait", options.remove.waitSeconds, "Seconds to wait for the configuration lock, 10 without it")
         ->check(CLI::Range(0, 3600));
     remove->callback([&] {
         if (options.remove.vlans.empty() && !options.remove.all)
             throw CLI::ValidationError("remove", "name a VLAN, or all of them with --all --parent PARENT");
+        if (options.remove.json && !options.remove.yes && !options.remove.dryRun)
+            throw CLI::ValidationError("remove", "--json asks no question: add --yes or --dry-run");
         command = [&](CSession& session) { return RunRemove(session, options.remove); };
     });
 }
@@ -128,6 +149,7 @@ int main()
     CLI::App app("IEEE 802.1Q VLANs on network adapters and teams", "vlanctl");
     app.set_version_flag("--version", "vlanctl " RAV_VERSION);
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // "/x" is a name that is refused for its slash, not an option
     app.footer("Exit status: 0 done, 1 refused or failed, 2 wrong usage, 3 no management suite or no agent.");
     Options options;
     Command command;
@@ -136,6 +158,10 @@ int main()
     try
     {
         std::vector<std::string> arguments = Arguments();
+        RefuseMissingValues(arguments);
+        if (!arguments.empty() && !arguments.back().starts_with('-') &&
+            app.get_subcommands([&](CLI::App* verb) { return verb->check_name(arguments.back()); }).empty())
+            throw CLI::ValidationError(arguments.back(), "there is no such verb");
         app.parse(arguments);
     }
     catch (const CLI::Success& request)

@@ -34,7 +34,7 @@ const MessageText TEXTS[] = {
     {RAV_MSG_NAME_BEGINS_BLANK, false, "the name begins with a blank", "Leave the blank out."},
     {RAV_MSG_NAME_TOO_LONG, false, "the name is longer than 32 characters", "Shorten it."},
     {RAV_MSG_NAME_CHARACTER, false, "the name holds one of the characters / \\ * : > < | ? \"", "Leave it out."},
-    {RAV_MSG_NAME_IN_USE, false, "another VLAN of this parent has the same name",
+    {RAV_MSG_NAME_IN_USE, false, "another VLAN of this parent has the same name, or would get it",
      "Choose another, or use --auto-names for several VLANs."},
     {RAV_MSG_RANGE_ID_IN_USE, false, "an id is already used by a VLAN of this parent, or is named twice",
      "Leave that id out; 'vlanctl list --parent' shows which are used."},
@@ -109,8 +109,9 @@ std::string CodeText(const CResult& result)
         return HexCode(result.ulErrCode) + ": the VLAN is bound to the Hyper-V switch; take it off the switch first";
     case static_cast<DWORD>(-333):
         return "a restart of the system is pending; restart it and try again";
-    case 0:
-        return "somebody else is changing the network configuration; try again";
+    case 0: // with class 2: the network configuration's lock was not to be had
+    case ERROR_LOCK_VIOLATION:
+        return "another program was changing the network configuration; try again";
     default:
         break;
     }
@@ -120,6 +121,14 @@ std::string CodeText(const CResult& result)
     while (length > 0 && (text[length - 1] == L'\n' || text[length - 1] == L'\r' || text[length - 1] == L'.'))
         text[--length] = L'\0';
     return HexCode(result.ulErrCode) + (length > 0 ? ": " + ToUtf8(text) : "");
+}
+
+std::string FailureText(CSession& session, const CResult& result)
+{
+    const bool mayBeLocked =
+        result.ulErrCode == CResult::FAILED || result.ulErrCode == ERROR_LOCK_VIOLATION || result.Succeeded();
+    const std::string holder = mayBeLocked ? session.WhoHoldsALock() : "";
+    return holder.empty() ? CodeText(result) : holder;
 }
 
 bool ShowMessages(const CRavVlanMessages& messages)

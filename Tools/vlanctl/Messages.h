@@ -10,6 +10,9 @@
 // A result code in words: its number and, where it is a Windows error, what Windows says about it.
 std::string CodeText(const CResult& result);
 
+// Why an operation that changes something failed: who holds a lock, when that is it, or else the code in words.
+std::string FailureText(CSession& session, const CResult& result);
+
 // "0x33000089"
 std::string HexCode(DWORD code);
 

@@ -84,11 +84,8 @@ void CTable::Print() const
     for (const auto& row : m_rows)
     {
         for (size_t column = 0; column < row.size(); ++column)
-        {
-            text += row[column];
-            if (column + 1 < row.size())
-                text.append(widths[column] - Width(row[column]) + 2, ' ');
-        }
+            text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
+        text.erase(text.find_last_not_of(' ') + 1);
         text += "\n";
     }
     ::Print(text);

@@ -4,6 +4,8 @@
 #include "Tools/vlanctl/Output.h"
 
 #include <objbase.h>
+#include <netcfgx.h>
+#include <wrl/client.h>
 
 #include <cstring>
 
@@ -73,6 +75,20 @@ CRavString SuiteFolder()
             ToUtf8(SUITE_KEY) + ")");
     return folder;
 }
+
+// Who holds the write lock of the network configuration, as they describe themselves.
+bool IsNetworkLocked(std::string& holder)
+{
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    Microsoft::WRL::ComPtr<INetCfgLock> lock;
+    wchar_t* text = nullptr;
+    if (FAILED(CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg))) ||
+        FAILED(netCfg.As(&lock)) || lock->IsWriteLocked(&text) != S_OK)
+        return false;
+    holder = text != nullptr && *text != L'\0' ? '"' + ToUtf8(text) + '"' : "another program";
+    CoTaskMemFree(text);
+    return true;
+}
 } // namespace
 
 struct CSession::Modules
@@ -103,8 +119,10 @@ CSession::CSession() : m_modules(std::make_unique<Modules>())
         NoSuite("the core agent does not accept this program as a client; run it as an administrator");
 
     const auto getAgent = m_modules->agent.Export<RAV_GET_VLAN_AGENT>(RAV_GET_VLAN_AGENT_NAME);
+    const auto getAgentPvt = m_modules->agent.Export<RAV_GET_VLAN_AGENT_PVT>(RAV_GET_VLAN_AGENT_PVT_NAME);
     m_pAgent = getAgent != nullptr ? getAgent() : nullptr;
-    if (m_pAgent == nullptr)
+    m_pAgentPvt = m_pAgent != nullptr && getAgentPvt != nullptr ? getAgentPvt() : nullptr;
+    if (m_pAgentPvt == nullptr)
         NoSuite("the VLAN agent could not be initialised; see the trace log VlanAgent.txt in " + ToUtf8(folder));
 
     if (load(m_modules->team, L"TeamAgent.dll"))
@@ -116,11 +134,14 @@ CSession::CSession() : m_modules(std::make_unique<Modules>())
 
 CSession::~CSession() = default;
 
-std::string CSession::LockHolder() const
+std::string CSession::WhoHoldsALock() const
 {
+    wchar_t holder[256] = {};
     const auto describe = m_modules->core.Export<RAV_GET_LOCK_HOLDER>(RAV_GET_LOCK_HOLDER_NAME);
-    wchar_t text[256] = {};
-    if (describe == nullptr || describe(text, 256) != 0)
-        return "nobody that the core agent could name";
-    return ToUtf8(text);
+    if (describe != nullptr && describe(holder, 256) == 0)
+        return "the configuration is locked by " + ToUtf8(holder) + "; try again when it is done";
+    std::string network;
+    return IsNetworkLocked(network) ? "the network configuration is locked by " + network +
+                                          "; close its window, or try again when it is done"
+                                    : "";
 }

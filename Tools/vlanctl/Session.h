@@ -4,6 +4,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Src/RavVlanAgentIntf.h"
+#include "Src/RavVlanAgentPvtIntf.h"
 
 #include <memory>
 #include <stdexcept>
@@ -39,6 +40,7 @@ class CSession
     CSession& operator=(const CSession&) = delete;
 
     CRavVlanAgentIntf& Agent() const { return *m_pAgent; }
+    CRavVlanAgentPvtIntf& AgentPvt() const { return *m_pAgentPvt; }
     CRavCoreAgentPvtIntf& Core() const { return *m_pCore; }
     CRavTeamAgentPvtIntf* Teams() const // null without a team agent
     {
@@ -46,13 +48,15 @@ class CSession
     }
     const RAV_CLIENT_ID& Client() const { return m_client; }
     RAV_LOCK_RECORD Lock(unsigned waitSeconds) const { return {m_client, waitSeconds * 1000}; }
-    // Who holds the configuration lock, as far as the core agent tells.
-    std::string LockHolder() const;
+    // Who stands in the way at this moment: the holder of the suite's configuration lock or, when that is free, of the
+    // network configuration's own; a sentence, or empty when both are free.
+    std::string WhoHoldsALock() const;
 
   private:
     struct Modules;
     std::unique_ptr<Modules> m_modules;
     CRavVlanAgentIntf* m_pAgent = nullptr;
+    CRavVlanAgentPvtIntf* m_pAgentPvt = nullptr;
     CRavCoreAgentPvtIntf* m_pCore = nullptr;
     CRavTeamAgentPvtIntf* m_pTeams = nullptr;
     RAV_CLIENT_ID m_client;
