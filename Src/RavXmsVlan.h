@@ -124,6 +124,9 @@ class CRavXmsVlan : public CRavAdapter
     void SetParentAdapterNA(int& status);
     CResult DoReload();
     bool SendNewVlanOid();
+    // Takes back the miniport that a failed creation has installed and the binding that it has made; what it has
+    // written stays. Needs the write lock.
+    void UndoCreation();
     // Queue the miniport for the passes that run when the transaction is applied.
     void UnloadMiniport();
     void UnloadMiniportDuringApplyDone();
@@ -248,6 +251,7 @@ class CRavXmsVlan : public CRavAdapter
         nullptr;                                   // good until the team agent is loaded again: ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter; // see ParentAdapter
     int m_iFailedStep = 0;
+    bool m_bParentBound = false; // by this object's creation
     bool m_bBeingRemoved = false;
 };
 

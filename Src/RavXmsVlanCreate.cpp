@@ -30,7 +30,7 @@ struct NEW_VLAN_ANNOUNCEMENT
 #pragma pack(pop)
 static_assert(sizeof(NEW_VLAN_ANNOUNCEMENT) == 258, "the driver refuses any other size");
 
-// Removes the VLAN's miniport again unless the sequence is finished.
+// Takes the VLAN's miniport away again unless the sequence is finished.
 class InstalledMiniport
 {
   public:
@@ -40,11 +40,11 @@ class InstalledMiniport
         try
         {
             if (m_undo)
-                m_vlan.RemoveVirtualMiniport();
+                m_vlan.UndoCreation();
         }
         catch (...)
         {
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::RemoveVirtualMiniport - Exception caught");
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::UndoCreation - Exception caught");
         }
     }
     InstalledMiniport(const InstalledMiniport&) = delete;
@@ -172,8 +172,21 @@ bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
     if (SUCCEEDED(lock.Release()))
         return true;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-    DeleteVlanMiniport();
+    CRavNetCfgWriteLock again(*GetNetCfgInterface());
+    UndoCreation();
     return false;
+}
+
+void CRavXmsVlan::UndoCreation()
+{
+    if (m_bParentBound)
+    {
+        // Without its VLAN the parent would be cut off: neither protocols of its own nor the driver's.
+        CRavAdvSvcNetCfgComponent component;
+        component.UnbindAdapterFromXms(*GetNetCfgInterface(), m_strParentKey);
+        m_bParentBound = false;
+    }
+    RemoveVirtualMiniport();
 }
 
 // --- steps ----------------------------------------------------------------------------------------------------------
@@ -281,7 +294,8 @@ void CRavXmsVlan::NameMiniport(int& status)
 
 void CRavXmsVlan::BindParent(int& status)
 {
-    status = BindParentAdapterToXms() ? 0 : -1;
+    m_bParentBound = BindParentAdapterToXms();
+    status = m_bParentBound ? 0 : -1;
 }
 
 bool CRavXmsVlan::BindParentAdapterToXms()

@@ -23,6 +23,10 @@ class CLabServer : public testing::Environment
     void SetUp() override
     {
         CoInitialize(nullptr);
+        // Kept loaded: this compiler's runtime leaks a thread-local slot with each module that is unloaded, and there
+        // are no more than about a thousand.
+        LoadLibraryW(L"CoreAgent.dll");
+        LoadLibraryW(L"TeamAgent.dll");
         const HMODULE server = LoadLibraryW(L"NetCfg.dll");
         using GetClass = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
         const auto get =
