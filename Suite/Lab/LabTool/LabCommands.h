@@ -23,6 +23,7 @@ void RunSet(const std::string& name, const std::string& property, const std::str
 
 bool IsRealWindows();
 CRavString ProgramFolder();
-// Registers the COM server; the driver service is created and started. Throw LabError.
+// Registers the COM server; the driver service is created and started. Throws LabError.
 void StartPlatform(const std::string& edition);
-void StopPlatform();
+// Undoes as much of that as can be undone; what could not, in words.
+std::string StopPlatform();

@@ -36,6 +36,14 @@ void Write(const std::string& text)
 
 namespace
 {
+// The host goes whatever becomes of the rest: a lab that cannot be taken down would be in the way for ever.
+std::string TakeDown()
+{
+    const std::string errors = StopPlatform();
+    RemoveHost();
+    return errors;
+}
+
 void RunUp(const std::string& file)
 {
     if (LabHasKey(LAB_KEY))
@@ -49,8 +57,7 @@ void RunUp(const std::string& file)
     }
     catch (...)
     {
-        StopPlatform();
-        RemoveHost();
+        TakeDown();
         throw;
     }
     Write("the lab is up: " + std::to_string(host.adapters.size()) + " adapters, " + std::to_string(host.teams.size()) +
@@ -64,8 +71,9 @@ void RunDown()
         Write("the lab is not up\n");
         return;
     }
-    StopPlatform();
-    RemoveHost();
+    const std::string errors = TakeDown();
+    if (!errors.empty())
+        throw LabError("the lab is down, but: " + errors);
     Write("the lab is down\n");
 }
 
@@ -85,6 +93,7 @@ int main()
 {
     CLI::App app("A host to try the VLAN agent on, without hardware", "lab");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false); // a host file may be named by a path that begins with a slash
     std::function<void()> command;
     std::string file;
     std::string name;

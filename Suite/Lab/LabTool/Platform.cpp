@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <functional>
 
 namespace
 {
@@ -32,53 +33,84 @@ class ServiceHandle
     SC_HANDLE m_handle;
 };
 
-void CallServer(const char* name)
+class Server
 {
-    const HMODULE server = LoadLibraryW(ProgramFolder() + L"\\NetCfg.dll");
-    HRESULT(STDAPICALLTYPE * function)() = nullptr;
-    const FARPROC address = server != nullptr ? GetProcAddress(server, name) : nullptr;
-    memcpy(&function, &address, sizeof(function));
-    if (function == nullptr || FAILED(function()))
-        throw LabError(std::string("NetCfg.dll: ") + name + " failed");
-    FreeLibrary(server);
-}
+  public:
+    Server() : m_module(LoadLibraryW(ProgramFolder() + L"\\NetCfg.dll")) {}
+    ~Server()
+    {
+        if (m_module != nullptr)
+            FreeLibrary(m_module);
+    }
+    Server(const Server&) = delete;
+    Server& operator=(const Server&) = delete;
+    void Call(const char* name) const
+    {
+        HRESULT(STDAPICALLTYPE * function)() = nullptr;
+        const FARPROC address = m_module != nullptr ? GetProcAddress(m_module, name) : nullptr;
+        memcpy(&function, &address, sizeof(function));
+        if (function == nullptr)
+            throw LabError(std::string("NetCfg.dll cannot be loaded, or has no ") + name);
+        if (FAILED(function()))
+            throw LabError(std::string("NetCfg.dll: ") + name + " failed");
+    }
+
+  private:
+    HMODULE m_module;
+};
 
 SC_HANDLE CreateOrOpenService(SC_HANDLE manager)
 {
     const CRavString image = ProgramFolder() + L"\\oXMSProtocol.sys";
-    const SC_HANDLE service =
+    SC_HANDLE service =
         CreateServiceW(manager, DRIVER_SERVICE, L"Corvo intermediate driver", SERVICE_ALL_ACCESS, SERVICE_KERNEL_DRIVER,
                        SERVICE_AUTO_START, SERVICE_ERROR_NORMAL, image, nullptr, nullptr, nullptr, nullptr, nullptr);
-    return service != nullptr ? service : OpenServiceW(manager, DRIVER_SERVICE, SERVICE_ALL_ACCESS);
+    if (service != nullptr || GetLastError() != ERROR_SERVICE_EXISTS)
+        return service;
+    service = OpenServiceW(manager, DRIVER_SERVICE, SERVICE_ALL_ACCESS);
+    // It may be another build's.
+    if (service != nullptr)
+        ChangeServiceConfigW(service, SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE, image, nullptr, nullptr,
+                             nullptr, nullptr, nullptr, nullptr);
+    return service;
 }
 
-// The service manager may still be starting up itself.
-void StartDriver()
+DWORD TryToStartDriver()
 {
     const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    const ServiceHandle service(CreateOrOpenService(manager.Get()));
-    DWORD error = GetLastError();
-    for (int attempt = 0; service.Get() != nullptr && attempt < START_ATTEMPTS; ++attempt)
+    const ServiceHandle service(manager.Get() != nullptr ? CreateOrOpenService(manager.Get()) : nullptr);
+    if (service.Get() != nullptr && StartServiceW(service.Get(), 0, nullptr))
+        return ERROR_SUCCESS;
+    const DWORD error = GetLastError();
+    return error == ERROR_SERVICE_ALREADY_RUNNING ? ERROR_SUCCESS : error;
+}
+
+// The service manager may still be starting up itself, or be about to delete the service of the host before.
+void StartDriver()
+{
+    DWORD error = TryToStartDriver();
+    for (int attempt = 1; error != ERROR_SUCCESS && attempt < START_ATTEMPTS; ++attempt)
     {
-        if (StartServiceW(service.Get(), 0, nullptr))
-            return;
-        error = GetLastError();
-        if (error == ERROR_SERVICE_ALREADY_RUNNING)
-            return;
         Sleep(START_PAUSE_MILLISECONDS);
+        error = TryToStartDriver();
     }
-    throw LabError("the driver cannot be started: error " + std::to_string(error));
+    if (error != ERROR_SUCCESS)
+        throw LabError("the driver cannot be started: error " + std::to_string(error));
 }
 
 void RemoveDriver()
 {
     const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    const ServiceHandle service(OpenServiceW(manager.Get(), DRIVER_SERVICE, SERVICE_ALL_ACCESS));
+    const ServiceHandle service(
+        manager.Get() != nullptr ? OpenServiceW(manager.Get(), DRIVER_SERVICE, SERVICE_ALL_ACCESS) : nullptr);
     SERVICE_STATUS status = {};
-    if (service.Get() == nullptr)
+    if (service.Get() == nullptr && GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST)
         return;
-    ControlService(service.Get(), SERVICE_CONTROL_STOP, &status);
-    DeleteService(service.Get());
+    if (service.Get() != nullptr)
+        ControlService(service.Get(), SERVICE_CONTROL_STOP, &status);
+    if (service.Get() == nullptr ||
+        (!DeleteService(service.Get()) && GetLastError() != ERROR_SERVICE_MARKED_FOR_DELETE))
+        throw LabError("the driver cannot be removed: error " + std::to_string(GetLastError()));
 }
 
 // The edition of Windows that programs see is Wine's to say, program by program.
@@ -122,14 +154,25 @@ CRavString ProgramFolder()
 
 void StartPlatform(const std::string& edition)
 {
-    CallServer("DllRegisterServer");
+    Server().Call("DllRegisterServer");
     StartDriver();
     SetEdition(edition);
 }
 
-void StopPlatform()
+std::string StopPlatform()
 {
-    ClearEdition();
-    RemoveDriver();
-    CallServer("DllUnregisterServer");
+    std::string errors;
+    const std::function<void()> steps[] = {ClearEdition, RemoveDriver, [] { Server().Call("DllUnregisterServer"); }};
+    for (const auto& step : steps)
+    {
+        try
+        {
+            step();
+        }
+        catch (const LabError& error)
+        {
+            errors += (errors.empty() ? "" : "; ") + std::string(error.what());
+        }
+    }
+    return errors;
 }

@@ -72,6 +72,13 @@ LSTATUS writeServer(const std::wstring& path)
     return status == ERROR_SUCCESS ? key.SetText(L"ThreadingModel", L"Both") : status;
 }
 
+// On a real Windows every program would find this server in the place of the system's own.
+bool isRealWindows()
+{
+    const HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+    return ntdll == nullptr || GetProcAddress(ntdll, "wine_get_version") == nullptr;
+}
+
 // The platform's own server is noted, so that taking ours away puts it back.
 LSTATUS registerServer()
 {
@@ -143,6 +150,8 @@ STDAPI DllCanUnloadNow()
 
 STDAPI DllRegisterServer()
 {
+    if (isRealWindows())
+        return SELFREG_E_CLASS;
     return Guarded([] {
         const LSTATUS status = registerServer();
         return status == ERROR_SUCCESS ? S_OK : SELFREG_E_CLASS;
