@@ -9,12 +9,22 @@
 
 namespace
 {
-constexpr wchar_t ADAPTER_COMPONENT[] = L"pci\\ven_1a2b&dev_0010";
-constexpr wchar_t MINIPORT_COMPONENT[] = L"oxmsmp";
 constexpr DWORD PHYSICAL = 0x84;         // NCF_PHYSICAL | NCF_HAS_UI
 constexpr DWORD VIRTUAL_MINIPORT = 0x21; // NCF_VIRTUAL | NCF_NOT_USER_REMOVABLE
 constexpr DWORD PROBLEM_NOT_LOADED = 31; // CM_PROB_FAILED_ADD
 constexpr size_t FIRST_VLAN_NUMBER = 100;
+
+// What an adapter's maker and its driver say of it.
+struct Make
+{
+    const wchar_t* componentId;
+    const wchar_t* devices;
+    const wchar_t* description;
+    const wchar_t* provider;
+};
+const Make OWN_MAKE = {L"pci\\ven_1a2b&dev_0010", L"PCI\\VEN_1A2B&DEV_0010", L"Corvo Gigabit Server Adapter", L"Corvo"};
+const Make OTHER_MAKE = {L"pci\\ven_9999&dev_0001", L"PCI\\VEN_9999&DEV_0001", L"Gigabit Adapter", L"Other Maker"};
+const Make MINIPORT_MAKE = {L"oxmsmp", L"ROOT\\NET", L"Corvo XMS Virtual Miniport", L"Corvo"};
 
 struct Protocol
 {
@@ -91,8 +101,9 @@ class Builder
             BuildAdapter(adapter);
         for (const LabTeam& team : m_host.teams)
             BuildTeam(team);
+        const size_t first = std::max(FIRST_VLAN_NUMBER, m_lastNumber + 1);
         for (size_t index = 0; index < m_host.vlans.size(); ++index)
-            BuildVlan(m_host.vlans[index], FIRST_VLAN_NUMBER + index);
+            BuildVlan(m_host.vlans[index], first + index);
         BuildBindings();
         return m_done;
     }
@@ -118,7 +129,10 @@ class Builder
     void BuildSuite()
     {
         Key(SUITE_KEY).Text(L"InstalledDir", m_folder).Number(L"TRACE", 1);
-        Key(LAB_KEY).List(LAB_ADAPTER_ORDER, {}).List(LAB_TEAM_ORDER, {});
+        Key(LAB_KEY)
+            .List(LAB_ADAPTER_ORDER, {})
+            .List(LAB_TEAM_ORDER, {})
+            .Text(LAB_STATE_DIR, m_folder + L"\\lab-state");
         Key(CLASS_KEY).Text(L"Class", L"Net").Text(L"Installer32", m_folder + L"\\NetCfg.dll,NetClassInstaller");
         for (const LabSetting& setting : m_host.templates)
             BuildTemplate(LabPath(TEMPLATES_KEY, Wide(setting.name)), setting);
@@ -154,8 +168,8 @@ class Builder
     }
 
     // What every network component of the host has: instance key, device, connection.
-    Node BuildComponent(const std::string& name, size_t number, const wchar_t* componentId, const wchar_t* description,
-                        const CRavString& device, DWORD characteristics)
+    Node BuildComponent(const std::string& name, size_t number, const Make& make, const CRavString& device,
+                        DWORD characteristics)
     {
         Node node;
         node.guid = LabGuid(number);
@@ -164,9 +178,9 @@ class Builder
         node.instancePath = LabPath(CLASS_KEY, instance);
         Key(node.instancePath)
             .Text(L"NetCfgInstanceId", node.guid)
-            .Text(L"ComponentId", componentId)
-            .Text(L"DriverDesc", description)
-            .Text(L"ProviderName", L"Corvo")
+            .Text(L"ComponentId", make.componentId)
+            .Text(L"DriverDesc", make.description)
+            .Text(L"ProviderName", make.provider)
             .Text(L"DriverVersion", L"12.1.0.0")
             .Number(L"Characteristics", characteristics)
             .Text(L"DeviceInstanceID", device);
@@ -175,9 +189,9 @@ class Builder
             .Text(L"ClassGUID", NETWORK_CLASS_GUID)
             .Text(L"Class", L"Net")
             .Text(L"Driver", CRavString(NETWORK_CLASS_GUID) + L"\\" + instance)
-            .Text(L"DeviceDesc", description)
+            .Text(L"DeviceDesc", make.description)
             .Text(L"FriendlyName", Wide(name))
-            .List(L"HardwareID", {componentId})
+            .List(L"HardwareID", {make.componentId})
             .Number(L"ConfigFlags", 0);
         Key(LabPath(NETWORK_KEY, NETWORK_CLASS_GUID) + L"\\" + node.guid + L"\\Connection")
             .Text(L"Name", Format(L"Local Area Connection %u", node.instance))
@@ -187,15 +201,17 @@ class Builder
 
     void BuildAdapter(const LabAdapter& adapter)
     {
-        const CRavString device = Format(L"PCI\\VEN_1A2B&DEV_0010\\%u", static_cast<unsigned>(++m_lastNumber));
-        Node node = BuildComponent(adapter.name, m_lastNumber, ADAPTER_COMPONENT, L"Corvo Gigabit Server Adapter",
-                                   device, PHYSICAL);
+        const Make& make = adapter.corvo ? OWN_MAKE : OTHER_MAKE;
+        const CRavString device = LabPath(make.devices, Format(L"%u", static_cast<unsigned>(++m_lastNumber)));
+        Node node = BuildComponent(adapter.name, m_lastNumber, make, device, PHYSICAL);
         node.mac = adapter.mac;
         for (const auto& [name, value] : adapter.parameters)
             Key(node.instancePath).Text(Wide(name), Wide(value));
         BuildSettings(adapter, node.instancePath);
         Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(L"EnableDHCP", adapter.dhcp ? 1 : 0);
         Key(LabPath(LAB_DEVICES, node.guid)).Number(L"Problem", adapter.driverLoaded ? 0 : PROBLEM_NOT_LOADED);
+        if (adapter.rebootNeeded)
+            Key(LabPath(LAB_DEVICES, node.guid)).Number(LAB_REBOOT_NEEDED, 1);
         Key(LabPath(LAB_ADAPTERS, node.guid))
             .Number(L"Corvo", adapter.corvo)
             .Number(L"VlansOnPort", adapter.vlansOnPort)
@@ -204,7 +220,6 @@ class Builder
             .Number(L"Vorn", adapter.driverSupportsVlans)
             .Number(L"StandardKeywords", adapter.standardKeywords)
             .Number(L"XmsRule", 1)
-            .Number(L"HyperV", adapter.hyperV)
             .Text(L"PermanentMac", Wide(adapter.mac));
         m_adapterOrder.push_back(node.guid);
         Key(LAB_KEY).List(LAB_ADAPTER_ORDER, m_adapterOrder);
@@ -244,8 +259,7 @@ class Builder
 
     void BuildTeam(const LabTeam& team)
     {
-        Node node = BuildComponent(team.name, ++m_lastNumber, MINIPORT_COMPONENT, L"Corvo XMS Virtual Miniport",
-                                   NextRootDevice(), VIRTUAL_MINIPORT);
+        Node node = BuildComponent(team.name, ++m_lastNumber, MINIPORT_MAKE, NextRootDevice(), VIRTUAL_MINIPORT);
         node.isTeam = true;
         node.mac = m_nodes[team.members.front()].mac;
         Key(node.instancePath).Number(L"SupportedFeatures", 1).Number(L"TeamMode", static_cast<DWORD>(team.mode));
@@ -286,8 +300,7 @@ class Builder
         const std::string displayName = vlan.parent + " - VLAN : " + vlan.name;
         if (!parent.isTeam && parent.vlanDevices.empty())
             parent.group = m_lastGroup++;
-        const Node node = BuildComponent(displayName, number, MINIPORT_COMPONENT, L"Corvo XMS Virtual Miniport",
-                                         NextRootDevice(), VIRTUAL_MINIPORT);
+        const Node node = BuildComponent(displayName, number, MINIPORT_MAKE, NextRootDevice(), VIRTUAL_MINIPORT);
         if (parent.isTeam)
             Key(node.instancePath)
                 .Number(L"TeamMode", LabNumber(parent.instancePath, L"TeamMode", 0))
@@ -386,7 +399,7 @@ class Builder
         }
     }
 
-    CRavString NextRootDevice() { return Format(L"ROOT\\NET\\%04u", m_lastInstance + 1); }
+    CRavString NextRootDevice() { return LabPath(MINIPORT_MAKE.devices, Format(L"%04u", m_lastInstance + 1)); }
 
     const LabHost& m_host;
     CRavString m_folder;
@@ -423,8 +436,8 @@ bool BuildHost(const LabHost& host, const CRavString& folder)
 void RemoveHost()
 {
     DeleteTree(L"SYSTEM\\CurrentControlSet\\Control\\Class", NETWORK_CLASS_GUID);
-    DeleteTree(ENUM_KEY, L"PCI\\VEN_1A2B&DEV_0010");
-    DeleteTree(ENUM_KEY, L"ROOT\\NET");
+    for (const Make& make : {OWN_MAKE, OTHER_MAKE, MINIPORT_MAKE})
+        DeleteTree(ENUM_KEY, make.devices);
     DeleteTree(NETWORK_KEY, NETWORK_CLASS_GUID);
     for (const Protocol& protocol : PROTOCOLS)
     {
@@ -435,5 +448,6 @@ void RemoveHost()
         DeleteTree(TCPIP_INTERFACES_KEY, adapter);
     DeleteTree(LabPath(SERVICES_KEY, L"oXMSProtocol"), L"Parameters");
     DeleteTree(L"SOFTWARE\\CORVO", L"NETWORK_SERVICES");
+    RemoveDirectoryW(LabText(LAB_KEY, LAB_STATE_DIR));
     DeleteTree(L"SOFTWARE", L"VlanLab");
 }

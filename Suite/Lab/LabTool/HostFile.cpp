@@ -1,10 +1,13 @@
 #include "Suite/Lab/LabTool/HostFile.h"
 
+#include "Common/Src/RavString.h"
+
 #include <algorithm>
 #include <climits>
 #include <cctype>
 #include <cstdio>
 #include <functional>
+#include <iterator>
 #include <set>
 
 using Json = nlohmann::json;
@@ -12,6 +15,11 @@ using Json = nlohmann::json;
 namespace
 {
 constexpr int MAX_VLAN_ID = 4094;
+constexpr size_t MAX_VLAN_NAME = 32;
+constexpr char FORBIDDEN_IN_VLAN_NAMES[] = "/\\*:><|?\"";
+// What makes a driver key the key of this adapter.
+constexpr const char* OWN_VALUES[] = {"NetCfgInstanceId", "ComponentId",     "DriverDesc",      "ProviderName",
+                                      "DriverVersion",    "Characteristics", "DeviceInstanceID"};
 
 [[noreturn]] void Fail(const std::string& place, const std::string& reason)
 {
@@ -21,6 +29,38 @@ constexpr int MAX_VLAN_ID = 4094;
 std::string At(const std::string& list, size_t index)
 {
     return list + "[" + std::to_string(index) + "]";
+}
+
+CRavString Wide(const std::string& text)
+{
+    const int length = static_cast<int>(text.size());
+    std::wstring wide(text.size(), L'\0');
+    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
+    return CRavString(wide.c_str());
+}
+
+// Names of the registry and of adapters are the same in any case.
+std::wstring Folded(const std::string& text)
+{
+    CRavString folded = Wide(text);
+    folded.MakeLower();
+    return folded;
+}
+
+std::string TextAt(const Json& json, const std::string& place)
+{
+    const std::string text = json.is_string() ? json.get<std::string>() : "";
+    if (text.empty() || text.find('\0') != std::string::npos)
+        Fail(place, "a text is needed");
+    return text;
+}
+
+int NumberAt(const Json& json, const std::string& place, int min, int max)
+{
+    const bool isHuge = json.is_number_unsigned() && json.get<uint64_t>() > INT_MAX;
+    if (!json.is_number_integer() || isHuge || json.get<int64_t>() < min || json.get<int64_t>() > max)
+        Fail(place, "a number from " + std::to_string(min) + " to " + std::to_string(max) + " is needed");
+    return json.get<int>();
 }
 
 // One object of the file: reads members of a known type, and finds the unknown ones.
@@ -35,8 +75,7 @@ class Reader
     void Text(const char* name, std::string& value, bool required = false)
     {
         if (const Json* const member = Member(name, required))
-            value = member->is_string() && !member->get<std::string>().empty() ? member->get<std::string>()
-                                                                               : Bad(name, "a text is needed");
+            value = TextAt(*member, Place(name));
     }
     void Flag(const char* name, bool& value)
     {
@@ -48,12 +87,8 @@ class Reader
     }
     void Number(const char* name, int& value, int min, int max, bool required = false)
     {
-        const Json* const member = Member(name, required);
-        if (member == nullptr)
-            return;
-        if (!member->is_number_integer() || member->get<long long>() < min || member->get<long long>() > max)
-            Bad(name, "a number from " + std::to_string(min) + " to " + std::to_string(max) + " is needed");
-        value = member->get<int>();
+        if (const Json* const member = Member(name, required))
+            value = NumberAt(*member, Place(name), min, max);
     }
     void Each(const char* name, const std::function<void(const Json&, const std::string&)>& visit)
     {
@@ -90,11 +125,14 @@ class Reader
     std::set<std::string> m_known;
 };
 
-std::string TextAt(const Json& json, const std::string& place)
+// A name that becomes the name of a registry key or value.
+void CheckKeyword(const std::string& name, const std::string& place)
 {
-    if (!json.is_string() || json.get<std::string>().empty())
-        Fail(place, "a text is needed");
-    return json.get<std::string>();
+    if (name.find('\\') != std::string::npos)
+        Fail(place, "a name without backslashes is needed");
+    if (std::any_of(std::begin(OWN_VALUES), std::end(OWN_VALUES),
+                    [&](const char* own) { return Folded(own) == Folded(name); }))
+        Fail(place, "\"" + name + "\" is what makes this the adapter's key");
 }
 
 LabAdapter ParseAdapter(const Json& json, const std::string& place)
@@ -114,6 +152,7 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
     reader.Flag("standardKeywords", adapter.standardKeywords);
     reader.Flag("hyperV", adapter.hyperV);
     reader.Flag("dhcp", adapter.dhcp);
+    reader.Flag("rebootNeeded", adapter.rebootNeeded);
     if (reader.Member("vmq", false) != nullptr)
     {
         bool on = false;
@@ -121,16 +160,20 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
         adapter.vmq = on;
     }
     reader.Each("jumboFrames", [&](const Json& size, const std::string& at) {
-        if (!size.is_number_integer() || size.get<int>() < 1514 || size.get<int>() > 65535)
-            Fail(at, "a number from 1514 to 65535 is needed");
-        adapter.jumboFrames.push_back(size.get<int>());
+        const int bytes = NumberAt(size, at, 1514, 65535);
+        if (std::find(adapter.jumboFrames.begin(), adapter.jumboFrames.end(), bytes) != adapter.jumboFrames.end())
+            Fail(at, "this size is there already");
+        adapter.jumboFrames.push_back(bytes);
     });
     if (const Json* const parameters = reader.Member("parameters", false))
     {
         if (!parameters->is_object())
             reader.Bad("parameters", "an object of texts is needed");
         for (const auto& [name, value] : parameters->items())
+        {
+            CheckKeyword(name, place + ".parameters." + name);
             adapter.parameters[name] = TextAt(value, place + ".parameters." + name);
+        }
     }
     reader.Finish();
     return adapter;
@@ -158,8 +201,18 @@ LabVlan ParseVlan(const Json& json, const std::string& place)
     reader.Text("parent", vlan.parent, true);
     reader.Number("id", vlan.id, 0, MAX_VLAN_ID, true);
     reader.Text("name", vlan.name, true);
+    if (Wide(vlan.name).Length() > MAX_VLAN_NAME || vlan.name.front() == ' ' ||
+        vlan.name.find_first_of(FORBIDDEN_IN_VLAN_NAMES) != std::string::npos)
+        reader.Bad("name", "at most 32 characters, none of " + std::string(FORBIDDEN_IN_VLAN_NAMES) +
+                               ", and no blank at the beginning");
     reader.Finish();
     return vlan;
+}
+
+bool HasChoice(const LabSetting& setting, int value)
+{
+    return std::any_of(setting.choices.begin(), setting.choices.end(),
+                       [&](const auto& choice) { return choice.first == value; });
 }
 
 LabSetting ParseTemplate(const Json& json, const std::string& place)
@@ -171,7 +224,7 @@ LabSetting ParseTemplate(const Json& json, const std::string& place)
     reader.Text("description", setting.description, true);
     reader.Number("default", setting.defaultValue, INT_MIN, INT_MAX, true);
     reader.Number("exposeLevel", setting.exposeLevel, 0, 3);
-    reader.Number("base", setting.base, 0, 16);
+    reader.Number("base", setting.base, 10, 16);
     reader.Number("min", setting.min, INT_MIN, INT_MAX);
     reader.Number("max", setting.max, INT_MIN, INT_MAX);
     reader.Number("step", setting.step, 0, INT_MAX);
@@ -183,27 +236,40 @@ LabSetting ParseTemplate(const Json& json, const std::string& place)
         one.Number("value", value, INT_MIN, INT_MAX, true);
         one.Text("text", text, true);
         one.Finish();
+        if (HasChoice(setting, value))
+            Fail(at + ".value", "this value is there already");
         setting.choices.emplace_back(value, text);
     });
+    CheckKeyword(setting.name, place + ".name");
+    if (setting.base != 10 && setting.base != 16)
+        reader.Bad("base", "10 or 16 is needed");
     if (setting.type != "enum" && setting.type != "int")
         reader.Bad("type", "\"enum\" or \"int\" is needed");
     if ((setting.type == "enum") == setting.choices.empty())
         reader.Bad("choices", "an \"enum\" needs them, an \"int\" has none");
+    if (setting.type == "int" && setting.min > setting.max)
+        reader.Bad("min", "\"max\" is smaller");
+    if (setting.type == "enum" ? !HasChoice(setting, setting.defaultValue)
+                               : setting.defaultValue < setting.min || setting.defaultValue > setting.max)
+        reader.Bad("default", "one of the possible values is needed");
     reader.Finish();
     return setting;
 }
 
+// Names that must differ in more than their case, and are referred to as they are written.
 class Names
 {
   public:
     void Add(const std::string& place, const std::string& name)
     {
-        if (!m_names.insert(name).second)
+        if (!m_folded.insert(Folded(name)).second)
             Fail(place, "\"" + name + "\" is there already");
+        m_names.insert(name);
     }
     bool Has(const std::string& name) const { return m_names.count(name) != 0; }
 
   private:
+    std::set<std::wstring> m_folded;
     std::set<std::string> m_names;
 };
 
@@ -215,6 +281,7 @@ void CheckTogether(const LabHost& host)
     Names adapters;
     Names members;
     Names vlans;
+    Names templates;
     for (size_t index = 0; index < host.adapters.size(); ++index)
     {
         parents.Add(At("adapters", index) + ".name", host.adapters[index].name);
@@ -242,6 +309,8 @@ void CheckTogether(const LabHost& host)
         vlans.Add(At("vlans", index) + ".id", vlan.parent + "/" + std::to_string(vlan.id));
         vlans.Add(At("vlans", index) + ".name", vlan.parent + " - " + vlan.name);
     }
+    for (size_t index = 0; index < host.templates.size(); ++index)
+        templates.Add(At("templates", index) + ".name", host.templates[index].name);
 }
 } // namespace
 
@@ -253,7 +322,7 @@ LabHost ParseHost(const std::string& text)
     {
         json = Json::parse(text);
     }
-    catch (const Json::parse_error& error)
+    catch (const Json::exception& error)
     {
         throw HostFileError(std::string("this is not JSON: ") + error.what());
     }

@@ -37,6 +37,7 @@ struct LabAdapter
     bool standardKeywords = true;
     bool hyperV = false;
     bool dhcp = true;
+    bool rebootNeeded = false;                     // changes of the device wait for a restart of the system
     std::optional<bool> vmq;                       // nothing: the device has no such queues
     std::vector<int> jumboFrames;                  // choices in bytes; none: no jumbo frames
     std::map<std::string, std::string> parameters; // text values of the driver key

@@ -33,33 +33,52 @@ bool SetVmq(const CRavString& guid, bool on)
     return LabSetText(LabInstancePath(guid), L"*VMQ", on ? L"1" : L"0");
 }
 
+bool SetLoaded(const CRavString& guid, bool on)
+{
+    return LabSetNumber(LabPath(LAB_DEVICES, guid), L"Problem", on ? 0 : PROBLEM_NOT_LOADED);
+}
+
+bool SetRebootNeeded(const CRavString& guid, bool on)
+{
+    return LabSetNumber(LabPath(LAB_DEVICES, guid), LAB_REBOOT_NEEDED, on);
+}
+
+bool SetDhcp(const CRavString& guid, bool on)
+{
+    return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), L"EnableDHCP", on);
+}
+
+bool SetSupportsVlans(const CRavString& guid, bool on)
+{
+    return LabSetNumber(LabPath(LAB_TEAMS, guid), L"SupportsVlans", on);
+}
+
+// Kinds of targets; a property may be of several.
+constexpr unsigned ADAPTER = 1;
+constexpr unsigned TEAM = 2;
+constexpr unsigned VLAN = 4;
+
 struct Property
 {
     const char* name;
-    bool ofTeams;
+    unsigned kinds;
     Setter set;
 };
 
 const std::vector<Property>& Properties()
 {
     static const std::vector<Property> properties = {
-        {"driverLoaded", false,
-         [](const CRavString& guid, bool on) {
-             return LabSetNumber(LabPath(LAB_DEVICES, guid), L"Problem", on ? 0 : PROBLEM_NOT_LOADED);
-         }},
-        {"vmq", false, SetVmq},
-        {"hyperV", false, SetBinding},
-        {"corvo", false, Flag(L"Corvo")},
-        {"vlansOnPort", false, Flag(L"VlansOnPort")},
-        {"virtualDevice", false, Flag(L"VirtualDevice")},
-        {"driverSupportsVlans", false, Flag(L"Vorn")},
-        {"xmsRule", false, Flag(L"XmsRule")},
-        {"dhcp", false,
-         [](const CRavString& guid, bool on) {
-             return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), L"EnableDHCP", on);
-         }},
-        {"supportsVlans", true,
-         [](const CRavString& guid, bool on) { return LabSetNumber(LabPath(LAB_TEAMS, guid), L"SupportsVlans", on); }},
+        {"driverLoaded", ADAPTER | VLAN, SetLoaded},
+        {"hyperV", ADAPTER | VLAN, SetBinding},
+        {"rebootNeeded", ADAPTER | VLAN, SetRebootNeeded},
+        {"vmq", ADAPTER, SetVmq},
+        {"corvo", ADAPTER, Flag(L"Corvo")},
+        {"vlansOnPort", ADAPTER, Flag(L"VlansOnPort")},
+        {"virtualDevice", ADAPTER, Flag(L"VirtualDevice")},
+        {"driverSupportsVlans", ADAPTER, Flag(L"Vorn")},
+        {"xmsRule", ADAPTER, Flag(L"XmsRule")},
+        {"dhcp", ADAPTER, SetDhcp},
+        {"supportsVlans", TEAM, SetSupportsVlans},
     };
     return properties;
 }
@@ -67,7 +86,7 @@ const std::vector<Property>& Properties()
 struct Target
 {
     CRavString guid;
-    bool isTeam = false;
+    unsigned kind;
 };
 
 // VLANs can be bound to the Hyper-V switch, too.
@@ -93,25 +112,36 @@ bool IsNamed(const CRavString& guid, const CRavString& name)
     return guid.CompareI(name) || LabDisplayName(guid).CompareI(name) || (number != nullptr && name == number + 1);
 }
 
+std::vector<Target> Targets()
+{
+    std::vector<Target> targets;
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
+        targets.push_back({guid, ADAPTER});
+    for (const CRavString& guid : LabList(LAB_KEY, LAB_TEAM_ORDER))
+        targets.push_back({guid, TEAM});
+    for (const CRavString& guid : VlanKeys())
+        targets.push_back({guid, VLAN});
+    return targets;
+}
+
 Target FindTarget(const std::string& name)
 {
     const CRavString wide = FromUtf8(name);
-    for (const CRavString& guid : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
+    std::vector<Target> found;
+    for (const Target& target : Targets())
     {
-        if (IsNamed(guid, wide))
-            return {guid, false};
+        if (IsNamed(target.guid, wide) ||
+            (target.kind == TEAM && LabText(LabPath(LAB_TEAMS, target.guid), L"Name").CompareI(wide)))
+            found.push_back(target);
     }
-    for (const CRavString& guid : LabList(LAB_KEY, LAB_TEAM_ORDER))
-    {
-        if (IsNamed(guid, wide) || LabText(LabPath(LAB_TEAMS, guid), L"Name").CompareI(wide))
-            return {guid, true};
-    }
-    for (const CRavString& guid : VlanKeys())
-    {
-        if (IsNamed(guid, wide))
-            return {guid, false};
-    }
-    throw LabError("there is no adapter, team or VLAN called \"" + name + "\"");
+    if (found.empty())
+        throw LabError("there is no adapter, team or VLAN called \"" + name + "\"");
+    if (found.size() == 1)
+        return found.front();
+    std::string candidates;
+    for (const Target& target : found)
+        candidates += "\n  " + ToUtf8(target.guid) + "  " + ToUtf8(LabDisplayName(target.guid));
+    throw LabError("\"" + name + "\" is the name of several; use a key:" + candidates);
 }
 
 bool ParseFlag(const std::string& value)
@@ -138,7 +168,7 @@ void RunSet(const std::string& name, const std::string& property, const std::str
     std::string possible;
     for (const Property& candidate : Properties())
     {
-        if (candidate.ofTeams != target.isTeam)
+        if ((candidate.kinds & target.kind) == 0)
             continue;
         if (property == candidate.name)
         {

@@ -6,6 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <functional>
 
 using Json = nlohmann::ordered_json;
@@ -170,6 +171,13 @@ std::string Plain(const Json& value)
     return text.empty() ? "-" : text;
 }
 
+// In characters: bytes that go on with one do not count.
+size_t Width(const std::string& text)
+{
+    return static_cast<size_t>(
+        std::count_if(text.begin(), text.end(), [](unsigned char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
 void ShowTable(const char* title, const Json& rows)
 {
     Write(std::string(title) + "\n");
@@ -184,9 +192,9 @@ void ShowTable(const char* title, const Json& rows)
     std::vector<size_t> widths;
     for (const std::string& name : names)
     {
-        size_t width = name.size();
+        size_t width = Width(name);
         for (const Json& row : rows)
-            width = std::max(width, Plain(row[name]).size());
+            width = std::max(width, Width(Plain(row[name])));
         widths.push_back(width);
     }
     const auto line = [&](const std::function<std::string(const std::string&)>& cell) {
@@ -194,8 +202,7 @@ void ShowTable(const char* title, const Json& rows)
         for (size_t column = 0; column < names.size(); ++column)
         {
             const std::string value = cell(names[column]);
-            text +=
-                " " + value + std::string(widths[column] > value.size() ? widths[column] - value.size() + 1 : 1, ' ');
+            text += " " + value + std::string(widths[column] - std::min(widths[column], Width(value)) + 1, ' ');
         }
         text.erase(text.find_last_not_of(' ') + 1);
         Write(text + "\n");
@@ -213,7 +220,8 @@ void RunShow(bool json)
     const Json host = HostToJson();
     if (json)
     {
-        Write(host.dump(2) + "\n");
+        // What the driver was sent may be any bytes.
+        Write(host.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
         return;
     }
     ShowTable("Adapters", host["adapters"]);

@@ -20,6 +20,7 @@ inline constexpr wchar_t LAB_WRITE_LOCK_FILE[] = L"netcfg.lock";
 inline constexpr wchar_t LAB_ADAPTER_ORDER[] = L"AdapterOrder";
 inline constexpr wchar_t LAB_TEAM_ORDER[] = L"TeamOrder";
 inline constexpr wchar_t LAB_STATE_DIR[] = L"StateDir";
+inline constexpr wchar_t LAB_REBOOT_NEEDED[] = L"RebootNeeded"; // of a device: its changes ask for a restart
 inline constexpr wchar_t LAB_REBOOT_REQUESTED[] = L"RebootRequested";
 
 inline constexpr wchar_t CLASS_KEY[] =
