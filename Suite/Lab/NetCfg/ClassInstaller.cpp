@@ -52,7 +52,18 @@ LSTATUS count(CRegistryKey& key, const wchar_t* name, bool happened)
     return happened ? key.SetNumber(name, key.Number(name).value_or(0) + 1) : ERROR_SUCCESS;
 }
 
-DWORD record(const std::wstring& guid, const STATE_CHANGE& change)
+// What tells the caller that the change takes effect with the next start of the system only.
+DWORD askForRestart(HDEVINFO set, SP_DEVINFO_DATA* device)
+{
+    SP_DEVINSTALL_PARAMS_W params{};
+    params.cbSize = sizeof(params);
+    if (!SetupDiGetDeviceInstallParamsW(set, device, &params))
+        return GetLastError();
+    params.Flags |= DI_NEEDREBOOT;
+    return SetupDiSetDeviceInstallParamsW(set, device, &params) ? NO_ERROR : GetLastError();
+}
+
+DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, const STATE_CHANGE& change)
 {
     CRegistryKey key;
     LSTATUS status = key.Create(std::wstring(labKeyPath) + L"\\Devices\\" + guid);
@@ -63,7 +74,11 @@ DWORD record(const std::wstring& guid, const STATE_CHANGE& change)
     status = count(key, L"Stops", change.bStops);
     if (status == ERROR_SUCCESS)
         status = count(key, L"Starts", change.bStarts);
-    return status == ERROR_SUCCESS ? key.SetNumber(L"Problem", change.iProblem) : status;
+    if (status == ERROR_SUCCESS)
+        status = key.SetNumber(L"Problem", change.iProblem);
+    if (status == ERROR_SUCCESS && key.Number(L"RebootNeeded").value_or(0) != 0)
+        status = askForRestart(set, device);
+    return status;
 }
 
 DWORD changeProperty(HDEVINFO set, SP_DEVINFO_DATA* device)
@@ -76,7 +91,7 @@ DWORD changeProperty(HDEVINFO set, SP_DEVINFO_DATA* device)
     if (params.ClassInstallHeader.InstallFunction != DIF_PROPERTYCHANGE || change == nullptr)
         return ERROR_INVALID_PARAMETER;
     const std::wstring guid = instanceGuid(set, device);
-    return guid.empty() ? ERROR_NO_SUCH_DEVINST : record(guid, *change);
+    return guid.empty() ? ERROR_NO_SUCH_DEVINST : record(set, device, guid, *change);
 }
 
 } // namespace

@@ -107,7 +107,12 @@ HRESULT CNetCfgClass::Install(LPCWSTR id, OBO_TOKEN* token, DWORD, DWORD, LPCWST
         LAB_COMPONENT installed{};
         if (const LSTATUS status = InstallVirtualMiniport(installed); status != ERROR_SUCCESS)
             return HRESULT_FROM_WIN32(status);
-        return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(installed));
+        if (item == nullptr)
+            return S_OK;
+        const HRESULT made = MakeObject<CNetCfgComponent>(item, m_pSession, installed);
+        if (FAILED(made))
+            RemoveVirtualMiniport(installed); // a failed installation leaves nothing behind
+        return made;
     });
 }
 

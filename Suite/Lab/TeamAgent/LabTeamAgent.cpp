@@ -19,6 +19,16 @@ bool IsLoaded(const CRavString& device)
     return LabNumber(LabPath(LAB_DEVICES, device), L"Problem", 0) == 0;
 }
 
+// Without its VLANs a team is what its members carry, and nothing is tagged.
+bool TakeVlansOffMember(const CRavString& team, const CRavString& member)
+{
+    CRavRegKey entry;
+    if (!entry.Open(HKEY_LOCAL_MACHINE, LabPath(XMS_ADAPTERS_KEY, member), true))
+        return entry.LastResult() == ERROR_FILE_NOT_FOUND;
+    return entry.SetValue(L"MiniportBindingList", {CRavString(L"\\Device\\") + team}) &&
+           entry.SetValue(L"MiniportBindingListCount", DWORD{1}) && entry.SetValue(L"TaggingMode", DWORD{0});
+}
+
 // The lab's team agent: teams as the registry has them. What it is told it notes down where it can be looked at.
 class CLabTeamAgent final : public CRavTeamAgentPvtIntf
 {
@@ -88,18 +98,32 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
     CResult NotifyLastVlanOnTeamRemoved(const CRavString& strTeam, const CRavString& strVlan,
                                         DWORD /*dwReserved*/) override
     {
+        std::vector<CRavString> members;
+        if (!GetTeamMembers(strTeam, members).Succeeded())
+            return CResult(ERROR_FILE_NOT_FOUND);
         const DWORD count = LabNumber(TeamPath(strTeam), L"LastVlanNotices", 0);
-        return LabHasKey(TeamPath(strTeam)) && LabSetNumber(TeamPath(strTeam), L"LastVlanNotices", count + 1) &&
-                       LabSetText(TeamPath(strTeam), L"LastVlan", strVlan)
-                   ? CResult::Success()
-                   : CResult(ERROR_FILE_NOT_FOUND);
+        bool done = LabSetNumber(TeamPath(strTeam), L"LastVlanNotices", count + 1) &&
+                    LabSetText(TeamPath(strTeam), L"LastVlan", strVlan);
+        for (const CRavString& member : members)
+            done = TakeVlansOffMember(strTeam, member) && done;
+        return done ? CResult::Success() : CResult();
     }
 };
 } // namespace
 
+// The module is loaded for one question and freed again. It stays all the same, or its trace log would begin anew with
+// each.
+static int StayAndTrace()
+{
+    HMODULE module = nullptr;
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                       reinterpret_cast<const wchar_t*>(&StayAndTrace), &module);
+    return RavTrace().Configure(L"TEAM_AGENT", L"TeamAgent.txt", 1, 0, 0, nullptr);
+}
+
 extern "C" CRavTeamAgentPvtIntf* GetTeamAgentPvt()
 {
     static CLabTeamAgent agent;
-    [[maybe_unused]] static const int traced = RavTrace().Configure(L"TEAM_AGENT", L"TeamAgent.txt", 1, 0, 0, nullptr);
+    [[maybe_unused]] static const int traced = StayAndTrace();
     return &agent;
 }

@@ -9,6 +9,7 @@
 #define NEW_VLAN_SIZE 258u
 #define NEW_VLAN_NAME_SIZE 256u
 #define ADAPTER_CHARACTERS 40u
+#define LAST_REQUEST 9999u
 
 /* Shared with the suite's common library. */
 struct oid_header
@@ -18,7 +19,7 @@ struct oid_header
     ULONG length;
 };
 
-static LONG g_requests;
+static ULONG g_requests;
 
 static NTSTATUS Complete(IRP *irp, NTSTATUS status)
 {
@@ -75,23 +76,48 @@ static void NameOfRequest(WCHAR (*name)[5], ULONG number)
     (*name)[4] = 0;
 }
 
-static NTSTATUS KeepRequest(void *buffer, ULONG size)
+static NTSTATUS OpenRequests(HANDLE *key)
 {
     static WCHAR path[] = L"\\Registry\\Machine\\SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters\\Requests";
-    UNICODE_STRING key_name;
-    UNICODE_STRING value_name;
+    UNICODE_STRING name;
     OBJECT_ATTRIBUTES attributes;
+
+    RtlInitUnicodeString(&name, path);
+    InitializeObjectAttributes(&attributes, &name, OBJ_CASE_INSENSITIVE | OBJ_KERNEL_HANDLE, NULL, NULL);
+    return ZwCreateKey(key, KEY_QUERY_VALUE | KEY_SET_VALUE, &attributes, 0, NULL, REG_OPTION_NON_VOLATILE, NULL);
+}
+
+/* The key outlives the driver: requests of before stay, and the next one follows them. */
+static ULONG CountRequests(HANDLE key)
+{
+    UNICODE_STRING value_name;
+    WCHAR name[5];
+    ULONG number;
+    ULONG size;
+
+    for (number = 0; number < LAST_REQUEST; ++number)
+    {
+        NameOfRequest(&name, number + 1);
+        RtlInitUnicodeString(&value_name, name);
+        if (ZwQueryValueKey(key, &value_name, KeyValueBasicInformation, NULL, 0, &size) == STATUS_OBJECT_NAME_NOT_FOUND)
+            break;
+    }
+    return number;
+}
+
+static NTSTATUS KeepRequest(void *buffer, ULONG size)
+{
+    UNICODE_STRING value_name;
     WCHAR name[5];
     HANDLE key;
-    NTSTATUS status;
+    NTSTATUS status = OpenRequests(&key);
 
-    NameOfRequest(&name, (ULONG)InterlockedIncrement(&g_requests));
-    RtlInitUnicodeString(&key_name, path);
-    RtlInitUnicodeString(&value_name, name);
-    InitializeObjectAttributes(&attributes, &key_name, OBJ_CASE_INSENSITIVE | OBJ_KERNEL_HANDLE, NULL, NULL);
-    status = ZwCreateKey(&key, KEY_SET_VALUE, &attributes, 0, NULL, REG_OPTION_NON_VOLATILE, NULL);
     if (!NT_SUCCESS(status))
         return status;
+    if (g_requests == 0)
+        g_requests = CountRequests(key);
+    NameOfRequest(&name, ++g_requests);
+    RtlInitUnicodeString(&value_name, name);
     status = ZwSetValueKey(key, &value_name, 0, REG_BINARY, buffer, size);
     ZwClose(key);
     return status;
