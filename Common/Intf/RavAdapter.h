@@ -27,8 +27,9 @@ class CRavAdapter
     CRavAdapter(const CRavAdapter&) = delete;
     CRavAdapter& operator=(const CRavAdapter&) = delete;
 
-    // Finds the adapter in the network configuration and prepares its component, its driver and its settings object.
-    // Code 0 when it was found; otherwise the object stays empty. The session is used during the call only.
+    // Finds the adapter, by its connection and else in the network configuration, and prepares its component, its
+    // driver and its settings object. Code 0 when it was found; otherwise the object is empty, also when it was not
+    // before. The session is used during the call only.
     CResult Initialize(CRavNetCfgInterface& netCfg);
 
     const CRavString& GetMiniportInstance() const { return m_strInstance; }

@@ -10,9 +10,10 @@
 
 // One session with the Windows network configuration (INetCfg).
 //
-// Used by one thread at a time, in a COM apartment of the caller's. Component objects that were found through a session
-// stay valid until its write lock is taken or given back, or the session is uninitialised: each of these starts a new
-// view of the configuration.
+// Used by one thread at a time. The session enters a COM apartment for the thread that initialises it, unless that
+// thread is in one already, and leaves it again when the same thread ends the session. Component objects that were
+// found through a session stay valid until its write lock is taken or given back, or the session is uninitialised: each
+// of these starts a new view of the configuration.
 class CRavNetCfgInterface
 {
   public:
@@ -63,6 +64,8 @@ class CRavNetCfgInterface
     bool IsLockedForWrite() const { return m_iWriteLocks > 0; }
 
   private:
+    void EnterApartment();
+    void LeaveApartment();
     HRESULT StartView();
     HRESULT EndView();
     HRESULT GiveLockBack();
@@ -72,4 +75,5 @@ class CRavNetCfgInterface
     bool m_bViewStarted = false;
     int m_iWriteLocks = 0;
     bool m_bNeedsReboot = false;
+    DWORD m_dwApartmentThread = 0; // 0: no apartment to leave
 };

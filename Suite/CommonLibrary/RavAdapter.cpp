@@ -131,6 +131,7 @@ bool CRavAdapter::CreateNetCfgComponentObj(CRavNetCfgInterface& netCfg)
 {
     bool done = false;
     const CRavTraceScope trace(L"CRavAdapter::CreateNetCfgComponentObj", &done);
+    SetMiniportInstance(m_strInstance);
     CRavString device = DeviceOfConnection(m_strInstance);
     CRavString path = DriverKeyOfDevice(device, m_strInstance);
     if (path.IsEmpty())

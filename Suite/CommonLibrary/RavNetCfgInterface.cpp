@@ -32,8 +32,12 @@ HRESULT CRavNetCfgInterface::Initialize()
 {
     HRESULT status = S_FALSE;
     const CRavTraceScope trace(L"CRavNetCfgInterface::Initialize", &status);
-    if (!m_bViewStarted)
-        status = StartView();
+    if (m_bViewStarted)
+        return status;
+    EnterApartment();
+    status = StartView();
+    if (FAILED(status) && !m_pNetCfg)
+        LeaveApartment();
     return status;
 }
 
@@ -48,7 +52,23 @@ HRESULT CRavNetCfgInterface::UnInitialize()
         GiveLockBack();
     m_iWriteLocks = 0;
     m_pNetCfg.Reset();
+    LeaveApartment();
     return status;
+}
+
+// A thread that is in an apartment already stays in its own, whichever kind that is.
+void CRavNetCfgInterface::EnterApartment()
+{
+    if (m_dwApartmentThread == 0 && SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+        m_dwApartmentThread = GetCurrentThreadId();
+}
+
+void CRavNetCfgInterface::LeaveApartment()
+{
+    // Another thread has no part in it.
+    if (m_dwApartmentThread == GetCurrentThreadId())
+        CoUninitialize();
+    m_dwApartmentThread = 0;
 }
 
 HRESULT CRavNetCfgInterface::StartView()
