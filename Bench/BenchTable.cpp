@@ -20,6 +20,14 @@ double TimeOf(const std::function<void()>& work, int calls)
         work();
     return (Seconds() - start) * 1e9 / calls;
 }
+
+std::string TimeText(double nanoseconds)
+{
+    char text[32];
+    const bool isLong = nanoseconds >= 1e7;
+    std::snprintf(text, sizeof(text), "%.2f %s", nanoseconds / (isLong ? 1e6 : 1e3), isLong ? "ms" : "us");
+    return text;
+}
 } // namespace
 
 double BestTime(const std::function<void()>& work, int calls, int rounds)
@@ -41,9 +49,11 @@ BenchPair BestTimes(const std::function<void()>& ours, const std::function<void(
     return best;
 }
 
-size_t CountCalls(const std::function<void()>& work)
+size_t CountCalls(const std::function<void()>& work, HMODULE other)
 {
     CJournal journal;
+    if (other != nullptr)
+        journal.Hook(other);
     journal.Start();
     work();
     journal.Stop();
@@ -54,7 +64,7 @@ size_t CountCalls(const std::function<void()>& work)
 
 void BenchHeading(const std::string& title)
 {
-    std::printf("\n%-52s %12s %12s %7s %6s %11s\n", title.c_str(), "ours", "floor", "ratio", "goal", "calls");
+    std::printf("\n%-52s %12s %12s %7s %6s %13s\n", title.c_str(), "ours", "floor", "ratio", "goal", "calls");
 }
 
 void BenchRow(const std::string& name, const BenchPair& times, double goal, size_t ourCalls, size_t floorCalls)
@@ -66,8 +76,8 @@ void BenchRow(const std::string& name, const BenchPair& times, double goal, size
     if (ourCalls + floorCalls > 0)
         std::snprintf(calls, sizeof(calls), "%u / %u", static_cast<unsigned>(ourCalls),
                       static_cast<unsigned>(floorCalls));
-    std::printf("%-52s %9.2f us %9.2f us %7.3f %6s %11s\n", name.c_str(), times.ours / 1000, times.floor / 1000,
-                times.floor > 0 ? times.ours / times.floor : 0, goalText, calls);
+    std::printf("%-52s %12s %12s %7.3f %6s %13s\n", name.c_str(), TimeText(times.ours).c_str(),
+                TimeText(times.floor).c_str(), times.floor > 0 ? times.ours / times.floor : 0, goalText, calls);
     std::fflush(stdout);
 }
 

@@ -22,8 +22,8 @@ struct BenchPair
 // The same for two, whose rounds take turns.
 BenchPair BestTimes(const std::function<void()>& ours, const std::function<void()>& floor, int calls, int rounds = 15);
 
-// Platform calls of one piece of work.
-size_t CountCalls(const std::function<void()>& work);
+// Platform calls of one piece of work; with another module given, the calls that it makes meanwhile, too.
+size_t CountCalls(const std::function<void()>& work, HMODULE other = nullptr);
 
 void BenchHeading(const std::string& title);
 // goal: the ratio that is meant to be reached; 0 for none.
@@ -31,4 +31,9 @@ void BenchRow(const std::string& name, const BenchPair& times, double goal, size
 void BenchText(const std::string& text);
 
 void BenchFoundation();
-void BenchAgent();
+void BenchInventory();
+void BenchCreation();
+void BenchModule();
+// The part of it that runs in a process of its own, started with this argument: the time in tenths of microseconds, or
+// negative when it failed.
+int RunFresh(const char* what);
