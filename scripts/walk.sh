@@ -36,8 +36,8 @@ snapshot() {
     local key
     for key in "${keys[@]}"; do
         # A key that is not there has nothing to show.
-        LC_ALL=C.UTF-8 scripts/wine.sh reg query "HKLM\\SYSTEM\\CurrentControlSet\\$key" /s 2>/dev/null </dev/null || true
-    done | tr -d '\r' | grep -av '^reg: ' |
+        scripts/wine.sh reg query "HKLM\\SYSTEM\\CurrentControlSet\\$key" /s 2>/dev/null </dev/null || true
+    done | tr -d '\r' | iconv -c -f CP437 -t UTF-8 | grep -v '^reg: ' |
         awk '/^HKEY/ { key = $0; sub(/.*CurrentControlSet\\/, "", key); print key; next }
              NF { sub(/^ +/, ""); print key "  " $0 }' | sort >"$folder/$1.txt"
 }
@@ -46,7 +46,7 @@ snapshot() {
 changes() {
     printf '\n-- registry: %s\n' "$3"
     diff --old-line-format='- %L' --new-line-format='+ %L' --unchanged-line-format='' \
-        "$folder/$1.txt" "$folder/$2.txt" | grep -aE "${4:-.}" || true
+        "$folder/$1.txt" "$folder/$2.txt" | grep -E "${4:-.}" || true
 }
 
 scripts/wine.sh "$bin/lab.exe" down >/dev/null 2>&1 </dev/null || true
