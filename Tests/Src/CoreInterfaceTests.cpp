@@ -18,36 +18,33 @@ namespace
 {
 // Name, result (R: CResult, B: bool, D: DWORD) and arguments (p: by address, d: DWORD, b: bool).
 const char* const OPERATIONS = R"(
-    GetParameter Rpp, SetParameter Rpp, DeleteParameter Rpp, UnloadMiniport Rpp,
-    UnloadMiniportDuringApplyDone Rp, RegisterAgent Rpp, GetPCISlotInfo Rpp, SetTeamMemberName Rpp,
-    GetDisplayName Rpp, VerifyClientID Rp, WaitForApplyDone Bp, GetPermMacAddress Rpp, IsBoundToXMS Rpp,
-    IsBoundToTeam Rpp, AdapterHasLink Rpp, SendOID Rpp, GetAdapterType Rpp, EnumerateAdapters Rp,
-    GetAdapterHardware Rpp, GetAdapterAdvCapabilities Rpp, GetAdapter Rpp, GetAdapter Rppb,
-    GetAdapterStatus Rpp, GetAdapterStatus Rppb, GetAdapterInternalCaps Rpp, GetAdaptersInTeam Rpp,
-    GetSetting Rppp, SetSetting Rppp, IsTeamMemberAdapterPhantom Bp, UpdateERTSettting Rp, StartLock Rpp,
-    DoneLock Rp, IsSNPInstalled B, IsEITEnabledAdapter Bp, GetNDISVersion Dp,
-    GetNdisVersionFromCorvoOid Dp, CheckForAndUnBindFromMacSec Rp, IsiSCSIEnabled Bp, IsiSCSIEnabled Rpp,
-    UsingStandardKeywords Bp, IsSystemiSCSISupported B, GetPCIDeviceInfo Rpp, IsLOM Bp, IsKalvane Bp,
-    IsDeviceiSCSICapable Bp, CheckIf3rdPartySettingExists Bpp, IsDevicePCIExpress Bp,
-    GetHX_AdapterNode Rpp, ReleaseHX_AdapterNode Rp, IsAdapterLoaded Rpp, DoesMAC_HaveTwoFunctions Bp,
-    IsPemra Bp, IsDrosset Bp, IsRuleTrue Bpp, HasCapability Bpd, HasCapability Rpdp,
-    IsHyperV_EnabledOnDevice Rpp, IsDeviceVmqCapable Rpp, IsDeviceVmqEnabled Rpp,
+    GetParameter Rpp, SetParameter Rpp, DeleteParameter Rpp, UnloadMiniport Rpp, UnloadMiniportDuringApplyDone Rp,
+    RegisterAgent Rpp, GetPCISlotInfo Rpp, SetTeamMemberName Rpp, GetDisplayName Rpp, VerifyClientID Rp,
+    WaitForApplyDone Bp, GetPermMacAddress Rpp, IsBoundToXMS Rpp, IsBoundToTeam Rpp, AdapterHasLink Rpp, SendOID Rpp,
+    GetAdapterType Rpp, EnumerateAdapters Rp, GetAdapterHardware Rpp, GetAdapterAdvCapabilities Rpp, GetAdapter Rpp,
+    GetAdapter Rppb, GetAdapterStatus Rpp, GetAdapterStatus Rppb, GetAdapterInternalCaps Rpp, GetAdaptersInTeam Rpp,
+    GetSetting Rppp, SetSetting Rppp, IsTeamMemberAdapterPhantom Bp, UpdateERTSettting Rp, StartLock Rpp, DoneLock Rp,
+    IsSNPInstalled B, IsEITEnabledAdapter Bp, GetNDISVersion Dp, GetNdisVersionFromCorvoOid Dp,
+    CheckForAndUnBindFromMacSec Rp, IsiSCSIEnabled Bp, IsiSCSIEnabled Rpp, UsingStandardKeywords Bp,
+    IsSystemiSCSISupported B, GetPCIDeviceInfo Rpp, IsLOM Bp, IsKalvane Bp, IsDeviceiSCSICapable Bp,
+    CheckIf3rdPartySettingExists Bpp, IsDevicePCIExpress Bp, GetHX_AdapterNode Rpp, ReleaseHX_AdapterNode Rp,
+    IsAdapterLoaded Rpp, DoesMAC_HaveTwoFunctions Bp, IsPemra Bp, IsDrosset Bp, IsRuleTrue Bpp, HasCapability Bpd,
+    HasCapability Rpdp, IsHyperV_EnabledOnDevice Rpp, IsDeviceVmqCapable Rpp, IsDeviceVmqEnabled Rpp,
     GetDeviceGuidsOfOtherFunctions Rpp, GetReceiveScaleCapabilitiesFlagForAdapter Rpp,
     GetReceiveScaleCapabilitiesReceiveQueuesForAdapter Rpp, GetReceiveScaleParametersFlagForAdapter Rpp,
-    GetReceiveScaleHashFlagForAdapter Rpp, IsDeviceDcbCapable Bp, IsDeviceCorvoDcbCapable Bp,
-    IsDeviceDcbEnabled Bp, IsSystemAndDeviceDcbCapable Bp, IsDeviceFcoeCapable Bp, IsDeviceFcoeEnabled Bp,
-    IsSystemFcoeCapable B, GetHbaTargets Rpp, GetJumboFramesSettingForAdapter Rpp, GetZentraWarnings Rpp,
+    GetReceiveScaleHashFlagForAdapter Rpp, IsDeviceDcbCapable Bp, IsDeviceCorvoDcbCapable Bp, IsDeviceDcbEnabled Bp,
+    IsSystemAndDeviceDcbCapable Bp, IsDeviceFcoeCapable Bp, IsDeviceFcoeEnabled Bp, IsSystemFcoeCapable B,
+    GetHbaTargets Rpp, GetJumboFramesSettingForAdapter Rpp, GetZentraWarnings Rpp,
     GetSettingFromPerformanceProfile Rppdp, IsDeviceCorvo Bp, IsServerDevice Bp, IsDriverSupportingVORN Bp,
-    GetAdapterBootTypeCachedValue Dp, SetAdapterBootTypeCachedValue Rpd,
-    GetIscsiBootInitiatorNameCachedValue Rpp, SetIscsiBootInitiatorNameCachedValue Rpp,
-    GetIscsiBootConfigurationDataCachedValues Rpp, SetIscsiBootConfigurationDataCachedValues Rpp,
-    GetFcoeBootConfigurationDataCachedValues Rpp, SetFcoeBootConfigurationDataCachedValues Rpp,
-    IsDeviceConfiguredForFcoeBoot Bp, IsWmcEnabledOnDevice Bp, IsDeviceWmcCapable Bp, IsVirtualDevice Bp,
-    IsVirtualDeviceWithReadOnlyMAC Bp, IsDriverLoadedCheck Bp, IsTeamingSupportedOnPort Bp,
-    IsVlansSupportedOnPort Bp, IsDeviceOnlySupportingNativeDcb Bp, IsProfile Bp, GetAdapterWarnings Rpp,
-    IsAdapterListCapableOfCommonSpeed Bp, GetListOfSupportedTeamModes Rpp, GetListOfAvailableTeamModes Rpp,
-    WillProfileChangeToCustom Bpp, WillProfileChangeToCustom Rppp, IsNPAREnabled Bp, GetNParIdentifier Dp,
-    QueryReserved Dd, IsDCBIncompatibleFW Bp)";
+    GetAdapterBootTypeCachedValue Dp, SetAdapterBootTypeCachedValue Rpd, GetIscsiBootInitiatorNameCachedValue Rpp,
+    SetIscsiBootInitiatorNameCachedValue Rpp, GetIscsiBootConfigurationDataCachedValues Rpp,
+    SetIscsiBootConfigurationDataCachedValues Rpp, GetFcoeBootConfigurationDataCachedValues Rpp,
+    SetFcoeBootConfigurationDataCachedValues Rpp, IsDeviceConfiguredForFcoeBoot Bp, IsWmcEnabledOnDevice Bp,
+    IsDeviceWmcCapable Bp, IsVirtualDevice Bp, IsVirtualDeviceWithReadOnlyMAC Bp, IsDriverLoadedCheck Bp,
+    IsTeamingSupportedOnPort Bp, IsVlansSupportedOnPort Bp, IsDeviceOnlySupportingNativeDcb Bp, IsProfile Bp,
+    GetAdapterWarnings Rpp, IsAdapterListCapableOfCommonSpeed Bp, GetListOfSupportedTeamModes Rpp,
+    GetListOfAvailableTeamModes Rpp, WillProfileChangeToCustom Bpp, WillProfileChangeToCustom Rppp, IsNPAREnabled Bp,
+    GetNParIdentifier Dp, QueryReserved Dd, IsDCBIncompatibleFW Bp)";
 constexpr size_t COUNT = 106;
 
 using Slot = uint64_t (*)(const void* object, uint64_t, uint64_t, uint64_t, uint64_t);
@@ -70,12 +67,6 @@ uint64_t Receive(const void* object, uint64_t a, uint64_t b, uint64_t c, uint64_
     if (s_round == THROWS)
         throw I;
     return s_answer;
-}
-
-template <size_t... I>
-std::array<Slot, COUNT> CoreAgentTable(std::index_sequence<I...>)
-{
-    return {&Receive<I>...};
 }
 
 // The bits of a register that count.
@@ -127,7 +118,11 @@ TEST(CoreInterface, ForwardsEveryOperation)
 {
     const CPrivateHive hive;
     const CTempFolder folder;
-    const auto table = CoreAgentTable(std::make_index_sequence<COUNT>());
+    const auto table = []<size_t... I>(std::index_sequence<I...>)
+    {
+        return std::array<Slot, COUNT>{&Receive<I>...};
+    }
+    (std::make_index_sequence<COUNT>());
     const Slot* coreAgent = table.data(); // an object that has nothing but its table
     ASSERT_EQ(COUNT, OperationsOfInterface());
     ASSERT_EQ(0, RavTrace().Configure(L"TEST", L"core.txt", 3, 0, 0, nullptr));

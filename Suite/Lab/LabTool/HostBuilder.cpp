@@ -380,6 +380,8 @@ class Builder
             if (adapter.hyperV)
                 switched.push_back(Device(node.guid));
         }
+        // The intermediate driver could carry these: its bindings to them are there, and off.
+        const std::vector<CRavString> plain = ordinary;
         for (const CRavString& guid : m_teamOrder)
             ordinary.push_back(Device(guid));
         for (const CRavString& guid : m_vlanGuids)
@@ -389,7 +391,7 @@ class Builder
             const CRavString path = LabPath(SERVICES_KEY, protocol.service) + L"\\Linkage";
             const CRavString id = protocol.componentId;
             if (id == L"oxmsprotocol")
-                Key(path).List(L"Bind", carried).List(L"Disabled", {});
+                Key(path).List(L"Bind", carried).List(L"Disabled", plain);
             else if (id == L"vms_pp")
                 Key(path).List(L"Bind", switched).List(L"Disabled", {});
             else if (id == L"ms_lldp")
