@@ -225,8 +225,13 @@ CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
         return result = Failed(instance, setting.strName);
     if (!params.Create(instance.GetHKey(), PARAMS, true, false))
         return result = Failed(params, setting.strName);
-    // An older description must not shine through.
-    if (params.SubKeyExists(setting.strName) && !params.DeleteSubKey(setting.strName))
+    // An older description must not shine through, least of all one that cannot be opened.
+    CRavRegKey older;
+    const bool isThere = older.Open(params.GetHKey(), setting.strName, false);
+    if (!isThere && older.LastResult() != ERROR_FILE_NOT_FOUND)
+        return result = Failed(older, setting.strName);
+    older.Close();
+    if (isThere && !params.DeleteSubKey(setting.strName))
         return result = CResult(ERROR_ACCESS_DENIED);
     if (!key.Create(params.GetHKey(), setting.strName, true, false))
         return result = Failed(key, setting.strName);
@@ -318,12 +323,10 @@ CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
     if (!described && refused.LastResult() != ERROR_FILE_NOT_FOUND)
         return result = Failed(refused, strName);
     description.Close();
-    const bool stored = instance.ValueExists(strName);
-    if (!described && !stored)
-        return result = CResult(ERROR_FILE_NOT_FOUND);
     if (described && !params.DeleteSubKey(strName))
         return result = CResult(ERROR_ACCESS_DENIED);
-    if (stored && !instance.DeleteValue(strName))
+    // A described setting may have no value of its own.
+    if (!instance.DeleteValue(strName) && !(described && instance.LastResult() == ERROR_FILE_NOT_FOUND))
         return result = Failed(instance, strName);
     return result = CResult::Success();
 }
