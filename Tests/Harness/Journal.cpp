@@ -329,6 +329,11 @@ FUNCTION s_real[CALL_COUNT];
 CJournal* s_current;
 // While an action runs, this thread's calls are none of the module's.
 thread_local bool s_inAction;
+struct IN_ACTION
+{
+    IN_ACTION() { s_inAction = true; }
+    ~IN_ACTION() { s_inAction = false; } // also when the action throws, as the function it stands for may
+};
 
 struct RULE
 {
@@ -555,10 +560,9 @@ struct HOOK<Index, Style, Subject, Result(Args...)>
             if constexpr (Style != STYLE::Never)
                 fail = CJournalHooks::MustFail(journal, Index, status);
         }
-        s_inAction = true;
+        const IN_ACTION inAction;
         for (const auto& action : due)
             action();
-        s_inAction = false;
         return fail;
     }
 

@@ -4,6 +4,7 @@
 #include "Src/RavAdvancedSettingNames.h"
 #include "Src/RavPointerArray.h"
 #include "Src/RavSetting.h"
+#include "Tests/Harness/OtherSystem.h"
 #include "Tests/Harness/PrivateHive.h"
 
 #include <gtest/gtest.h>
@@ -370,49 +371,20 @@ void CheckSystem(const RAV_TEST_SYSTEM& system)
     }
 }
 
-DWORD RunAs(const wchar_t* version)
-{
-    wchar_t path[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring name = std::wstring(path).substr(std::wstring(path).rfind(L'\\') + 1);
-    const std::wstring key = L"Software\\Wine\\AppDefaults\\" + name;
-    RegSetKeyValueW(HKEY_CURRENT_USER, key.c_str(), L"Version", REG_SZ, version,
-                    static_cast<DWORD>((wcslen(version) + 1) * sizeof(wchar_t)));
-    SetEnvironmentVariableW(L"RAV_TEST_SYSTEM", version);
-
-    std::wstring command = L"\"" + std::wstring(path) + L"\" --gtest_filter=OsVersion.* --gtest_output=";
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof(startup);
-    PROCESS_INFORMATION process = {};
-    DWORD status = ~0u;
-    if (CreateProcessW(path, command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process))
-    {
-        WaitForSingleObject(process.hProcess, INFINITE);
-        GetExitCodeProcess(process.hProcess, &status);
-        CloseHandle(process.hThread);
-        CloseHandle(process.hProcess);
-    }
-    SetEnvironmentVariableW(L"RAV_TEST_SYSTEM", nullptr);
-    RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
-    return status;
-}
-
-// The version a program sees is fixed when it starts, so each system gets a process of its own.
 TEST(OsVersion, AnswersFollowTheSystem)
 {
-    if (GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") == nullptr)
+    if (!CanPose())
         GTEST_SKIP() << "Windows itself cannot pose as another version.";
     const RAV_TEST_SYSTEM systems[] = {{L"win10", true, true, true},
                                        {L"vista", true, true, false},
                                        {L"win2008", true, false, false},
                                        {L"win2003", false, false, false}};
-    wchar_t posing[32] = {};
-    GetEnvironmentVariableW(L"RAV_TEST_SYSTEM", posing, 32);
+    const std::wstring posing = PosesAs();
     for (const RAV_TEST_SYSTEM& system : systems)
     {
-        if (*posing == L'\0')
-            EXPECT_EQ(0u, RunAs(system.version)) << system.version;
-        else if (wcscmp(posing, system.version) == 0)
+        if (posing.empty())
+            EXPECT_EQ(0u, RunAs(system.version, L"OsVersion.*")) << system.version;
+        else if (posing == system.version)
             CheckSystem(system);
     }
 }

@@ -1,0 +1,262 @@
+// A VLAN's advanced settings: from the templates and from its parent's jumbo frames to the registry, on every edition.
+
+#include "Common/Src/OsVersion.h"
+#include "Src/RavSetting.h"
+#include "Tests/Common/ModuleTrace.h"
+#include "Tests/Harness/OtherSystem.h"
+#include "Tests/Src/VlanObjectFixture.h"
+
+namespace
+{
+const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
+CModuleTrace* const s_trace = CModuleTrace::Register();
+
+// Adapters 0001 {1} to 0007 {7}, the team 0008 {8}, and the VLAN 0009.
+const char* const HOST = R"({
+    "adapters": [ { "name": "Three", "mac": "001B21000001", "jumboFrames": [1514, 4088, 9014] },
+                  { "name": "Two", "mac": "001B21000002", "jumboFrames": [1514, 4088] },
+                  { "name": "Also two", "mac": "001B21000003", "jumboFrames": [1514, 9014] },
+                  { "name": "None", "mac": "001B21000004" }, { "name": "Range", "mac": "001B21000005" },
+                  { "name": "Old", "mac": "001B21000006", "jumboFrames": [1514], "standardKeywords": false },
+                  { "name": "Port", "mac": "001B21000007" } ],
+    "teams": [ { "name": "Team", "members": ["Three", "Two"] } ],
+    "vlans": [ { "parent": "Port", "id": 10, "name": "Ten" } ] })";
+const std::string TEMPLATES = R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2\Agents\Kirvel\Settings\)";
+const std::string JUMBO =
+    "*JumboPacket Type=enum Default=9014 ExposeLevel=1 Enum\\1514=Off Enum\\4088=4k Enum\\9014=9k";
+const std::string JUMBO_KEYS = R"(- 0009 *JumboPacket; - 0009\Ndi\Params\*JumboPacket)";
+
+// Values stand as NAME=TEXT, those of a subkey as KEY\NAME=TEXT.
+void AddSetting(CVlanLab& lab, const std::string& text, const std::string& root = TEMPLATES)
+{
+    const std::string key = root + text.substr(0, text.find(' '));
+    for (std::smatch part; const std::string& value : SplitLines(Replaced(text.substr(text.find(' ') + 1), " ", "\n")))
+        if (std::regex_match(value, part, std::regex(R"((.+\\)?(.+)=(.*))")))
+            lab.Change(key + Replaced("\\" + part.str(1), R"(\\$)", "") + ' ' + part.str(2) + " SZ " + part.str(3));
+}
+
+// Choices or range, default and expose level.
+std::string Summary(const RAV_SETTING* setting)
+{
+    std::string text;
+    if (const auto* const choice = dynamic_cast<const RAV_SETTING_ENUM*>(setting))
+        for (const int32_t value : choice->values)
+            text += std::to_string(value) + (value != choice->iDefault ? " " : "! ");
+    if (const auto* const range = dynamic_cast<const RAV_SETTING_INT*>(setting))
+        for (const int32_t value : {range->iMin, range->iMax, range->iDefault})
+            text += std::to_string(value) + ' ';
+    return setting == nullptr ? "none" : text + "level " + std::to_string(setting->ulExposeLevel);
+}
+std::string Stored(CRavXmsVlan& vlan, const wchar_t* name = L"*JumboPacket")
+{
+    std::unique_ptr<RAV_SETTING> setting;
+    vlan.GetMiniportReg()->GetSetting(name, setting);
+    return Summary(setting.get());
+}
+std::string TeamChoice(CRavXmsVlan& vlan)
+{
+    RAV_SETTING* raw = nullptr;
+    bool found = false;
+    const CResult result = vlan.GetLCDJumboFramesForTeam(vlan.m_strParentKey, &raw, &found);
+    const std::unique_ptr<RAV_SETTING> setting(raw);
+    EXPECT_EQ(found && result.Succeeded(), setting != nullptr);
+    return result.Succeeded() ? Summary(raw) : "fails";
+}
+bool IsServer()
+{
+    return !PosesAs().empty() || !COSType::IsWorkstation();
+}
+} // namespace
+
+TEST(VlanSettings, TemplatesBecomeTheDriversSettings)
+{
+    CVlanLab lab(HOST);
+    for (const char* const text :
+         {"*Empty Type=enum Default=1", "*NoNumbers Type=enum Enum\\x=Off", "*NoType Default=1", "*Text Type=text",
+          "*Enum Type=ENUM Default=1 ExposeLevel=1 ParamDesc=Flow Enum\\0=Off Enum\\01=On Enum\\1=Twice Enum\\x=Bad",
+          "*Int Type=Int Default=2 Base=10 Max=8 Min=1 Step=1 ParamDesc=Queues Scale=3",
+          "*Other Type=enum Default=7 Enum\\0=Off", "*Wild Type=int Default=99999999999 Max=8x Min=", JUMBO.c_str()})
+        AddSetting(lab, text);
+    const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, "Port", 10);
+    s_trace->Forget();
+    const CRegistryChange change;
+    vlan->CreateVlanAdvancedSettings();
+    const std::string help = R"( HelpText SZ "This setting has been deprecated and is no longer supported.")";
+    const std::string stored = Replaced(CVlanLab::Short(change.Text()), R"(\+ 0009\\Ndi\\Params\\)", "");
+    EXPECT_EQ(R"(+ 0009 *Enum SZ "1"; + 0009 *Int SZ "2"; + 0009 *Other SZ "7"; + 0009 *Wild SZ "2147483647"; )"
+              R"(*Enum Default SZ "1"; *Enum ExposeLevel SZ "1"; *Enum(help); *Enum ParamDesc SZ "Flow"; )"
+              R"(*Enum Type SZ "enum"; *Enum\Enum 0 SZ "Off"; *Enum\Enum 1 SZ "On"; *Int Base SZ "10"; )"
+              R"(*Int Default SZ "2"; *Int(help); *Int Max SZ "8"; *Int Min SZ "1"; *Int ParamDesc SZ "Queues"; )"
+              R"(*Int Scale SZ "3"; *Int Step SZ "1"; *Int Type SZ "int"; *Other Default SZ "7"; *Other(help); )"
+              R"(*Other ParamDesc SZ ""; *Other Type SZ "enum"; *Other\Enum 0 SZ "Off"; )"
+              R"(*Wild Default SZ "2147483647"; *Wild(help); *Wild Max SZ "8"; *Wild Min SZ "0"; )"
+              R"(*Wild ParamDesc SZ ""; *Wild Type SZ "int")",
+              Replaced(stored, help.c_str(), "(help)"));
+    std::string told;
+    for (std::smatch line; const std::string& text : SplitLines(s_trace->Text()))
+        if (std::regex_match(text, line, std::regex("0 C\\S+ - (?!Inside|Setting type)(.*)")))
+            told += line.str(1) + '\n';
+    EXPECT_EQ(Lines(R"(failed to get the enum values - *Empty
+                       choice 1 is there twice
+                       choice x is left out
+                       choice x is left out
+                       failed to get the enum values - *NoNumbers
+                       failed to get the setting type - *NoType
+                       the default 7 is none of the choices - *Other
+                       the value Default is no number: 99999999999, 2147483647 is taken
+                       the value Max is no number: 8x, 8 is taken
+                       the default 2147483647 lies outside the range - *Wild)"),
+              told);
+    AddSetting(lab, "NumRxPackets Type=int");
+    AddSetting(lab, "numTXpackets Type=int");
+    vlan->CreateVlanAdvancedSettings();
+    for (const wchar_t* const name : {L"NumRxPackets", L"NumTxPackets"})
+        EXPECT_EQ(PosesAs() == L"win2003" ? "0 0 0 level 0" : "none", Stored(*vlan, name));
+}
+
+TEST(VlanSettings, JumboFramesGoAsFarAsTheParents)
+{
+    // The members of the team, or the one adapter under the VLAN; what a server creates; the choice for a team.
+    const char* const cases[][3] = {{"{1}", "1514! 4088 9014 level 0", "fails"},
+                                    {"{4}", "none", "fails"},
+                                    {"{5}", "1514 9014 4088 level 0", "fails"},
+                                    {"{6}", "1514! level 0", "fails"},
+                                    {"{1} {2} {3}", "1514 4088! level 0", "1514 4088! level 0"},
+                                    {"{1} {3} {2}", "1514! 9014 level 0", "1514! 9014 level 0"},
+                                    {"{2} {4}", "1514! 4088 level 3", "1514! 4088 level 3"},
+                                    {"{5} {4}", "1514 9014 1514 level 3", "1514 9014 1514 level 3"},
+                                    {"{5} {1}", "1514! 4088 9014 level 0", "1514! 4088 9014 level 0"},
+                                    {"{4} {7}", "1514 4088 9014! level 3", "none"}};
+    CVlanLab lab(HOST);
+    AddSetting(lab, JUMBO);
+    AddSetting(lab, "*JumboPacket Type=int Default=4088 Min=1514 Max=9014", R"(0005\Ndi\Params\)");
+    lab.Change(R"(0002\Ndi\Params\*JumboPacket Default SZ 4088)");
+    for (const auto& [adapters, created, chosen] : cases)
+    {
+        lab.Change(JUMBO_KEYS + R"(; Lab\Teams\{8} Members MULTI_SZ )" + adapters);
+        const bool team = strlen(adapters) > 3;
+        const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, team ? "Team" : "Port", 10);
+        if (!team)
+            vlan->m_strParentKey = Wide(CVlanLab::Long(adapters)).c_str();
+        EXPECT_EQ(chosen, TeamChoice(*vlan)) << adapters;
+        EXPECT_TRUE(vlan->CreateVlanAdvancedSettings().Succeeded()) << adapters;
+        EXPECT_EQ(IsServer() ? created : "none", Stored(*vlan)) << adapters;
+    }
+    const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, "Team", 10);
+    for (const wchar_t* const team : {L"{A0000001-0000-4000-8000-000000000077}", L"no GUID"})
+    {
+        lab.Change(JUMBO_KEYS);
+        vlan->m_strParentKey = team;
+        EXPECT_EQ("fails", TeamChoice(*vlan));
+        EXPECT_EQ(IsServer(), !vlan->CreateVlanAdvancedSettings().Succeeded());
+        EXPECT_EQ("none", Stored(*vlan));
+    }
+    vlan->m_iParentType = RAV_PARENT_UNKNOWN;
+    EXPECT_TRUE(vlan->CreateVlanAdvancedSettings().Succeeded());
+    EXPECT_EQ(IsServer() ? "1514 4088 9014! level 1" : "none", Stored(*vlan));
+}
+
+TEST(VlanSettings, CoreAgentThatThrowsStopsNoOtherTemplate)
+{
+    CVlanLab lab(HOST);
+    AddSetting(lab, JUMBO);
+    AddSetting(lab, "Last Type=int Max=8");
+    CJournal journal(GetModuleHandleW(L"CoreAgent.dll"));
+    bool thrown = true;
+    for (size_t n = 1; thrown; ++n)
+        for (const char* const parent : {"Port", "Team"})
+        {
+            lab.Change(R"(- 0009 Last; - 0009\Ndi\Params\Last)");
+            const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, parent, 10);
+            thrown = false;
+            journal.Before("RegOpenKeyExW", n, [&] {
+                thrown = true;
+                throw std::runtime_error("core agent");
+            });
+            journal.Start();
+            EXPECT_NO_THROW(TeamChoice(*vlan));
+            EXPECT_NO_THROW(vlan->CreateVlanAdvancedSettings());
+            journal.Stop();
+            EXPECT_EQ("", journal.OpenHandles()) << n;
+            EXPECT_EQ("0 8 0 level 0", Stored(*vlan, L"Last")) << n;
+        }
+}
+
+TEST(OtherSystems, HaveTheirSettingsToo)
+{
+    if (!CanPose())
+        GTEST_SKIP() << "Windows itself cannot pose as another version.";
+    for (const wchar_t* const server : {L"win2008", L"win2003"})
+        EXPECT_EQ(0u, RunAs(server, L"VlanSettings.*")) << Utf8(server);
+}
+
+TEST(Resynchronisation, ChoicesEndWithTheTopValue)
+{
+    const std::string cases[][3] = {{"4088", "", "1 1514 4088 level 1"},
+                                    {"9014", "", "1 1514 4088 9014! level 1"},
+                                    {"9999", "", "1 1514 4088 9014! level 1"},
+                                    {"1514", "", "1 1514 4088 9014! level 3"},
+                                    {"4088", JUMBO_KEYS, "0 none"},
+                                    {"4088", "- " + TEMPLATES + "*JumboPacket", "0 none"},
+                                    {"4088", "- " + TEMPLATES + "*JumboPacket\\Enum", "0 none"}};
+    for (const auto& [top, before, after] : cases)
+    {
+        CVlanLab lab(HOST);
+        AddSetting(lab, JUMBO + " Enum\\2000=" + std::string(300, 'A'));
+        AddSetting(lab, "*JumboPacket Type=enum Default=1 Enum\\1=One", R"(0009\Ndi\Params\)");
+        lab.Change(before);
+        const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, "Port", 10);
+        const CResult result = vlan->ReSyncJumboFrameSettingEnumValues(Wide(top).c_str());
+        EXPECT_EQ(after, std::to_string(result.Succeeded()) + ' ' + Stored(*vlan)) << top << before;
+    }
+}
+
+TEST(MiniportReg, NumbersKeepTheirBase)
+{
+    CVlanLab lab(HOST);
+    const std::unique_ptr<CRavXmsVlan> vlan = lab.Load(1, "Port", 10);
+    CRavMiniportReg& settings = *vlan->GetMiniportReg();
+    RAV_SETTING_INT hex;
+    hex.strName = L"*Hex";
+    hex.iBase = 16;
+    hex.iMax = 4095;
+    hex.iDefault = hex.iCurrent = 26;
+    lab.Change(R"(0009\Ndi\Params\*Kept Type SZ int)");
+    const CRegistryChange change;
+    EXPECT_TRUE(settings.CreateSetting(hex).Succeeded());
+    EXPECT_TRUE(settings.SetSetting(L"*Hex", RAV_SETTING_VAL_INT(255)).Succeeded());
+    EXPECT_FALSE(settings.SetSetting(L"*Hex", RAV_SETTING_VAL_INT(4096)).Succeeded());
+    const std::string stored = Replaced(CVlanLab::Short(change.Text()), R"(\\Ndi\\Params\\\*Hex)", "");
+    EXPECT_EQ(
+        R"(+ 0009 *Hex SZ "ff"; + 0009 Base SZ "16"; + 0009 Default SZ "1a"; + 0009 Max SZ "fff"; + 0009 Min SZ "0")"
+        R"(; + 0009 ParamDesc SZ ""; + 0009 Type SZ "int")",
+        stored);
+    std::string current;
+    for (const char* const value : {"SZ ff", "SZ 0x1A", "SZ wild", "DWORD 27", "DWORD 4294967295"})
+    {
+        lab.Change(std::string("0009 *Hex ") + value);
+        std::unique_ptr<RAV_SETTING> setting;
+        EXPECT_TRUE(settings.GetSetting(L"*Hex", setting).Succeeded());
+        current += Utf8(setting->GetDisplayValue()) + ' ';
+    }
+    EXPECT_EQ("255 26 26 27 2147483647 ", current);
+
+    // Success is the whole of it: nothing of an older description shines through, and nothing of a deleted one stays.
+    EXPECT_TRUE(settings.CreateSetting(hex).Succeeded());
+    const std::string created = change.Text();
+    CJournal journal;
+    for (const bool create : {true, false})
+        for (size_t k = 1, failed = true; failed; ++k)
+        {
+            AddSetting(lab, "*Hex Type=enum Step=5 Enum\\9=Old", R"(0009\Ndi\Params\)");
+            lab.Change("0009 *Hex SZ 1");
+            journal.FailCall(k);
+            journal.Start();
+            const bool done = (create ? settings.CreateSetting(hex) : settings.DeleteSetting(L"*Hex")).Succeeded();
+            failed = journal.HasFailed();
+            journal.Stop();
+            EXPECT_EQ("", journal.OpenHandles()) << k;
+            EXPECT_TRUE(done ? change.Text() == (create ? created : "") : failed) << k << ": " << journal.Calls();
+        }
+    EXPECT_EQ(ERROR_FILE_NOT_FOUND, static_cast<LONG>(settings.DeleteSetting(L"*Hex").ulErrCode));
+}
