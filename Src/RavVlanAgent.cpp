@@ -266,6 +266,11 @@ CResult CVlanAgentWin::EnumerateVlansOnParent(const CRavString& strParentKey, st
 {
     CResult result;
     EnumerateVlans(result, strParentKey, vlanKeys);
+    if (result.Succeeded() && MissesListedVlan(strParentKey, vlanKeys))
+    {
+        RavTrace().Print(L"CVlanAgentWin::EnumerateVlansOnParent - a VLAN of %s is missing", strParentKey.c_str());
+        result = CResult();
+    }
     return result;
 }
 

@@ -239,6 +239,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     static void AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
                           const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
+    bool MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
     bool IsBound(const CRavString& strVlanKey);
     void Bind(const std::vector<CRavString>& vlanKeys);
     CResult FindVlan(const CRavString& strVlanKey);

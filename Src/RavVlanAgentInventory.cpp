@@ -181,6 +181,32 @@ void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& str
         RavTrace().Print(L"CVlanAgentWin::EnumVlansPvt1 - Deleting sMiniport");
 }
 
+// What the network configuration does not show, or not now, is missing from an enumeration. Taken at its word, that
+// would turn a parent with VLANs into one without: the first VLAN of a parent replaces, and the last one deletes, what
+// the driver keeps of it.
+bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
+    const size_t prefix = RavName(RAV_NAME_DEVICE).Length();
+    CRavRegKey entry;
+    std::vector<CRavString> bindings;
+    if (netCfg == nullptr ||
+        !entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strParentKey, false) ||
+        !entry.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+        return false;
+    return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
+        const CRavString guid = binding.Length() > prefix ? binding.c_str() + prefix : L"";
+        ComPtr<INetCfgComponent> component;
+        std::vector<CRavString> found;
+        if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }) ||
+            FAILED(netCfg->FindNetworkComponentByGUID(guid, component)) || !component)
+            return false;
+        AddIfVlan(*component.Get(), featuresName, strParentKey, found);
+        return !found.empty();
+    });
+}
+
 CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
 {
     CRavString parent;

@@ -19,7 +19,8 @@ class CRavVlanAgentServices
     virtual CRavCoreAgentPvtIntf* GetCoreInterface() = 0;
     // The team agent, loaded anew; null when there is none. A pointer from an earlier call is no longer valid.
     virtual CRavTeamAgentPvtIntf* LoadTeamAgent() = 0;
-    // The keys of the VLANs whose parent is the given adapter or team, in enumeration order.
+    // The keys of the VLANs whose parent is the given adapter or team, in enumeration order. Fails when a VLAN that the
+    // intermediate driver lists for the adapter, and that is alive, is not among them.
     virtual CResult EnumerateVlansOnParent(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) = 0;
     // Queue a miniport for the passes that run when the transaction is applied.
     virtual void QueueForReload(const CRavString& strMiniportInst) = 0;

@@ -179,8 +179,6 @@ class CRavXmsVlan : public CRavAdapter
   private:
     friend class CRavParentKeyBorrow;
 
-    bool IsPlausible(const std::vector<CRavString>& vlanKeys);
-    bool HasListedVlans();
     HRESULT OpenKeyOf(const CRavString& strGuid);
     HRESULT OpenClassKey(const wchar_t* routine, const CRavString& strGuid);
     bool OpenKeyWithVlanIds(CRavRegKey& key);
@@ -240,6 +238,7 @@ class CRavXmsVlan : public CRavAdapter
     bool RemoveFromBindingList();
     static void GiveBack(CRavNetCfgWriteLock& lock, CResult& result);
     static bool TellLock(const CRavNetCfgWriteLock& lock, CResult& result);
+    static bool LimitBindingCount(CRavRegKey& key, DWORD dwLimit);
     static bool DecreaseBindingCount(CRavRegKey& key);
     bool RemoveIdFromMember(const CRavString& strMember, int iVlanId);
     void UpdateMemberTagging(const CRavString& strMember);

@@ -17,23 +17,6 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanParent";
 constexpr DWORD FEATURE_TEAM = 0x1;
 constexpr DWORD FEATURE_VLAN = 0x8;
 
-// Opens the instance key of a component; the key is closed when that fails.
-void OpenKey(INetCfgComponent& component, CRavRegKey& key)
-{
-    HKEY handle = nullptr;
-    if (SUCCEEDED(component.OpenParamKey(&handle)))
-        key = handle;
-}
-
-// Whether the miniport of the key is a VLAN over the parent.
-bool IsVlanOver(CRavRegKey& key, const CRavString& parent)
-{
-    DWORD features = 0;
-    CRavString over;
-    return key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && (features & FEATURE_VLAN) != 0 &&
-           key.GetValue(RavName(RAV_NAME_VLAN_PARENT_KEY), over) && over.CompareI(parent);
-}
-
 bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
 {
     return std::any_of(keys.begin(), keys.end(), [&](const CRavString& other) { return other.CompareI(key); });
@@ -64,7 +47,9 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
         return result;
     CRavRegKey key;
     DWORD features = 0;
-    OpenKey(*component.Get(), key);
+    HKEY handle = nullptr;
+    if (SUCCEEDED(component->OpenParamKey(&handle)))
+        key = handle;
     // A team whose key cannot be read must not be taken for an adapter.
     if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)
         return result;
@@ -94,7 +79,9 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
         }
     }
     std::vector<CRavString> keys;
-    if (!m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded() || !IsPlausible(keys))
+    // Once this VLAN exists it has to be among them.
+    if (!m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded() ||
+        !(m_strVlanNetCfgInstanceId.IsEmpty() || Contains(keys, m_strVlanNetCfgInstanceId)))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of %s cannot be counted.", m_strParentKey.c_str());
         return false;
@@ -107,37 +94,6 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
                      iCount == 0 ? L"s" : L"");
     done = true;
     return done;
-}
-
-// A network configuration that cannot be had enumerates as empty. Taken at its word, that would turn a parent with
-// VLANs into one without: the first VLAN of a parent replaces, and the last one deletes, what the driver keeps of it.
-bool CRavXmsVlan::IsPlausible(const std::vector<CRavString>& vlanKeys)
-{
-    if (!m_strVlanNetCfgInstanceId.IsEmpty())
-        return Contains(vlanKeys, m_strVlanNetCfgInstanceId);
-    return !vlanKeys.empty() || !HasListedVlans();
-}
-
-// Whether the driver's entry of the parent lists a VLAN that is alive.
-bool CRavXmsVlan::HasListedVlans()
-{
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    const CRavString device = RavName(RAV_NAME_DEVICE);
-    CRavRegKey entry;
-    std::vector<CRavString> bindings;
-    if (netCfg == nullptr ||
-        !entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey, false) ||
-        !entry.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
-        return false;
-    return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
-        ComPtr<INetCfgComponent> component;
-        CRavRegKey key;
-        if (binding.Length() <= device.Length() ||
-            FAILED(netCfg->FindNetworkComponentByGUID(binding.c_str() + device.Length(), component)) || !component)
-            return false;
-        OpenKey(*component.Get(), key);
-        return IsVlanOver(key, m_strParentKey);
-    });
 }
 
 bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavString>& members)

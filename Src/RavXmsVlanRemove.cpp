@@ -350,12 +350,19 @@ bool CRavXmsVlan::RemoveFromBindingList()
         RavTrace().Print(L"Size of MiniportBndgLst strCollection: %d", static_cast<int>(bindings.size()));
         const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
         const bool listed = std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; }) > 0;
-        // Taken out, and counted, by a removal that was interrupted.
+        // Taken out by a removal that was interrupted, perhaps before it was counted.
         if (!listed)
-            return true;
+            return LimitBindingCount(key, static_cast<DWORD>(bindings.size()));
         done = key.SetValue(name, bindings);
     }
     return DecreaseBindingCount(key) && done;
+}
+
+bool CRavXmsVlan::LimitBindingCount(CRavRegKey& key, DWORD dwLimit)
+{
+    const CRavString name = RavName(RAV_NAME_BINDING_LIST_COUNT);
+    DWORD count = 0;
+    return key.GetValue(name, count) && (count <= dwLimit || key.SetValue(name, dwLimit));
 }
 
 // A count of 1 or less cannot be right here: it is kept, and the update fails.
