@@ -1,11 +1,11 @@
 #include "Tests/Harness/TraceFile.h"
 
 #include <windows.h>
+#include <share.h>
 
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <system_error>
 
@@ -45,18 +45,32 @@ bool FileExists(const std::wstring& path)
     return GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-std::string FileText(const std::wstring& path)
+size_t FileSize(const std::wstring& path)
 {
-    std::ifstream file(std::filesystem::path(path), std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    return GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data) ? data.nFileSizeLow : 0;
 }
 
-std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path)
+std::string FileText(const std::wstring& path, size_t offset)
+{
+    std::string text;
+    FILE* const file = _wfsopen(path.c_str(), L"rb", _SH_DENYNO);
+    if (file == nullptr)
+        return text;
+    fseek(file, static_cast<long>(offset), SEEK_SET);
+    char part[4096];
+    for (size_t size = fread(part, 1, sizeof(part), file); size != 0; size = fread(part, 1, sizeof(part), file))
+        text.append(part, size);
+    fclose(file);
+    return text;
+}
+
+std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path, size_t offset)
 {
     static const std::regex columns("([^\t]*)\tPID:([0-9a-f]+)\tTID:([0-9a-f]+)\t\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d\t"
                                     "\\([0-9A-F]+\\)\tTIER (-?\\d+)\t\t");
     std::vector<RAV_TRACE_LINE> lines;
-    const std::string text = FileText(path);
+    const std::string text = FileText(path, offset);
     for (size_t start = 0; start < text.size();)
     {
         const size_t end = text.find("\r\n", start);
@@ -73,11 +87,10 @@ std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path)
     return lines;
 }
 
-std::string TraceText(const std::wstring& path, size_t first)
+std::string TraceText(const std::wstring& path, size_t offset)
 {
     std::string text;
-    const std::vector<RAV_TRACE_LINE> lines = TraceLines(path);
-    for (size_t i = first; i < lines.size(); ++i)
-        text += std::to_string(lines[i].tier) + ' ' + lines[i].message + '\n';
+    for (const RAV_TRACE_LINE& line : TraceLines(path, offset))
+        text += std::to_string(line.tier) + ' ' + line.message + '\n';
     return text;
 }

@@ -32,9 +32,10 @@ struct RAV_TRACE_LINE
 };
 
 bool FileExists(const std::wstring& path);
-// A file that does not exist reads as empty.
-std::string FileText(const std::wstring& path);
+size_t FileSize(const std::wstring& path);
+// What stands from the offset on. A file that does not exist reads as empty.
+std::string FileText(const std::wstring& path, size_t offset = 0);
 // A line that hasn't the columns of the log has MALFORMED and the line itself as its message.
-std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path);
-// "TIER message" of each line from the one numbered `first` on.
-std::string TraceText(const std::wstring& path, size_t first = 0);
+std::vector<RAV_TRACE_LINE> TraceLines(const std::wstring& path, size_t offset = 0);
+// "TIER message" of each line from the offset on.
+std::string TraceText(const std::wstring& path, size_t offset = 0);
