@@ -13,6 +13,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <regex>
 
@@ -40,6 +41,36 @@ class CLabServer : public testing::Environment
 
   private:
     DWORD m_cookie = 0;
+};
+
+// Another function in one slot of an interface, for as long as one of these lives.
+class CSlot
+{
+  public:
+    using FUNCTION = void (*)();
+
+    template <typename Function>
+    CSlot(void* object, size_t slot, Function* function)
+        : m_slot(*static_cast<FUNCTION**>(object) + slot), m_original(*m_slot)
+    {
+        Write(reinterpret_cast<FUNCTION>(function));
+    }
+    ~CSlot() { Write(m_original); }
+    CSlot(const CSlot&) = delete;
+    CSlot& operator=(const CSlot&) = delete;
+    FUNCTION Original() const { return m_original; }
+
+  private:
+    void Write(FUNCTION function) const
+    {
+        DWORD protection = 0;
+        VirtualProtect(m_slot, sizeof(*m_slot), PAGE_READWRITE, &protection);
+        *m_slot = function;
+        VirtualProtect(m_slot, sizeof(*m_slot), protection, &protection);
+    }
+
+    FUNCTION* m_slot;
+    FUNCTION m_original;
 };
 
 inline const char* const SMALL_HOST = R"({
@@ -200,6 +231,26 @@ class CLabHost
                 readable += line + "\n";
         }
         return Lines(readable);
+    }
+
+    // The lines that only one of two texts has: "- " and the line, or "+ " and the line.
+    static std::string Delta(const std::string& before, const std::string& after)
+    {
+        const std::vector<std::string> old = SplitLines(before);
+        const std::vector<std::string> now = SplitLines(after);
+        std::string delta;
+        for (const std::string& line : old)
+            delta += std::count(now.begin(), now.end(), line) == 0 ? "- " + line + "\n" : "";
+        for (const std::string& line : now)
+            delta += std::count(old.begin(), old.end(), line) == 0 ? "+ " + line + "\n" : "";
+        return delta;
+    }
+    // Takes a value, or a whole key, out of the hive.
+    static void Delete(const std::string& path, const wchar_t* value = nullptr)
+    {
+        const std::wstring key = Wide(Expand(path));
+        EXPECT_EQ(ERROR_SUCCESS, value != nullptr ? RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, key.c_str(), value)
+                                                  : RegDeleteTreeW(HKEY_LOCAL_MACHINE, key.c_str()));
     }
 
   private:

@@ -1,0 +1,483 @@
+// The agent itself: its start, what it lists and reads, the passes of an applied transaction, and the module as its
+// clients have it.
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Tests/Common/ModuleTrace.h"
+#include "Tests/Src/LabFixture.h"
+
+#include <atomic>
+#include <cstring>
+#include <thread>
+
+namespace
+{
+const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
+CModuleTrace* const s_trace = CModuleTrace::Register();
+
+// Its VLANs have the instance numbers 0003, 0004 and 0005.
+const char* const VLAN_HOST = R"({
+    "adapters": [ { "name": "Port A", "mac": "001B21000001" }, { "name": "Port B", "mac": "001B21000002" } ],
+    "vlans": [ { "parent": "Port A", "id": 10, "name": "Ten" }, { "parent": "Port A", "id": 0, "name": "Zero" },
+               { "parent": "Port B", "id": 20, "name": "Twenty" } ]
+})";
+
+CRavString LowerCase(CRavString text)
+{
+    text.MakeLower();
+    return text;
+}
+
+// The lines traced since the last Forget that hold one of the words.
+std::string Traced(const std::string& words)
+{
+    std::string text;
+    for (const std::string& line : SplitLines(s_trace->Text()))
+        if (std::regex_search(line, std::regex(words)))
+            text += line.substr(line.find(' ') + 1) + "\n";
+    return text;
+}
+
+std::string Record(CLabHost& host, const CRavString& key)
+{
+    CResult result;
+    RAV_VLAN_INFO info;
+    host.Agent().ClearVlanCache();
+    host.Agent().GetVlanInfo(result, key, info);
+    std::ostringstream text;
+    text << result.ulErrCode << " " << info.vlanId << "|" << Utf8(info.vlanName) << "|" << Utf8(info.displayName) << "|"
+         << info.vlanType << "|" << info.supportedFeatures << "|" << info.logicalGroupId << "|"
+         << (info.xmsMiniportKey == key ? "own" : Utf8(info.xmsMiniportKey)) << "|" << info.jumboPacket;
+    return text.str();
+}
+
+[[noreturn]] void Throw()
+{
+    throw std::runtime_error("a core agent that misbehaves");
+}
+
+// An agent that notes what the passes ask of it; "!" when the restart flag comes in set.
+class CNotingAgent final : public CRavNetAgentPvt
+{
+  public:
+    void UnloadDeviceMiniport(CResult& result, const CRavString& name, bool& reboot) override
+    {
+        Note("unload ", result, name, reboot);
+    }
+    void LoadDeviceMiniport(CResult& result, const CRavString& name, bool& reboot) override
+    {
+        Note("load ", result, name, reboot);
+    }
+    std::string m_notes;
+
+  private:
+    void Note(const char* what, CResult& result, const CRavString& name, bool& reboot)
+    {
+        m_notes += what + Utf8(name) + (reboot ? "! " : " ");
+        reboot = reboot || name == L"Reboot";
+        result = name == L"Bad" ? CResult() : CResult::Success();
+    }
+};
+
+template <typename Function>
+Function* Export(HMODULE module, const char* name)
+{
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(module, name)));
+}
+
+// The names that a module exports; for those of the compiler, the class they belong to.
+std::set<std::string> Exports(HMODULE module)
+{
+    auto* const base = reinterpret_cast<const BYTE*>(module);
+    const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
+    const auto* exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
+        base + headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
+    const auto* names = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
+    std::set<std::string> found;
+    for (DWORD index = 0; index < exports->NumberOfNames; ++index)
+    {
+        const std::string name = reinterpret_cast<const char*>(base + names[index]);
+        found.insert(name.find("CRavVlanAgentIntf") != std::string::npos ? "CRavVlanAgentIntf" : name);
+    }
+    return found;
+}
+
+// The place of a virtual operation in its table, counted from 0. A virtual destructor has two places.
+template <typename Member>
+size_t Place(Member member)
+{
+    size_t words[sizeof(member) / sizeof(size_t)] = {};
+    std::memcpy(words, &member, sizeof(member));
+    return words[0] / sizeof(void*);
+}
+} // namespace
+
+// --- inventory ------------------------------------------------------------------------------------------------------
+
+TEST(Inventory, FeaturesAndTheExactParentKeyDecideWhatIsListed)
+{
+    CLabHost host(VLAN_HOST);
+    ASSERT_EQ(3u, host.Vlans().size());
+    std::string listed;
+    for (int features = 0; features < 16; ++features)
+    {
+        host.Hive().Add("Class\\0003  SupportedFeatures  REG_DWORD  " + std::to_string(features));
+        listed += host.Vlans().size() == 3 ? std::to_string(features) + " " : "";
+    }
+    EXPECT_EQ("8 9 12 13 ", listed);
+    host.Hive().Add("Class\\0003  SupportedFeatures  REG_SZ  8");
+    EXPECT_EQ(2u, host.Vlans().size());
+    EXPECT_EQ(1u, host.Vlans("Port A").size());
+    CResult result;
+    std::vector<CRavString> keys{L"what was there before"};
+    host.Agent().EnumerateVlans(result, LowerCase(host.Key("Port A")), keys);
+    EXPECT_EQ(0u, result.ulErrCode);
+    EXPECT_TRUE(keys.empty());
+}
+
+TEST(Inventory, MissingAndDamagedValues)
+{
+    const std::string tooLong(300, 'x');
+    const struct
+    {
+        std::string change; // a value to write, or the name of one to delete
+        const char* record;
+    } CASES[] = {
+        {"RavVlanType  REG_DWORD  1", "0 10|Ten|Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"RavVlanType  REG_DWORD  2", "0 10|Ten|Port A - VLAN : Ten|1|8|0|own|-1"},
+        {"RavVlanType  REG_DWORD  5", "0 10|Ten|Port A - VLAN : Ten|2|8|0|own|-1"},
+        {"VLANID", "0 0|Ten|Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"VLANID  REG_SZ  10", "0 0|Ten|Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"VLANID  REG_BINARY  0a", "0 0|Ten|Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"VLANName", "0 10||Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"VLANName  REG_SZ  hex:54 00 65", "0 10|Te|Port A - VLAN : Ten|0|8|0|own|-1"},
+        {"VLANDisplayName", "0 10|Ten||0|8|0|own|-1"},
+        {"SupportedFeatures  REG_DWORD  12", "0 10|Ten|Port A - VLAN : Ten|0|12|0|own|-1"},
+        {"LogicalGroupID  REG_DWORD  3", "0 10|Ten|Port A - VLAN : Ten|0|8|3|own|-1"},
+        {"RavXmsMiniportKey", "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
+        {"RavXmsMiniportKey  REG_SZ  " + tooLong, "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
+        {"NetCfgInstanceId", "4294967295 0|||0|0|0||-1"},
+    };
+    for (const auto& one : CASES)
+    {
+        CLabHost host(VLAN_HOST);
+        const CRavString key = host.Vlan("Port A", 10);
+        if (one.change.find(' ') == std::string::npos)
+            CLabHost::Delete("Class\\0003", Wide(one.change).c_str());
+        else
+            host.Hive().Add("Class\\0003  " + one.change);
+        EXPECT_EQ(one.record, Record(host, key)) << one.change;
+        // Whatever it was: the VLAN has the value that the driver looks for.
+        EXPECT_EQ(one.change == "NetCfgInstanceId" ? "" : "REG_SZ  \"" + Utf8(key) + "\"",
+                  one.change == "NetCfgInstanceId" ? "" : host.Hive().Value("Class\\0003", "RavXmsMiniportKey"));
+    }
+}
+
+TEST(Inventory, AnIdThatTheObjectKnowsStandsInForAMissingOne)
+{
+    CLabHost host(VLAN_HOST);
+    CResult result;
+    bool created = false;
+    host.Agent().CreateNetCfgInterfaceObj(result, created);
+    const auto vlan = host.Agent().GetVlan(host.Vlan("Port A", 10));
+    CLabHost::Delete("Class\\0003", L"VLANID");
+    vlan->m_iVlanId = 77;
+    vlan->GetOOOKeyFromVk(L"");
+    host.Agent().GetOtherVlanDetails(*vlan, vlan->GetParentClassKey(), false);
+    host.Agent().ReleaseNetCfgInterfaceObj(result, created);
+    EXPECT_EQ(77u, vlan->m_ravVlanInfo.vlanId);
+}
+
+TEST(Inventory, TheSecondLookComesFromTheCacheAndAllThatWasOpenedIsGivenBack)
+{
+    CLabHost host(VLAN_HOST);
+    const CRavString key = host.Key("Port A");
+    CJournal journal;
+    journal.Start();
+    const CRavString vlan = host.Vlans("Port A").front();
+    CResult result;
+    RAV_VLAN_INFO info;
+    const auto registryCalls = [&] {
+        journal.Start();
+        host.Agent().GetVlanInfo(result, vlan, info);
+        EXPECT_EQ(0u, result.ulErrCode);
+        EXPECT_EQ("", journal.OpenHandles());
+        return journal.Count("RegQueryValueExW") + journal.Count("RegOpenKeyExW");
+    };
+    EXPECT_NE(0u, registryCalls());
+    EXPECT_EQ(0u, registryCalls());
+    // Another letter case is another entry of the cache, though it is found as the same VLAN.
+    EXPECT_EQ(host.Agent().GetVlan(vlan), host.Agent().GetVlan(LowerCase(vlan)));
+    EXPECT_FALSE(host.Agent().IsVlanInfoAvailable(LowerCase(vlan), info));
+    host.Agent().GetVlanInfo(result, LowerCase(vlan), info);
+    EXPECT_EQ(0u, result.ulErrCode);
+    EXPECT_TRUE(host.Agent().IsVlanInfoAvailable(LowerCase(vlan), info));
+    EXPECT_TRUE(host.Agent().IsVlanInfoAvailable(vlan, info));
+    host.CloseAgent();
+    journal.Start();
+    host.Vlans();
+    host.Agent().GetTeamAgentPvtIntf();
+    host.CloseAgent();
+    EXPECT_EQ("", journal.OpenHandles());
+}
+
+TEST(Inventory, UnknownAndVanishedVlans)
+{
+    CLabHost host(VLAN_HOST);
+    const CRavString gone = host.Vlans("Port B").front();
+    host.Vlans();
+    CLabHost::Delete("Class\\0005"); // after it was listed
+    for (const CRavString& key : {gone, CRavString(L""), CRavString(L"no key"), host.Key("Port A")})
+    {
+        CResult result;
+        RAV_VLAN_INFO info;
+        RAV_VLAN_PARENT parent;
+        DWORD status = 7;
+        host.Agent().GetVlanInfo(result, key, info);
+        EXPECT_EQ(CResult::FAILED, result.ulErrCode) << Utf8(key);
+        host.Agent().GetVlanParent(result, host.Client(), key, parent);
+        EXPECT_EQ(CResult::FAILED, result.ulErrCode) << Utf8(key);
+        host.Agent().GetVlanStatus(result, key, status);
+        EXPECT_EQ(0u, result.ulErrCode) << Utf8(key);
+        EXPECT_EQ(key == host.Key("Port A") ? 1u : 0u, status) << Utf8(key);
+    }
+    EXPECT_FALSE(host.Agent().IsVlanEnabled(gone));
+    EXPECT_TRUE(host.Agent().IsVlanEnabled(host.Vlan("Port A", 0)));
+}
+
+TEST(Inventory, TwoThreadsEachWithItsOwnConfigurationObject)
+{
+    CLabHost host(VLAN_HOST);
+    CVlanAgentWin& agent = host.Agent();
+    std::atomic<int> arrived = 0;
+    CRavNetCfgInterface* sessions[2] = {};
+    size_t loaded[2] = {};
+    const auto work = [&](size_t me) {
+        CLabServer server;
+        server.SetUp();
+        CResult result;
+        bool created = false;
+        agent.CreateNetCfgInterfaceObj(result, created);
+        agent.GetNetCfgInterfaceObj(result, &sessions[me]);
+        for (++arrived; arrived < 2;)
+            Sleep(1);
+        for (int round = 0; round < 20; ++round)
+        {
+            std::vector<CRavString> keys;
+            agent.EnumerateVlans(result, L"", keys);
+            for (const CRavString& key : keys)
+            {
+                RAV_VLAN_INFO info;
+                agent.GetVlanInfo(result, key, info);
+                loaded[me] += result.Succeeded() && info.vlanKey == key ? 1 : 0;
+            }
+            agent.ClearVlanCache();
+        }
+        agent.ReleaseNetCfgInterfaceObj(result, created);
+        server.TearDown();
+        CoUninitialize();
+    };
+    std::thread other(work, 1);
+    work(0);
+    other.join();
+    EXPECT_NE(sessions[0], sessions[1]);
+    EXPECT_EQ(60u, loaded[0]);
+    EXPECT_EQ(60u, loaded[1]);
+}
+
+// --- transactions ---------------------------------------------------------------------------------------------------
+
+TEST(ApplyDone, PassesRunInOrderAndOutliveFailures)
+{
+    const CPrivateHive hive;
+    CNotingAgent agent;
+    for (const wchar_t* const name : {L"A", L"", L"Reboot", L"Bad", L"A"})
+        agent.AddForUnload(name);
+    agent.AddForReload(L"Bad");
+    s_trace->Forget();
+    CResult result;
+    bool unloadReboot = false;
+    bool loadReboot = false;
+    bool nothing = false;
+    agent.ApplyDone_UnloadDevice(result, unloadReboot);
+    EXPECT_EQ(0u, result.ulErrCode);
+    agent.ApplyDone_LoadDevice(result, loadReboot);
+    EXPECT_EQ(0u, result.ulErrCode);
+    agent.ApplyDone_UnloadDevice(result, unloadReboot);
+    agent.ApplyDone_LoadDevice(result, nothing);
+    EXPECT_EQ("unload A unload Reboot unload Bad! load Bad load A load Reboot ", agent.m_notes);
+    EXPECT_TRUE(unloadReboot && loadReboot && !nothing);
+    EXPECT_EQ(Lines(R"(
+        ApplyDone_UnLoadDevice() - Need to unload (3) Miniports.
+        ..\Common\Src\RavNetAgentPvt (193): ApplyDone_LoadDevice - LoadMiniport() failed - device -> Bad
+        ApplyDone_LoadDevice() - Need to load (3) Miniports.
+        ..\Common\Src\RavNetAgentPvt (119): ApplyDone_LoadDevice - LoadMiniport() failed - device -> Bad
+        ApplyDone_UnLoadDevice() - No miniports to load
+        ApplyDone_LoadDevice() - No miniports to load
+    )"),
+              Traced("ApplyDone_[A-Za-z]*\\(\\) -|RavNetAgentPvt \\("));
+}
+
+TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
+{
+    const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    const SC_HANDLE service = CreateServiceW(manager, L"CorvoDCB", L"CorvoDCB", SERVICE_ALL_ACCESS,
+                                             SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
+                                             L"C:\\nowhere.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
+    const std::string path = "SOFTWARE\\CORVO\\Network_Services\\RAV2\\DCB";
+    CPrivateHive hive;
+    CNotingAgent agent;
+    CJournal journal;
+    for (const char* const value : {"", "0", "1", "0"})
+    {
+        if (*value != '\0')
+            hive.Add(path + "  DcbAdvancedSettingChange  REG_SZ  " + value);
+        CResult result;
+        bool reboot = false;
+        journal.Start();
+        agent.ApplyDone_UnloadDevice(result, reboot);
+        EXPECT_EQ(*value != '1' ? "" : Lines(R"(
+            OpenServiceW CorvoDCB
+            ControlService CorvoDCB -> 1062
+            OpenServiceW CorvoDCB
+            StartServiceW CorvoDCB -> 2
+        )"),
+                  journal.Calls({"OpenServiceW", "ControlService", "StartServiceW"}));
+        EXPECT_EQ("", journal.OpenHandles());
+        EXPECT_EQ(*value == '\0' ? "" : "REG_SZ  \"0\"", hive.Value(path, "DcbAdvancedSettingChange"));
+    }
+    DeleteService(service);
+    CloseServiceHandle(service);
+    CloseServiceHandle(manager);
+}
+
+TEST(Forwarding, WhatTheCoreAgentThrowsIsTracedAndFails)
+{
+    CLabHost host;
+    CVlanAgentWin& agent = host.Agent();
+    RAV_LOCK_TOKEN token;
+    const struct
+    {
+        size_t slot;
+        std::function<void(CResult&)> call;
+        const char* entry;
+    } CASES[] = {
+        {9, [&](CResult& result) { agent.VerifyClientID(result, host.Client()); },
+         "(238): CRavNetAgentPvt::VerifyClientID - Exception caught\n"},
+        {10, [&](CResult&) { agent.WaitForApplyDone(host.Client()); },
+         "(267): CRavNetAgentPvt::WaitForApplyDone() - Exception caught\n"},
+        {30, [&](CResult& result) { agent.StartLock(result, host.Lock(), token); },
+         "(352): CRavNetAgentPvt::StartLock() - Exception caught\n"},
+        {31, [&](CResult& result) { agent.DoneLock(result, token); },
+         "(380): CRavNetAgentPvt::DoneLock() - Exception caught\n"},
+    };
+    for (const auto& one : CASES)
+    {
+        const CSlot slot(agent.GetCoreAgentPvt(), one.slot, &Throw);
+        CResult result = one.slot == 10 ? CResult() : CResult::Success();
+        s_trace->Forget();
+        one.call(result);
+        EXPECT_EQ(std::string("..\\Common\\Src\\RavNetAgentPvt ") + one.entry, Traced("Exception"));
+        EXPECT_EQ(CResult::FAILED, result.ulErrCode & result.ulErrClass);
+    }
+}
+
+// --- start ----------------------------------------------------------------------------------------------------------
+
+TEST(Initialize, FailsUntilAllIsThere)
+{
+    CLabHost host;
+    CTempFolder other; // with a core agent that lacks its export
+    const CRavString folder = LabText(SUITE_KEY, L"InstalledDir");
+    CopyFileW(folder + L"\\NetCfg.dll", other.Path(L"CoreAgent.dll").c_str(), FALSE);
+    // The right module lies beside the program and in the current folder: from there it is never taken.
+    SetCurrentDirectoryW(folder);
+    CVlanAgentWin agent;
+    const auto initialize = [&] {
+        CResult result(7, 7);
+        s_trace->Forget();
+        agent.Initialize(result);
+        return result.ulErrCode;
+    };
+    CJournal journal;
+    journal.Start();
+    CLabHost::Delete(Utf8(SUITE_KEY));
+    EXPECT_EQ(CResult::FAILED, initialize());
+    for (const wchar_t* const bad : {L"", L".", L"..\\bin", L"C:\\nowhere"})
+    {
+        LabSetText(SUITE_KEY, L"InstalledDir", bad);
+        EXPECT_EQ(CResult::FAILED, initialize()) << Utf8(bad);
+        EXPECT_EQ(*bad == L'C' ? "LoadLibraryExW C:\\nowhere\\CoreAgent.dll -> 126\n" : "",
+                  journal.Calls({"LoadLibraryExW", "LoadLibraryW"}));
+    }
+    LabSetText(SUITE_KEY, L"InstalledDir", other.Folder().c_str());
+    EXPECT_EQ(CResult::FAILED, initialize());
+    LabSetText(SUITE_KEY, L"InstalledDir", folder);
+    {
+        const HMODULE module = LoadLibraryW(folder + L"\\CoreAgent.dll");
+        const CSlot slot(Export<CRavCoreAgentPvtIntf*()>(module, RAV_GET_CORE_AGENT_PVT_NAME)(), 5, &Throw);
+        EXPECT_EQ(CResult::FAILED, initialize());
+        FreeLibrary(module);
+    }
+    journal.FailNext("CoCreateInstance");
+    EXPECT_EQ(0u, initialize()); // the registration's code; yet it is tried again
+    EXPECT_EQ(0u, initialize());
+    EXPECT_EQ("", Traced("Already Initialized"));
+    EXPECT_EQ(0u, initialize());
+    EXPECT_EQ("Already Initialized!!!!!\n", Traced("Already Initialized"));
+}
+
+TEST(Module, IsLoadedUsedAndUnloaded)
+{
+    CLabHost host(VLAN_HOST);
+    const CRavString folder = LabText(SUITE_KEY, L"InstalledDir");
+    const HMODULE module = LoadLibraryW(L"VlanAgent.dll");
+    CJournal journal(module);
+    journal.Start();
+    EXPECT_EQ((std::set<std::string>{"CRavVlanAgentIntf", RAV_GET_VLAN_AGENT_NAME, RAV_GET_VLAN_AGENT_PVT_NAME}),
+              Exports(module));
+    const auto agent = Export<CRavVlanAgentIntf*()>(module, RAV_GET_VLAN_AGENT_NAME);
+    const auto agentPvt = Export<CRavVlanAgentPvtIntf*()>(module, RAV_GET_VLAN_AGENT_PVT_NAME);
+    LabSetText(SUITE_KEY, L"InstalledDir", L"C:\\nowhere");
+    EXPECT_EQ(nullptr, agent());
+    EXPECT_EQ(nullptr, agentPvt());
+    LabSetText(SUITE_KEY, L"InstalledDir", folder);
+    ASSERT_NE(nullptr, agent());
+    EXPECT_EQ(agent(), agent());
+    CResult result;
+    agent()->Reserved(result);
+    EXPECT_EQ(0u, result.ulErrCode | result.ulErrClass);
+    EXPECT_EQ(0u, agentPvt()->QueryHookThree().ulErrCode);
+    std::vector<CRavString> keys;
+    agentPvt()->EnumerateVlans(result, host.Key("Port B"), keys);
+    ASSERT_EQ(1u, keys.size());
+    RAV_VLAN_INFO info;
+    agent()->GetVlanInfo(result, keys.front(), info);
+    EXPECT_EQ(20u, info.vlanId);
+    FreeLibrary(module);
+    EXPECT_EQ(nullptr, GetModuleHandleW(L"VlanAgent.dll"));
+    EXPECT_EQ(1u, journal.Count("TlsFree"));
+    // The compiler's runtime has a slot of its own, and keeps it.
+    EXPECT_EQ("", std::regex_replace(journal.OpenHandles(), std::regex("TlsAlloc\n"), ""));
+}
+
+#ifndef _MSC_VER // whose pointers to members do not tell
+TEST(Module, OperationsHaveTheirPlaces)
+{
+    using FULL = void (CVlanAgentWin::*)(CResult&, const CRavString&, bool&, bool&, bool&, const RAV_CLIENT_ID&);
+    EXPECT_EQ(4u, Place(&CRavNetworkAgentIntf::GetDriverInfo));
+    EXPECT_EQ(7u, Place(&CRavVlanAgentIntf::Reserved));
+    EXPECT_EQ(11u, Place(&CRavVlanAgentIntf::CreateVlan));
+    EXPECT_EQ(14u, Place(&CRavVlanAgentIntf::RemoveVlan));
+    EXPECT_EQ(19u, Place(&CRavVlanAgentIntf::GetVlanInfo));
+    EXPECT_EQ(22u, Place(&CRavVlanAgentIntf::ValidateUpdate));
+    EXPECT_EQ(23u, Place(static_cast<FULL>(&CVlanAgentWin::DoesParentSupportVlans)));
+    EXPECT_EQ(24u, Place(&CVlanAgentWin::IsParentVmqEnabled));
+    EXPECT_EQ(25u, Place(&CVlanAgentWin::CreateSingleVlan));
+    EXPECT_EQ(3u, Place(&CRavNetAgentPvt::ApplyDone_LoadDevice));
+    EXPECT_EQ(9u, Place(&CRavVlanAgentPvtIntf::RemoveVlanFromTeamMember));
+    EXPECT_EQ(19u, Place(&CRavVlanAgentPvtIntf::QueryHookThree));
+    EXPECT_EQ(29u, Place(&CRavVlanAgentPvtIntf::CreateVlan));
+    EXPECT_EQ(40u, Place(&CRavVlanAgentPvtIntf::GetReceiveScaleCapabilitiesFlag));
+}
+#endif
