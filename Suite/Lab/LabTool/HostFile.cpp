@@ -49,7 +49,7 @@ std::wstring Folded(const std::string& text)
 
 std::string TextAt(const Json& json, const std::string& place)
 {
-    const std::string text = json.is_string() ? json.get<std::string>() : "";
+    std::string text = json.is_string() ? json.get<std::string>() : "";
     if (text.empty() || text.find('\0') != std::string::npos)
         Fail(place, "a text is needed");
     return text;

@@ -85,7 +85,9 @@ int RunChild(const char* hive)
 {
     RAV_LOCK_TOKEN token;
     LoadLibraryW(L"CoreAgent.dll");
-    RegOverridePredefKey(HKEY_LOCAL_MACHINE, reinterpret_cast<HKEY>(_strtoui64(hive, nullptr, 10)));
+    HKEY root = nullptr;
+    sscanf(hive, "%p", reinterpret_cast<void**>(&root));
+    RegOverridePredefKey(HKEY_LOCAL_MACHINE, root);
     const CTestAgent agent([](const char* pass, bool&) {
         SetStage(pass[0] == 'u' ? 1 : 3);
         while (LabNumber(LAB_KEY, L"Stage", 0) == 1)
@@ -153,7 +155,7 @@ TEST(SuiteLock, HoldsBetweenProcessesAndDoesNotOutliveItsHolder)
     PROCESS_INFORMATION child = {};
     DuplicateHandle(GetCurrentProcess(), host.Hive().Root(), GetCurrentProcess(), &hive, 0, TRUE,
                     DUPLICATE_SAME_ACCESS);
-    std::wstring line = GetCommandLineW() + (L" --child=" + std::to_wstring(reinterpret_cast<UINT_PTR>(hive)));
+    std::wstring line = GetCommandLineW() + (L" --child=" + Wide(testing::PrintToString(hive)));
     ASSERT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &child));
     for (const DWORD stage : {1, 4})
     {
