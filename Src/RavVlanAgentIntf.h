@@ -70,8 +70,8 @@ class CRavVlanAgentIntf : public CRavNetworkAgentIntf
     virtual void CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
                             const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock) = 0;
     // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9". The name is RAV_AUTO_VLAN_NAMES: one name for
-    // several VLANs is refused, since VLANs of one parent have different names. The first that fails ends the call with its code; those created before it stay.
-    // pProgress may be null.
+    // several VLANs is refused, since VLANs of one parent have different names. The first that fails ends the call with
+    // its code; those created before it stay. pProgress may be null.
     virtual void CreateMultipleVLANs(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                                      const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress,
                                      const RAV_LOCK_RECORD& lock) = 0;

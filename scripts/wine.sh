@@ -16,6 +16,9 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
     flock 9
     if [ ! -f "$WINEPREFIX/.ready" ]; then
         "$wine" wineboot --init >"$WINEPREFIX.log" 2>&1 </dev/null 9>&-
+        # Drivers do not start in the session that made the prefix.
+        "$root/scripts/wineserver.sh" -k 9>&-
+        "$root/scripts/wineserver.sh" -w 9>&-
         touch "$WINEPREFIX/.ready"
     fi
     exec 9>&-

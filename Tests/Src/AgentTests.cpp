@@ -336,13 +336,15 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
         bool reboot = false;
         journal.Start();
         agent.ApplyDone_UnloadDevice(result, reboot);
+        // What the service manager answers, with no program behind the service, is of no interest.
         EXPECT_EQ(*value != '1' ? "" : Lines(R"(
             OpenServiceW CorvoDCB
-            ControlService CorvoDCB -> 1062
+            ControlService CorvoDCB
             OpenServiceW CorvoDCB
-            StartServiceW CorvoDCB -> 2
+            StartServiceW CorvoDCB
         )"),
-                  journal.Calls({"OpenServiceW", "ControlService", "StartServiceW"}));
+                  std::regex_replace(journal.Calls({"OpenServiceW", "ControlService", "StartServiceW"}),
+                                     std::regex(" -> \\d+"), ""));
         EXPECT_EQ("", journal.OpenHandles());
         EXPECT_EQ(*value == '\0' ? "" : "REG_SZ  \"0\"", hive.Value(path, "DcbAdvancedSettingChange"));
     }

@@ -59,6 +59,7 @@ class CSlot
     CSlot(const CSlot&) = delete;
     CSlot& operator=(const CSlot&) = delete;
     FUNCTION Original() const { return m_original; }
+    [[noreturn]] static void Throw() { throw std::runtime_error("a module that misbehaves"); }
 
   private:
     void Write(FUNCTION function) const

@@ -12,11 +12,6 @@ namespace
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
 CModuleTrace* const s_trace = CModuleTrace::Register();
 
-[[noreturn]] void Throw()
-{
-    throw std::runtime_error("a core agent that misbehaves");
-}
-
 // As little as a creation needs: these hosts are built many hundred times.
 const char* const TINY_HOST = R"({
     "adapters": [ { "name": "Port A", "mac": "001B21000001", "parameters": { "VlanFiltering": "0", "*PriorityVLANTag": "1" } } ],
@@ -155,7 +150,7 @@ TEST(Failures, EveryOperationOfTheCoreAgentThrows)
     {
         SCOPED_TRACE("operation " + std::to_string(slot));
         const auto throwing = [&](const auto& operation) {
-            const CSlot thrower(host.Agent().GetCoreAgentPvt(), slot, &Throw);
+            const CSlot thrower(host.Agent().GetCoreAgentPvt(), slot, &CSlot::Throw);
             return operation().Succeeded();
         };
         const bool created = throwing([&] { return host.Create("Port A", 10, L"Ten"); });

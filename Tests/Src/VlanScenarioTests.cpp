@@ -1,144 +1,238 @@
-// VLANs created and removed through the agent, as whole differences of the registry, and with every platform call
-// failing.
+// VLANs created and removed through the agent, as whole differences of the registry in the short notation of CVlanLab.
 
-#include "Tests/Src/LabFixture.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Tests/Common/ModuleTrace.h"
+#include "Tests/Src/VlanObjectFixture.h"
 
 #include <random>
 #include <set>
+#include <sstream>
+#include <tuple>
 
 namespace
 {
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
+CModuleTrace* const s_trace = CModuleTrace::Register();
 
-// Of a change, only what concerns the VLAN format: the settings and what the platform itself keeps are left out.
-std::string Format(const std::string& text)
+// Of a change, only what concerns the VLAN format: the settings and what the platform itself keeps are left out. The
+// VLANs are {V1}, {V2}, ...
+std::string Format(const CRegistryChange& change, const std::vector<CRavString>& vlans)
 {
+    static const std::regex format(R"(. (XMS|TcpIp|Class\\\d{4}(  |$)).*)");
+    static const std::regex platform(R"(.*  (ComponentId|Driver\w+|ProviderName|DeviceInstanceID|Characteristics|)"
+                                     R"(NetCfgInstanceId|\*NumRssQueues)  .*)");
     std::string kept;
-    for (const std::string& line : SplitLines(text))
-    {
-        static const std::regex format(R"(. (XMS|TcpIp|Class\\\d{4}  ).*)");
-        static const std::regex platform(R"(.*  (ComponentId|Driver\w+|ProviderName|DeviceInstanceID|Characteristics|)"
-                                         R"(NetCfgInstanceId|\*NumRssQueues)  .*)");
-        if (std::regex_match(line, format) && !std::regex_match(line, platform))
-            kept += line + "\n";
-    }
-    return Lines(kept);
+    for (const std::string& line : SplitLines(CLabHost::Readable(change.Text(), vlans)))
+        kept += std::regex_match(line, format) && !std::regex_match(line, platform) ? line + "\n" : "";
+    return kept;
 }
 
-std::string ParentState(CLabHost& host)
+// Creates VLANs over Port A, without validation, which would let neither an untagged VLAN come first nor a name come
+// twice.
+void Create(CLabHost& host, const char* ids)
 {
-    const std::string driver = "XMS\\Adapters\\" + Utf8(host.Key("Port A"));
-    return "ids " + host.Hive().Value("Class\\0001", "VLANID") + " | mode " +
-           host.Hive().Value("Class\\0001", "VlanMode") + " | in use " +
-           host.Hive().Value("Class\\0001", "TaggingMode") + " | driver " + host.Hive().Value(driver, "TaggingMode");
+    std::istringstream text(ids);
+    for (DWORD id = 0; text >> id;)
+    {
+        CResult result;
+        host.Agent().CreateSingleVlan(result, host.Key("Port A"), id, L"Büro", 0);
+        EXPECT_EQ(0u, result.ulErrCode);
+    }
+}
+
+// What a creation changes, after others.
+std::string Creation(const char* others, const char* id, const char* prepared = "")
+{
+    CVlanLab host(SMALL_HOST);
+    host.Change(prepared);
+    Create(host, others);
+    host.CLabHost::Agent();
+    const CRegistryChange change;
+    Create(host, id);
+    return Format(change, host.Vlans());
+}
+
+// The names of the values that a creation writes or deletes, in that order.
+std::string Writes(CLabHost& host, const char* id)
+{
+    CJournal journal;
+    journal.Start();
+    Create(host, id);
+    std::string names;
+    for (std::string line : SplitLines(journal.Calls({"RegSetValueExW", "RegDeleteValueW", "RegDeleteKeyW"})))
+    {
+        line.resize(std::min(line.find(" -> "), line.size()));
+        names += line.substr(line.find_last_of(" \\") + 1) + ' ';
+    }
+    return names;
 }
 } // namespace
 
-TEST(Create, FirstTaggedVlanOfAnAdapter)
+TEST(Create, ChangesOfTheRegistry)
 {
-    CLabHost host;
+    const std::string first = Creation("", "10");
+    EXPECT_EQ(
+        R"(~ 0001 *PriorityVLANTag SZ "1" -> "3"; + 0001 NetworkAddress SZ "001B21000001"; )"
+        R"(~ 0001 TaggingMode SZ "0" -> DWORD 1; ~ 0001 VlanFiltering SZ "0" -> "1"; + 0001 VLANID MULTI_SZ "10"; )"
+        R"(+ 0001 VlanMode DWORD 1; + 0001 XMSLoaded DWORD 1; + 0011 LogicalGroupID DWORD 1; )"
+        R"(+ 0011 MediaType SZ "0"; + 0011 NetworkAddress SZ "001B21000001"; + 0011 RavVlanParentKey SZ "{1}"; )"
+        R"(+ 0011 RavVlanType DWORD 1; + 0011 RavXmsMiniportKey SZ "{V1}"; + 0011 SupportedFeatures DWORD 8; )"
+        R"(+ 0011 VLANDisplayName SZ "Port A - VLAN : Büro"; + 0011 VLANID DWORD 10; + 0011 VLANName SZ "Büro"; )"
+        R"(+ {1} AdapterName SZ "Port A"; + {1} LogicalGroupID DWORD 1; )"
+        R"(+ {1} MiniportBindingList MULTI_SZ "\Device\{V1}"; + {1} MiniportBindingListCount DWORD 1; )"
+        R"(+ {1} PhysicalAdapterID DWORD 1; + {1} TaggingMode DWORD 1; + {1} TotalPhysicalAdapters DWORD 1; )"
+        R"(+ XMS\Configuration\{1} EnableDHCP DWORD 1; ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0)",
+        CVlanLab::Short(first));
+    EXPECT_EQ(R"(- ~ 0001 TaggingMode SZ "0" -> DWORD 1; - + 0001 VLANID MULTI_SZ "10"; - + 0001 VlanMode DWORD 1; )"
+              R"(- + 0011 VLANID DWORD 10; - + {1} TaggingMode DWORD 1; + ~ 0001 TaggingMode SZ "0" -> DWORD 0; )"
+              R"(+ + {1} TaggingMode DWORD 0)",
+              CVlanLab::Short(CLabHost::Delta(first, Creation("", "0"))));
+    const std::string further = Creation("10", "20");
+    EXPECT_EQ(
+        R"(~ 0001 VLANID MULTI_SZ "10" -> "10", "20"; + 0012 LogicalGroupID DWORD 1; + 0012 MediaType SZ "0"; )"
+        R"(+ 0012 NetworkAddress SZ "001B21000001"; + 0012 RavVlanParentKey SZ "{1}"; + 0012 RavVlanType DWORD 1; )"
+        R"(+ 0012 RavXmsMiniportKey SZ "{V2}"; + 0012 SupportedFeatures DWORD 8; )"
+        R"(+ 0012 VLANDisplayName SZ "Port A - VLAN : Büro"; + 0012 VLANID DWORD 20; + 0012 VLANName SZ "Büro"; )"
+        R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}" -> "\Device\{V1}", "\Device\{V2}"; )"
+        R"(~ {1} MiniportBindingListCount DWORD 1 -> 2)",
+        CVlanLab::Short(further));
+    EXPECT_EQ(
+        R"(- ~ 0001 VLANID MULTI_SZ "10" -> "10", "20"; - + 0012 VLANID DWORD 20; + ~ {1} TaggingMode DWORD 1 -> 3)",
+        CVlanLab::Short(CLabHost::Delta(further, Creation("10", "0"))));
+    EXPECT_EQ(R"(- ~ 0001 VLANID MULTI_SZ "10" -> "10", "20"; + ~ 0001 TaggingMode DWORD 0 -> 1; )"
+              R"(+ + 0001 VLANID MULTI_SZ "20"; + + 0001 VlanMode DWORD 1; + ~ {1} TaggingMode DWORD 0 -> 3)",
+              CVlanLab::Short(CLabHost::Delta(further, Creation("0", "20"))));
+}
+
+TEST(Create, FollowsTheParent)
+{
+    const std::string usual = Creation("", "10");
+    const std::pair<const char*, const char*> CASES[] = {
+        {"- 0001 VlanFiltering; - 0001 TaggingMode; - 0001 *PriorityVLANTag",
+         R"(- ~ 0001 *PriorityVLANTag SZ "1" -> "3"; - ~ 0001 TaggingMode SZ "0" -> DWORD 1; )"
+         R"(- ~ 0001 VlanFiltering SZ "0" -> "1"; + + 0001 TaggingMode DWORD 1)"},
+        {"0001 VlanFiltering SZ 1; 0001 TaggingMode SZ 1; 0001 *PriorityVLANTag SZ 3; 0001 XMSLoaded DWORD 1",
+         R"(- ~ 0001 *PriorityVLANTag SZ "1" -> "3"; - ~ 0001 TaggingMode SZ "0" -> DWORD 1; )"
+         R"(- ~ 0001 VlanFiltering SZ "0" -> "1"; - + 0001 XMSLoaded DWORD 1; + ~ 0001 TaggingMode SZ "1" -> DWORD 1)"},
+        {"0001 TaggingMode DWORD 1; 0001 XMSLoaded DWORD 7",
+         R"(- ~ 0001 TaggingMode SZ "0" -> DWORD 1; - + 0001 XMSLoaded DWORD 1; + ~ 0001 XMSLoaded DWORD 7 -> 1)"},
+        {"0001 NetworkAddress SZ 02AA00000001",
+         R"(- + 0001 NetworkAddress SZ "001B21000001"; - + 0011 NetworkAddress SZ "001B21000001"; )"
+         R"(+ + 0011 NetworkAddress SZ "02AA00000001")"},
+        {R"(TcpIp\{1} EnableDHCP DWORD 0)",
+         R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; )"
+         R"(+ + XMS\Configuration\{1} EnableDHCP DWORD 0)"},
+        {R"(- TcpIp\{1})", R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0)"},
+        {"{2} LogicalGroupID DWORD 7",
+         R"(- + 0011 LogicalGroupID DWORD 1; - + {1} LogicalGroupID DWORD 1; + + 0011 LogicalGroupID DWORD 8; )"
+         R"(+ + {1} LogicalGroupID DWORD 8)"},
+        // All were removed by hand, the driver's entry was left.
+        {R"({1} LogicalGroupID DWORD 4; {1} MiniportBindingList MULTI_SZ \Device\{77}; {1} MiniportBindingListCount DWORD 1; 0001 VLANID MULTI_SZ 5; 0001 VlanMode DWORD 1)",
+         R"(- + 0001 VLANID MULTI_SZ "10"; - + 0001 VlanMode DWORD 1; - + 0011 LogicalGroupID DWORD 1; )"
+         R"(- + {1} LogicalGroupID DWORD 1; - + {1} MiniportBindingList MULTI_SZ "\Device\{V1}"; )"
+         R"(- + {1} MiniportBindingListCount DWORD 1; - + XMS\Configuration\{1} EnableDHCP DWORD 1; )"
+         R"(- ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; + ~ 0001 VLANID MULTI_SZ "5" -> "5", "10"; )"
+         R"(+ + 0011 LogicalGroupID DWORD 5; + ~ {1} LogicalGroupID DWORD 4 -> 5; )"
+         R"(+ ~ {1} MiniportBindingList MULTI_SZ "\Device\{77}" -> "\Device\{V1}")"},
+    };
+    for (const auto& [parent, delta] : CASES)
+        EXPECT_EQ(delta, CVlanLab::Short(CLabHost::Delta(usual, Creation("", "10", parent)))) << parent;
+}
+
+TEST(Create, WritesInOrder)
+{
+    CLabHost host(R"({ "adapters": [ { "name": "Port A", "mac": "001B21000001",
+                                       "parameters": { "VlanFiltering": "0", "TaggingMode": "0" } } ] })");
     host.Agent();
-    const CRegistryChange change;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"Büro").ulErrCode);
-    EXPECT_EQ(Lines(R"(
-        ~ Class\0001  *PriorityVLANTag  REG_SZ  "1" -> "3"
-        + Class\0001  NetworkAddress  REG_SZ  "001B21000001"
-        ~ Class\0001  TaggingMode  REG_SZ  "0" -> REG_DWORD  1
-        ~ Class\0001  VlanFiltering  REG_SZ  "0" -> "1"
-        + Class\0001  VLANID  REG_MULTI_SZ  "10"
-        + Class\0001  VlanMode  REG_DWORD  1
-        + Class\0001  XMSLoaded  REG_DWORD  1
-        + Class\0011  LogicalGroupID  REG_DWORD  1
-        + Class\0011  MediaType  REG_SZ  "0"
-        + Class\0011  NetworkAddress  REG_SZ  "001B21000001"
-        + Class\0011  RavVlanParentKey  REG_SZ  "{A0000001-0000-4000-8000-000000000001}"
-        + Class\0011  RavVlanType  REG_DWORD  1
-        + Class\0011  RavXmsMiniportKey  REG_SZ  "{V1}"
-        + Class\0011  SupportedFeatures  REG_DWORD  8
-        + Class\0011  VLANDisplayName  REG_SZ  "Port A - VLAN : Büro"
-        + Class\0011  VLANID  REG_DWORD  10
-        + Class\0011  VLANName  REG_SZ  "Büro"
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  AdapterName  REG_SZ  "Port A"
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  LogicalGroupID  REG_DWORD  1
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  MiniportBindingList  REG_MULTI_SZ  "\Device\{V1}"
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  MiniportBindingListCount  REG_DWORD  1
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  PhysicalAdapterID  REG_DWORD  1
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  TaggingMode  REG_DWORD  1
-        + XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  TotalPhysicalAdapters  REG_DWORD  1
-        + XMS\Configuration\{A0000001-0000-4000-8000-000000000001}  EnableDHCP  REG_DWORD  1
-        ~ TcpIp\{A0000001-0000-4000-8000-000000000001}  EnableDHCP  REG_DWORD  1 -> 0
-    )"),
-              Format(CLabHost::Readable(change.Text(), host.Vlans())));
+    EXPECT_EQ("NetworkAddress XMSLoaded VlanFiltering TaggingMode MediaType EnableDHCP EnableDHCP LogicalGroupID "
+              "PhysicalAdapterID AdapterName TotalPhysicalAdapters MiniportBindingList MiniportBindingListCount VLANID "
+              "VlanMode TaggingMode TaggingMode VLANID LogicalGroupID RavXmsMiniportKey RavVlanParentKey RavVlanType "
+              "NetworkAddress SupportedFeatures VLANName VLANDisplayName SupportedFeatures "
+              "{A0000001-0000-4000-8000-000000000001} NetworkAddress ",
+              Writes(host, "10"));
+    EXPECT_EQ("MediaType VLANID LogicalGroupID RavXmsMiniportKey RavVlanParentKey RavVlanType NetworkAddress "
+              "SupportedFeatures VLANName VLANDisplayName SupportedFeatures MiniportBindingList "
+              "MiniportBindingListCount VLANID VlanMode TaggingMode TaggingMode NetworkAddress ",
+              Writes(host, "20"));
 }
 
-TEST(Create, FurtherVlanOnlyAddsItself)
+TEST(Remove, ChangesOfTheRegistry)
 {
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"One").ulErrCode);
-    const CRegistryChange change;
-    ASSERT_EQ(0u, host.Create("Port A", 20, L"Two").ulErrCode);
-    EXPECT_EQ(Lines(R"(
-        ~ Class\0001  VLANID  REG_MULTI_SZ  "10" -> "10", "20"
-        + Class\0012  LogicalGroupID  REG_DWORD  1
-        + Class\0012  MediaType  REG_SZ  "0"
-        + Class\0012  NetworkAddress  REG_SZ  "001B21000001"
-        + Class\0012  RavVlanParentKey  REG_SZ  "{A0000001-0000-4000-8000-000000000001}"
-        + Class\0012  RavVlanType  REG_DWORD  1
-        + Class\0012  RavXmsMiniportKey  REG_SZ  "{V2}"
-        + Class\0012  SupportedFeatures  REG_DWORD  8
-        + Class\0012  VLANDisplayName  REG_SZ  "Port A - VLAN : Two"
-        + Class\0012  VLANID  REG_DWORD  20
-        + Class\0012  VLANName  REG_SZ  "Two"
-        ~ XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  MiniportBindingList  REG_MULTI_SZ  "\Device\{V1}" -> "\Device\{V1}", "\Device\{V2}"
-        ~ XMS\Adapters\{A0000001-0000-4000-8000-000000000001}  MiniportBindingListCount  REG_DWORD  1 -> 2
-    )"),
-              Format(CLabHost::Readable(change.Text(), host.Vlans())));
+    // Of the VLANs the first one is removed. Behind the changes stand the miniports as they went.
+    const std::tuple<const char*, const char*, const char*> CASES[] = {
+        {"10", "",
+         R"(0; ~ 0001 NetworkAddress SZ "001B21000001" -> ""; ~ 0001 TaggingMode DWORD 1 -> SZ "0"; )"
+         R"(~ 0001 VlanFiltering SZ "1" -> "0"; - 0001 VLANID MULTI_SZ "10"; - 0001 VlanMode DWORD 1; )"
+         R"(- 0001 XMSLoaded DWORD 1; - 0011; - {1}; - XMS\Configuration\{1}; ~ TcpIp\{1} EnableDHCP DWORD 0 -> 1; )"
+         R"(for-{V1})"},
+        {"10 20", "",
+         R"(0; ~ 0001 VLANID MULTI_SZ "10", "20" -> "20"; - 0011; )"
+         R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
+         R"(~ {1} MiniportBindingListCount DWORD 2 -> 1; for-{V1})"},
+        {"0 10", "",
+         R"(0; - 0011; ~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
+         R"(~ {1} MiniportBindingListCount DWORD 2 -> 1; ~ {1} TaggingMode DWORD 3 -> 1; for-{V1})"},
+        {"20 10 0", "",
+         R"(0; ~ 0001 VLANID MULTI_SZ "20", "10" -> "10"; - 0011; )"
+         R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{V2}", "\Device\{V3}"; )"
+         R"(~ {1} MiniportBindingListCount DWORD 3 -> 2; for-{V1})"},
+        {"10 0", "",
+         R"(0; ~ 0001 NetworkAddress SZ "001B21000001" -> ""; ~ 0001 TaggingMode DWORD 1 -> SZ "0"; )"
+         R"(~ 0001 VlanFiltering SZ "1" -> "0"; - 0001 VLANID MULTI_SZ "10"; - 0001 VlanMode DWORD 1; )"
+         R"(- 0001 XMSLoaded DWORD 1; - 0011; - 0012; - {1}; - XMS\Configuration\{1}; )"
+         R"(~ TcpIp\{1} EnableDHCP DWORD 0 -> 1; for-{V2}; for-{V1})"},
+        {"5 6", "{1} MiniportBindingListCount DWORD 1",
+         R"(4294967295; ~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}")"},
+        {"5", R"(Lab\Adapters\{1} Corvo DWORD 0)",
+         R"(0; ~ 0001 TaggingMode DWORD 1 -> 0; - 0011; - {1}; - XMS\Configuration\{1}; )"
+         R"(~ TcpIp\{1} EnableDHCP DWORD 0 -> 1; for-{V1})"},
+        {"5 6", R"(Lab\Adapters\{1} Corvo DWORD 0)",
+         R"(0; - 0011; ~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
+         R"(~ {1} MiniportBindingListCount DWORD 2 -> 1; for-{V1})"},
+    };
+    for (const auto& [ids, prepared, expected] : CASES)
+    {
+        CVlanLab host(SMALL_HOST);
+        Create(host, ids);
+        host.Change(prepared);
+        const std::vector<CRavString> vlans = host.Vlans();
+        const CRegistryChange change;
+        s_trace->Forget();
+        const CResult result = host.Remove(vlans.front());
+        std::string text = std::to_string(result.ulErrCode) + "\n" + Format(change, vlans);
+        for (const std::string& line : SplitLines(CLabHost::Readable(s_trace->Text(), vlans)))
+            text += line.find("Miniport for-") != std::string::npos ? line.substr(line.find("for-")) + "\n" : "";
+        EXPECT_EQ(expected, CVlanLab::Short(text)) << ids << prepared;
+    }
 }
 
-TEST(Create, TaggingModesFollowTheVlansOfTheParent)
+TEST(Create, SeveralEndWithTheFirstThatFails)
 {
     CLabHost host;
+    ASSERT_TRUE(host.Create("Port A", 7, L"VLAN9").Succeeded());
+    CJournal journal;
+    journal.Start();
+    class CSaboteur final : public CRavVlanProgress
+    {
+      public:
+        explicit CSaboteur(CJournal& journal) : m_journal(journal) {}
+        void OnVlanCreated(DWORD id, size_t done, size_t total) override
+        {
+            m_notes += std::to_string(id) + ":" + std::to_string(done) + "/" + std::to_string(total) + " ";
+            if (id == 9)
+                m_journal.FailNext("RegSetValueExW");
+        }
+        std::string m_notes;
+        CJournal& m_journal;
+    } saboteur(journal);
     CResult result;
-    host.Agent().CreateSingleVlan(result, host.Key("Port A"), 0, L"Untagged", 0);
-    ASSERT_EQ(0u, result.ulErrCode);
-    EXPECT_EQ("ids  | mode  | in use REG_DWORD  0 | driver REG_DWORD  0", ParentState(host));
-    ASSERT_EQ(0u, host.Create("Port A", 5, L"Five").ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"5\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  3",
-              ParentState(host));
-    ASSERT_EQ(0u, host.Create("Port A", 6, L"Six").ulErrCode);
-    // The untagged VLAN goes: the tagged ones keep the mode of tagged VLANs alone.
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 0)).ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"5\", \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1",
-              ParentState(host));
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 5)).ulErrCode);
-    EXPECT_EQ("ids REG_MULTI_SZ  \"6\" | mode REG_DWORD  1 | in use REG_DWORD  1 | driver REG_DWORD  1",
-              ParentState(host));
-}
-
-TEST(Create, SwitchesVirtualMachineQueuesOff)
-{
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Queues", 10, L"Ten").ulErrCode);
-    EXPECT_EQ("REG_SZ  \"0\"", host.Hive().Value("Class\\0006", "*VMQ"));
-}
-
-TEST(Create, AdaptersWithoutParametersAndDhcpStayWithoutThem)
-{
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port B", 10, L"Ten").ulErrCode);
-    EXPECT_EQ("", host.Hive().Value("Class\\0002", "VlanFiltering"));
-    EXPECT_EQ("", host.Hive().Value("Class\\0002", "*PriorityVLANTag"));
-    EXPECT_EQ("REG_DWORD  0", host.Hive().Value("XMS\\Configuration\\" + Utf8(host.Key("Port B")), "EnableDHCP"));
-}
-
-TEST(Create, SeveralGetGeneratedNamesAndTheUntaggedOneComesLast)
-{
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 7, L"VLAN9").ulErrCode);
-    CResult result;
-    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"8,0,9", RAV_AUTO_VLAN_NAMES, 0, nullptr,
+    s_trace->Forget();
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"8,0,9,10", RAV_AUTO_VLAN_NAMES, 0, &saboteur,
                                      host.Lock());
-    ASSERT_EQ(0u, result.ulErrCode);
+    EXPECT_EQ(CResult::FAILED, result.ulErrCode);
+    EXPECT_EQ("8:1/4 9:2/4 ", saboteur.m_notes);
+    EXPECT_NE(std::string::npos, s_trace->Text().find("VLAN 10 could not be created; 2 of 4 were created"));
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"0,11", RAV_AUTO_VLAN_NAMES, 0, nullptr, host.Lock());
     std::string names;
     for (const CRavString& key : host.Vlans("Port A"))
     {
@@ -146,130 +240,200 @@ TEST(Create, SeveralGetGeneratedNamesAndTheUntaggedOneComesLast)
         host.Agent().GetVlanInfo(result, key, info);
         names += std::to_string(info.vlanId) + "=" + Utf8(info.vlanName) + " ";
     }
-    EXPECT_EQ("7=VLAN9 8=VLAN8 9=VLAN9-2 0=Untagged ", names);
+    EXPECT_EQ("7=VLAN9 8=VLAN8 9=VLAN9-2 11=VLAN11 0=Untagged ", names);
 }
 
-TEST(Remove, LastVlanLeavesOnlyWhatIsMeantToStay)
+TEST(Client, WaitsForNobodyAndMayWriteKeysInLowerCase)
 {
     CLabHost host;
-    host.Agent();
+    CResult result;
+    RAV_LOCK_TOKEN token;
+    CRavString key = host.Key("Port A");
+    key.MakeLower();
+    host.Agent().StartLock(result, {{GetCurrentProcessId(), 77}, 0}, token);
     const CRegistryChange change;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"Ten").ulErrCode);
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 10)).ulErrCode);
-    EXPECT_EQ(Lines(R"(
-        ~ Class\0001  *PriorityVLANTag  REG_SZ  "1" -> "3"
-        + Class\0001  NetworkAddress  REG_SZ  ""
-        + XMS\Configuration
-    )"),
-              Format(CLabHost::Readable(change.Text(), {})));
+    EXPECT_EQ(DWORD{ERROR_LOCK_VIOLATION}, host.Create("Port A", 10, L"Ten").ulErrCode);
+    EXPECT_EQ(CResult::FAILED, host.Remove(L"{any}").ulErrCode);
+    EXPECT_EQ("", Format(change, {}));
+    host.Agent().DoneLock(result, token);
+    host.Agent().CreateVlan(result, key, 10, RAV_AUTO_VLAN_NAMES, 0, host.Lock());
+    EXPECT_EQ(0u, result.ulErrCode);
+    CRavString vlan = host.Vlan("Port A", 10);
+    vlan.MakeLower();
+    EXPECT_EQ(0u, host.Remove(vlan).ulErrCode);
     EXPECT_EQ(0u, CLabHost::Miniports());
 }
 
-TEST(Remove, LastTaggedVlanTakesTheUntaggedOneAlong)
+namespace
 {
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"Ten").ulErrCode);
-    ASSERT_EQ(0u, host.Create("Port A", 0, L"Zero").ulErrCode);
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 10)).ulErrCode);
-    EXPECT_TRUE(host.Vlans().empty());
-    EXPECT_EQ(0u, CLabHost::Miniports());
+// So many requests for the write lock are granted; all others get the status.
+size_t s_uLocks;
+HRESULT s_hLockStatus;
+const CSlot* s_pLockSlot;
+HRESULT WINAPI AcquireWriteLock(INetCfgLock* lock, DWORD wait, LPCWSTR text, LPWSTR* holder)
+{
+    if (s_uLocks == 0)
+        return s_hLockStatus;
+    --s_uLocks;
+    return reinterpret_cast<decltype(&AcquireWriteLock)>(s_pLockSlot->Original())(lock, wait, text, holder);
 }
+} // namespace
 
-TEST(Remove, StrayEntriesOfTheIdListGoToo)
+TEST(Remove, WithoutTheWriteLock)
 {
     CLabHost host;
-    for (const DWORD id : {5u, 6u, 7u})
-        ASSERT_EQ(0u, host.Create("Port A", id, CRavString(static_cast<int>(id))).ulErrCode);
-    host.Hive().Add(R"(Class\0001  VLANID  REG_MULTI_SZ  5 0 x 6 7)");
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", 5)).ulErrCode);
-    EXPECT_EQ("REG_MULTI_SZ  \"6\", \"7\"", host.Hive().Value("Class\\0001", "VLANID"));
-}
-
-TEST(Remove, ImplausibleBindingCountFails)
-{
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 5, L"Five").ulErrCode);
-    ASSERT_EQ(0u, host.Create("Port A", 6, L"Six").ulErrCode);
-    const std::string driver = "XMS\\Adapters\\" + Utf8(host.Key("Port A"));
-    host.Hive().Add(driver + "  MiniportBindingListCount  REG_DWORD  1");
-    EXPECT_EQ(0xFFFFFFFFu, host.Remove(host.Vlan("Port A", 5)).ulErrCode);
-    EXPECT_EQ("REG_DWORD  1", host.Hive().Value(driver, "MiniportBindingListCount"));
-    EXPECT_TRUE(CLabHost::IsNetworkLockFree());
+    Create(host, "10 20");
+    const std::vector<CRavString> vlans = host.Vlans();
+    Microsoft::WRL::ComPtr<INetCfgLock> lock;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&lock)));
+    const CSlot slot(lock.Get(), 3, &AcquireWriteLock);
+    s_pLockSlot = &slot;
+    const auto remove = [&](size_t locks, HRESULT status) {
+        s_uLocks = locks;
+        s_hLockStatus = status;
+        const CRegistryChange change;
+        const CResult result = host.Remove(vlans[0]);
+        return std::to_string(static_cast<int>(result.ulErrCode)) + " class " +
+               std::to_string(static_cast<int>(result.ulErrClass)) + "; " + CVlanLab::Short(Format(change, vlans));
+    };
+    EXPECT_EQ("-333 class 2; ", remove(0, NETCFG_E_NEED_REBOOT));
+    EXPECT_EQ("0 class 2; ", remove(0, E_ACCESSDENIED));
+    EXPECT_EQ(R"(0 class 2; ~ 0001 VLANID MULTI_SZ "10", "20" -> "20"; )"
+              R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
+              R"(~ {1} MiniportBindingListCount DWORD 2 -> 1)",
+              remove(1, E_ACCESSDENIED));
+    // An object that failed at the second lock does not try the miniport again; a new one does.
+    CResult result;
+    bool created = false;
+    host.Agent().CreateNetCfgInterfaceObj(result, created);
+    const auto vlan = host.Agent().GetVlan(vlans[0]);
+    s_uLocks = 1;
+    EXPECT_EQ(2u, vlan->RemoveVLANonAdapter(false).ulErrClass);
+    s_uLocks = 9;
+    EXPECT_EQ(0u, vlan->RemoveVLANonAdapter(false).ulErrCode);
+    EXPECT_EQ(2u, CLabHost::Miniports());
+    host.Agent().ReleaseNetCfgInterfaceObj(result, created);
+    EXPECT_EQ("0 class -1; - 0011", remove(9, S_OK));
 }
 
 TEST(Remove, VlansOnTheHyperVSwitchAreRefusedBeforeAnyChange)
 {
     CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"Ten").ulErrCode);
-    ASSERT_EQ(0u, host.Create("Port A", 0, L"Zero").ulErrCode);
-    for (const DWORD bound : {10u, 0u})
+    Create(host, "10 0");
+    for (const CRavString& bound : host.Vlans())
     {
-        host.Hive().Add("Services\\VMSP\\Linkage  Bind  REG_MULTI_SZ  \\Device\\" + Utf8(host.Vlan("Port A", bound)));
+        host.Hive().Add("Services\\VMSP\\Linkage  Bind  REG_MULTI_SZ  \\Device\\" + Utf8(bound));
         const CRegistryChange change;
-        const CResult result = host.Remove(host.Vlan("Port A", 10));
-        EXPECT_EQ(RAV_CODE_HYPER_V, result.ulErrCode) << bound;
+        const CResult result = host.Remove(host.Vlans().front());
+        EXPECT_EQ(RAV_CODE_HYPER_V, result.ulErrCode);
         EXPECT_EQ(2u, result.ulErrClass);
         EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
     }
 }
 
-TEST(Remove, LastVlanOverATeamFreesItsMembers)
+// The members are the adapters 8 and 9, the team is 10.
+TEST(Remove, VlansOverTeams)
 {
-    const char* const vlans = R"(, "vlans": [ { "parent": "Team", "id": 40, "name": "Backup" },
+    const char* const vlans = R"(, "vlans": [ { "parent": "Team", "id": 40, "name": "Forty" },
+                                              { "parent": "Team", "id": 41, "name": "Other" },
                                               { "parent": "Team", "id": 0, "name": "Untagged" } ] })";
-    std::string text = SMALL_HOST;
-    CLabHost host(text.replace(text.rfind('}'), 1, vlans));
-    ASSERT_EQ(2u, host.Vlans("Team").size());
-    EXPECT_EQ("REG_MULTI_SZ  \"40\"", host.Hive().Value("Class\\0008", "VLANID"));
-    ASSERT_EQ(0u, host.Remove(host.Vlan("Team", 40)).ulErrCode);
-    EXPECT_TRUE(host.Vlans().empty());
-    for (const char* const member : {"Class\\0008", "Class\\0009"})
+    using OPERATION = std::function<void(CLabHost&, CResult&, const std::vector<CRavString>&)>;
+    const OPERATION one = [](CLabHost& host, CResult& result, const auto& keys) { result = host.Remove(keys[0]); };
+    const OPERATION all = [](CLabHost& host, CResult& result, const auto&) {
+        host.Agent().RemoveAllVlansOnTeam(result, host.Key("Team"));
+    };
+    const auto leave = [](const char* member, size_t vlan) {
+        return [=](CLabHost& host, CResult& result, const std::vector<CRavString>& keys) {
+            host.Agent().RemoveVlanFromTeamMember(result, host.Key("Team"), host.Key(member),
+                                                  vlan < keys.size() ? keys[vlan] : CRavString());
+        };
+    };
+    const std::tuple<OPERATION, const char*, const char*> CASES[] = {
+        {one, "", R"(0; - 0011)"},
+        {all, "",
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; + 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; )"
+         R"(- 0008 VlanMode DWORD 1; ~ 0009 TaggingMode DWORD 1 -> SZ "0"; + 0009 VlanFiltering SZ "0"; )"
+         R"(- 0009 VLANID MULTI_SZ "40", "41"; - 0009 VlanMode DWORD 1; - 0011; - 0012; - 0013; )"
+         R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
+         R"(~ {8} MiniportBindingListCount DWORD 4 -> 1; ~ {8} TaggingMode DWORD 3 -> 0; )"
+         R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
+         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
+        {all, R"(Lab\Teams\{10} Members MULTI_SZ {77} {9})",
+         R"(0; - 0011; - 0012; - 0013; )"
+         R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
+         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
+        {leave("Member 1", 0), "",
+         R"(0; ~ 0008 VLANID MULTI_SZ "40", "41" -> "41"; )"
+         R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V2}", "\Device\{V3}"; )"
+         R"(~ {8} MiniportBindingListCount DWORD 4 -> 3)"},
+        {leave("Member 1", 9), "",
+         R"(0; ~ 0008 NetworkAddress SZ "001B21000008" -> ""; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; )"
+         R"(+ 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; - 0008 VlanMode DWORD 1; )"
+         R"(- 0008 XMSLoaded DWORD 1; - {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
+    };
+    for (const auto& [operation, prepared, expected] : CASES)
     {
-        EXPECT_EQ("", host.Hive().Value(member, "VLANID"));
-        EXPECT_EQ("", host.Hive().Value(member, "VlanMode"));
-        EXPECT_EQ("REG_SZ  \"0\"", host.Hive().Value(member, "VlanFiltering"));
-        EXPECT_EQ("REG_SZ  \"0\"", host.Hive().Value(member, "TaggingMode"));
+        std::string text = SMALL_HOST;
+        CVlanLab host(text.replace(text.rfind('}'), 1, vlans));
+        host.Change(prepared);
+        const std::vector<CRavString> keys = host.Vlans("Team");
+        const CRegistryChange change;
+        CResult result;
+        operation(host, result, keys);
+        EXPECT_EQ(expected, std::to_string(result.ulErrCode) + "; " + CVlanLab::Short(Format(change, keys)))
+            << prepared;
     }
-    EXPECT_EQ("REG_DWORD  1", host.Hive().Value("Lab\\Teams\\" + Utf8(host.Key("Team")), "LastVlanNotices"));
 }
 
 // Creations and removals in random order: after each step the rules that the driver relies on hold.
 TEST(Random, TheRegistryStaysConsistent)
 {
-    CLabHost host;
+    CLabHost host(R"({ "adapters": [ { "name": "Port A", "mac": "001B21000001" },
+                                     { "name": "Port B", "mac": "001B21000002" } ] })");
     std::mt19937 random(20);
-    std::set<DWORD> ids;
-    const std::string driver = "XMS\\Adapters\\" + Utf8(host.Key("Port A"));
-    for (int step = 0; step < 60; ++step)
+    struct
     {
-        const DWORD id = random() % 8 == 0 && !ids.empty() ? 0 : 1 + random() % 12;
-        if (ids.count(id) == 0)
-        {
-            CRavString name;
-            name.FormatString(L"N%u", id);
-            ASSERT_EQ(0u, host.Create("Port A", id, name).ulErrCode) << step;
-            ids.insert(id);
-        }
+        std::vector<CRavString> ids; // of the tagged VLANs
+        bool untagged = false;
+        size_t All() const { return ids.size() + (untagged ? 1 : 0); }
+    } ports[2];
+    for (size_t step = 0; step < 300 && !HasFailure(); ++step)
+    {
+        SCOPED_TRACE("step " + std::to_string(step));
+        auto& port = ports[random() % 2];
+        const std::string parent = &port == ports ? "Port A" : "Port B";
+        const DWORD id = random() % 5 == 0 && !port.ids.empty() ? 0 : 1 + random() % 6;
+        const CRavString text(static_cast<int>(id));
+        const auto found = std::find(port.ids.begin(), port.ids.end(), text);
+        const bool create = id == 0 ? !port.untagged : found == port.ids.end();
+        CRavString name(L"\xD83D\xDE00");
+        for (size_t length = random() % 30; length > 0; --length)
+            name.push_back(static_cast<wchar_t>(0x3A9 + 37 * id + random() % 30));
+        EXPECT_EQ(0u, (create ? host.Create(parent, id, name) : host.Remove(host.Vlan(parent, id))).ulErrCode);
+        if (id == 0)
+            port.untagged = create;
+        else if (create)
+            port.ids.push_back(text);
         else
-        {
-            ASSERT_EQ(0u, host.Remove(host.Vlan("Port A", id)).ulErrCode) << step;
-            ids.erase(id);
-            if (ids == std::set<DWORD>{0})
-                ids.clear();
-        }
-        const size_t tagged = ids.size() - ids.count(0);
-        ASSERT_EQ(ids.size(), host.Vlans("Port A").size()) << step;
-        ASSERT_EQ(ids.size(), CLabHost::Miniports()) << step;
-        ASSERT_EQ(tagged,
-                  LabList(L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\0001",
-                          L"VLANID")
-                      .size())
-            << step;
-        const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
-        ASSERT_EQ(ids.size(), LabList(entry, L"MiniportBindingList").size()) << step;
-        ASSERT_EQ(ids.size(), LabNumber(entry, L"MiniportBindingListCount", 0)) << step;
-        if (ids.empty())
-            continue;
-        ASSERT_EQ(tagged == 0 ? 0u : ids.count(0) != 0 ? 3u : 1u, LabNumber(entry, L"TaggingMode", 9)) << step;
+            port.ids.erase(found);
+        port.untagged = port.untagged && !port.ids.empty(); // it goes with the last tagged one
+
+        const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key(parent));
+        const CRavString instance = LabPath(CLASS_KEY, &port == ports ? L"0001" : L"0002");
+        std::set<std::wstring> devices;
+        for (const CRavString& vlan : host.Vlans(parent))
+            devices.insert(L"\\Device\\" + vlan);
+        const std::vector<CRavString> bindings = LabList(entry, L"MiniportBindingList");
+        const bool none = port.ids.empty();
+        EXPECT_EQ(port.All(), devices.size());
+        EXPECT_EQ(ports[0].All() + ports[1].All(), CLabHost::Miniports());
+        EXPECT_EQ(devices, std::set<std::wstring>(bindings.begin(), bindings.end()));
+        EXPECT_EQ(devices.size(), bindings.size());
+        EXPECT_EQ(devices.size(), LabNumber(entry, L"MiniportBindingListCount", 0));
+        EXPECT_EQ(port.ids, LabList(instance, L"VLANID"));
+        EXPECT_EQ(none ? 7u : 1u, LabNumber(instance, L"VlanMode", 7));
+        EXPECT_EQ(none ? 7u : 1u, LabNumber(instance, L"TaggingMode", 7));
+        EXPECT_EQ(none ? 7u : port.untagged ? 3u : 1u, LabNumber(entry, L"TaggingMode", 7));
+        EXPECT_EQ(!none, LabHasKey(entry));
     }
 }

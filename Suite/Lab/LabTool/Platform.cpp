@@ -85,7 +85,7 @@ DWORD TryToStartDriver()
     return error == ERROR_SERVICE_ALREADY_RUNNING ? ERROR_SUCCESS : error;
 }
 
-// The service manager may still be starting up itself, or be about to delete the service of the host before.
+// The service manager may still be starting up itself.
 void StartDriver()
 {
     DWORD error = TryToStartDriver();
@@ -98,7 +98,9 @@ void StartDriver()
         throw LabError("the driver cannot be started: error " + std::to_string(error));
 }
 
-void RemoveDriver()
+// The service itself stays, to be started on demand only: deleted while any process holds it open it could not be made
+// again until that one ends.
+void StopDriver()
 {
     const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     const ServiceHandle service(
@@ -106,11 +108,11 @@ void RemoveDriver()
     SERVICE_STATUS status = {};
     if (service.Get() == nullptr && GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST)
         return;
-    if (service.Get() != nullptr)
-        ControlService(service.Get(), SERVICE_CONTROL_STOP, &status);
     if (service.Get() == nullptr ||
-        (!DeleteService(service.Get()) && GetLastError() != ERROR_SERVICE_MARKED_FOR_DELETE))
-        throw LabError("the driver cannot be removed: error " + std::to_string(GetLastError()));
+        (!ControlService(service.Get(), SERVICE_CONTROL_STOP, &status) && GetLastError() != ERROR_SERVICE_NOT_ACTIVE))
+        throw LabError("the driver cannot be stopped: error " + std::to_string(GetLastError()));
+    ChangeServiceConfigW(service.Get(), SERVICE_NO_CHANGE, SERVICE_DEMAND_START, SERVICE_NO_CHANGE, nullptr, nullptr,
+                         nullptr, nullptr, nullptr, nullptr, nullptr);
 }
 
 // The edition of Windows that programs see is Wine's to say, program by program.
@@ -162,7 +164,7 @@ void StartPlatform(const std::string& edition)
 std::string StopPlatform()
 {
     std::string errors;
-    const std::function<void()> steps[] = {ClearEdition, RemoveDriver, [] { Server().Call("DllUnregisterServer"); }};
+    const std::function<void()> steps[] = {ClearEdition, StopDriver, [] { Server().Call("DllUnregisterServer"); }};
     for (const auto& step : steps)
     {
         try
