@@ -1,5 +1,6 @@
 #include "Tools/vlanctl/Session.h"
 
+#include "Common/Src/ComApartment.h"
 #include "Common/Src/RavRegKey.h"
 #include "Tools/vlanctl/Output.h"
 
@@ -12,22 +13,6 @@
 namespace
 {
 constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
-
-class Apartment
-{
-  public:
-    Apartment() : m_entered(SUCCEEDED(CoInitialize(nullptr))) {}
-    ~Apartment()
-    {
-        if (m_entered)
-            CoUninitialize();
-    }
-    Apartment(const Apartment&) = delete;
-    Apartment& operator=(const Apartment&) = delete;
-
-  private:
-    bool m_entered;
-};
 
 class Module
 {
@@ -93,7 +78,7 @@ bool IsNetworkLocked(std::string& holder)
 
 struct CSession::Modules
 {
-    Apartment apartment; // left last
+    CRavComApartment apartment; // left last
     Module agent;
     Module core;
     Module team;
