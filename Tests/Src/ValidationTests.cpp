@@ -1,30 +1,55 @@
 // What is refused, and with which message; which parents can carry VLANs.
 
 #include "Src/RavVlanIdRange.h"
-#include "Tests/Src/LabFixture.h"
+#include "Tests/Harness/OtherSystem.h"
+#include "Tests/Src/VlanObjectFixture.h"
+
+#include <fstream>
+#include <sstream>
 
 namespace
 {
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
 
+// The numbers of the messages, with a "w" behind warnings. All that belongs to a number is checked here.
 std::string Numbers(const CRavVlanMessages& messages)
 {
     std::string text;
     for (const RAV_VALIDATION_MESSAGE& message : messages)
     {
-        const std::string number = std::to_string(message.dwCode & 0xFFFF);
-        text += (text.empty() ? "" : " ") + number + (message.dwSeverity == RAV_SEVERITY_WARNING ? "w" : "");
+        const DWORD number = message.dwCode & 0xFFFF;
+        const DWORD family = number == 226 ? 1 : number == 171 || number == 174 ? 4 : 3;
+        const bool warning = number == 149 || number == 150;
+        EXPECT_EQ(0x30000000 + (family << 24) + number, message.dwCode);
+        EXPECT_EQ(warning ? 33u : 16u, message.dwCategory) << number;
+        EXPECT_EQ(warning ? 2u : 1u, message.dwSeverity) << number;
+        EXPECT_EQ(std::vector<CRavString>(1), message.parameters) << number;
+        text += (text.empty() ? "" : " ") + std::to_string(number) + (warning ? "w" : "");
     }
     return text;
 }
 
-std::string Validate(CLabHost& host, const std::string& parent, const wchar_t* ids, const wchar_t* name)
+// The messages; what has a stop error among them is then tried all the same, and must change nothing.
+std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* ids, const wchar_t* name)
 {
     CResult result;
     CRavVlanMessages messages;
-    host.Agent().ValidateNewVlan(result, host.Key(parent), ids, name, messages, host.Client());
+    const CRegistryChange change;
+    host.Agent().ValidateNewVlan(result, parent, ids, name, messages, host.Client());
     EXPECT_EQ(0u, result.ulErrCode);
+    if (std::any_of(messages.begin(), messages.end(), [](const auto& message) { return message.dwSeverity == 1; }))
+    {
+        host.Agent().CreateMultipleVLANs(result, parent, ids, name, 0, nullptr, host.Lock());
+        EXPECT_EQ(RAV_CODE_NOT_VALID, result.ulErrCode);
+    }
+    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
     return Numbers(messages);
+}
+
+std::string HostWith(const std::string& vlans)
+{
+    std::string text = SMALL_HOST;
+    return text.replace(text.rfind('}'), 1, ", \"vlans\": [" + vlans + "] }");
 }
 
 std::string FullHost(size_t count, const std::string& parent)
@@ -33,8 +58,7 @@ std::string FullHost(size_t count, const std::string& parent)
     for (size_t id = 1; id <= count; ++id)
         vlans += std::string(vlans.empty() ? "" : ",") + R"({ "parent": ")" + parent + R"(", "id": )" +
                  std::to_string(id) + R"(, "name": "N)" + std::to_string(id) + R"(" })";
-    std::string text = SMALL_HOST;
-    return text.replace(text.rfind('}'), 1, ", \"vlans\": [" + vlans + "] }");
+    return HostWith(vlans);
 }
 } // namespace
 
@@ -84,10 +108,11 @@ TEST(Ids, Grammar)
 
 TEST(Validation, NamesAndIds)
 {
-    CLabHost host;
-    ASSERT_EQ(0u, host.Create("Port A", 10, L"Büro").ulErrCode);
+    CLabHost host(HostWith(R"({ "parent": "Port A", "id": 10, "name": "Büro" })"));
     const std::wstring longest(32, L'\x00DC');
     const std::wstring tooLong(33, L'x');
+    const std::wstring tooLongToo = L"?" + tooLong;
+    const std::wstring blankToo = L" " + tooLongToo;
     const struct
     {
         const wchar_t* ids;
@@ -97,18 +122,33 @@ TEST(Validation, NamesAndIds)
         {L"11", L"Fine", ""},
         {L"11", longest.c_str(), ""},
         {L"11", L"\xD83D\xDE00 a\x0301", ""},
+        {L"11", L"a\t.'%&;=", ""},
+        {L"11", RAV_AUTO_VLAN_NAMES, ""},
         {L"11", L"", "154"},
-        {L"11", L" x", "135"},
+        {L"11", L" ", "135"},
         {L"11", tooLong.c_str(), "153"},
-        {L"11", L"a|b", "136"},
-        {L"11", L" |", "135"},
+        {L"11", L"/", "136"},
+        {L"11", L"a\\", "136"},
+        {L"11", L"*a", "136"},
+        {L"11", L"a:b", "136"},
+        {L"11", L">", "136"},
+        {L"11", L"<", "136"},
+        {L"11", L"|", "136"},
+        {L"11", L"?", "136"},
+        {L"11", L"\"", "136"},
+        // The first rule that a name breaks ends the check of names; those of ids go on.
+        {L"11", blankToo.c_str(), "135"},
+        {L"11", tooLongToo.c_str(), "153"},
         {L"11", L"BÜRO", "137 137"},
+        {L"10", L"BÜRO", "137 143"},
         {L"10", L"New", "143"},
+        {L"4094", L"New", ""},
         {L"4095", L"New", "142"},
         {L"4095", L"a?", "136 142"},
         {L"99999999999", L"New", "142"},
         {L"-1", L"New", "141"},
         {L"5-5", L"New", "141"},
+        {L"x", L"", "141"},
         {L"0", L"New", ""},
         {L"9-11", RAV_AUTO_VLAN_NAMES, "138"},
         {L"20,20", RAV_AUTO_VLAN_NAMES, "138"},
@@ -119,41 +159,126 @@ TEST(Validation, NamesAndIds)
         {L"20-82", RAV_AUTO_VLAN_NAMES, ""},
     };
     for (const auto& one : CASES)
-        EXPECT_EQ(one.expected, Validate(host, "Port A", one.ids, one.name)) << Utf8(one.ids) << " " << Utf8(one.name);
+        EXPECT_EQ(one.expected, Validate(host, host.Key("Port A"), one.ids, one.name))
+            << Utf8(one.ids) << " " << Utf8(one.name);
 }
 
 TEST(Validation, Parents)
 {
-    CLabHost host;
     const struct
     {
         const char* parent;
+        const char* prepared;
         const char* expected;
     } CASES[] = {
-        {"Port A", ""},     {"Port C", "148"},   {"Unloaded", "146 148"}, {"Queues", "149w"},
-        {"Foreign", "171"}, {"Member 1", "152"}, {"Team", "151"},         {"Virtual", ""},
+        {"Port A", "", ""},
+        {"Virtual", "", ""},
+        {"Port C", "", "148"},
+        {"Port A", R"(Class\0001\ZentraNdi XMSSupportFilter DWORD 3)", "148"},
+        {"Port A", R"(- 0001)", "148"},
+        {"Unloaded", "", "146 148"},
+        {"Queues", "", "149w"},
+        {"Queues", R"(Lab\Adapters\{6} Vorn DWORD 0)", "174 149w"},
+        {"Port A", R"(Lab\Adapters\{1} Vorn DWORD 0)", "174"},
+        {"Foreign", R"(Lab\Adapters\{7} Vorn DWORD 0; 0007 *VMQ SZ 1)", "171"},
+        {"Member 1", "", "152"},
+        {"Team", R"(Lab\Teams\{10} SupportsVlans DWORD 0; Lab\Devices\{8} Problem DWORD 22)", "151"},
+        {"Team", R"(Lab\Devices\{8} Problem DWORD 22)", "146"},
+        {"Team", "", "151"},
+        {"Team", R"(0008 *VMQ SZ 1)", "151 150w"},
     };
     for (const auto& one : CASES)
-        EXPECT_EQ(one.expected, Validate(host, one.parent, L"10", L"New")) << one.parent;
-    EXPECT_EQ("147", Validate(host, "Port A", L"0", L"New"));
-    host.Hive().Add(R"(Lab\Adapters\{A0000001-0000-4000-8000-000000000001}  Vorn  REG_DWORD  0)");
-    EXPECT_EQ("174", Validate(host, "Port A", L"10", L"New"));
-    host.Hive().Add(R"(Class\0001\ZentraNdi  XMSSupportFilter  REG_DWORD  3)");
-    EXPECT_EQ("148", Validate(host, "Port A", L"10", L"New"));
+    {
+        CVlanLab host(SMALL_HOST);
+        host.Change(one.prepared);
+        EXPECT_EQ(one.expected, Validate(host, host.Key(one.parent), L"10", L"New")) << one.parent << one.prepared;
+    }
+    CLabHost host;
+    EXPECT_EQ("147", Validate(host, host.Key("Port A"), L"0", L"New"));
+    EXPECT_EQ("148 154", Validate(host, L"{00000000-0000-0000-0000-000000000000}", L"10", L""));
+    EXPECT_EQ("148 142", Validate(host, L"", L"4095", L"New"));
+}
+
+// Of the three reasons that concern the parent as a whole, the first is told.
+TEST(Validation, BlockedByWindows)
+{
+    if (!CanPose())
+        GTEST_SKIP() << "Windows itself cannot pose as another version.";
+    if (PosesAs().empty())
+    {
+        for (const wchar_t* const system : {L"win10", L"win81"})
+            EXPECT_EQ(0u, RunAs(system, L"Validation.BlockedByWindows")) << Utf8(system);
+        return;
+    }
+    const bool blocks = PosesAs() == L"win10";
+    CVlanLab host(SMALL_HOST);
+    host.Change(R"(Lab\Devices\{8} Problem DWORD 22)");
+    for (const char* const block : {"0", "1", "2"})
+    {
+        host.Change(std::string(R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2 XMSBlock DWORD )") + block);
+        const bool blocked = blocks && *block == '1';
+        EXPECT_EQ(blocked ? "226" : "", Validate(host, host.Key("Port A"), L"10", L"New"));
+        EXPECT_EQ(blocked ? "226 148" : "146 148", Validate(host, host.Key("Unloaded"), L"10", L"New"));
+        EXPECT_EQ(blocked ? "226" : "146", Validate(host, host.Key("Team"), L"10", L"New"));
+    }
 }
 
 TEST(Validation, FullParents)
 {
     CLabHost full(FullHost(64, "Port A"));
-    EXPECT_EQ("144", Validate(full, "Port A", L"100", L"New"));
-    full.CloseAgent();
+    EXPECT_EQ("144", Validate(full, full.Key("Port A"), L"0", L"New"));
 }
 
 TEST(Validation, FullVirtualDevices)
 {
     CLabHost full(FullHost(63, "Virtual"));
-    EXPECT_EQ("145", Validate(full, "Virtual", L"100", L"New"));
-    EXPECT_EQ("140", Validate(full, "Virtual", L"100,101", RAV_AUTO_VLAN_NAMES));
+    EXPECT_EQ("137 145", Validate(full, full.Key("Virtual"), L"1", L"N1"));
+    EXPECT_EQ("140", Validate(full, full.Key("Virtual"), L"100,101", RAV_AUTO_VLAN_NAMES));
+}
+
+TEST(Parents, OfTheServer)
+{
+    const struct
+    {
+        const char* name;
+        const char* answers; // code, supports, not loaded, team without VLANs; then code, VMQ on, is a team
+    } CASES[] = {
+        {"Port A", "0 1 0 0; 0 0 0"}, {"Port B", "0 1 0 0; 0 0 0"},
+        {"Port C", "0 0 0 0; 0 0 0"}, {"Virtual Function 1", "0 1 0 0; 0 0 0"},
+        {"Port D", "0 0 1 0; 0 0 0"}, {"Port E", "0 1 0 0; 0 1 0"},
+        {"Port F", "0 1 0 0; 0 0 0"}, {"Other Maker's Adapter", "0 1 0 0; 0 0 0"},
+        {"Port G", "0 0 0 0; 0 0 0"}, {"Port H", "0 0 0 0; 0 0 0"},
+        {"Team 1", "0 1 0 0; 0 0 1"},
+    };
+    std::ifstream file("Suite/Lab/hosts/server.json");
+    CLabHost host(std::string(std::istreambuf_iterator<char>(file), {}));
+    const auto ask = [&](const CRavString& key) {
+        std::ostringstream text;
+        CResult result;
+        bool first = true;
+        bool second = true;
+        bool third = true;
+        host.Agent().DoesParentSupportVlans(result, key, first, second, third, host.Client());
+        text << static_cast<int>(result.ulErrCode) << " " << first << " " << second << " " << third << "; ";
+        host.Agent().IsParentVmqEnabled(result, key, first, second, host.Client());
+        text << static_cast<int>(result.ulErrCode) << " " << first << " " << second;
+        return text.str();
+    };
+    std::vector<CRavString> expected;
+    for (const auto& one : CASES)
+    {
+        EXPECT_EQ(one.answers, ask(host.Key(one.name))) << one.name;
+        if (one.answers[2] == '1')
+            expected.push_back(host.Key(one.name));
+    }
+    EXPECT_EQ("-1 0 0 0; -1 0 0", ask(L""));
+    EXPECT_EQ("-1 0 0 0; -1 0 0", ask(L"{00000000-0000-0000-0000-000000000000}"));
+
+    CResult result;
+    std::vector<CRavString> parents;
+    host.Agent().EnumerateVlanSupportingParents(result, parents, host.Client());
+    EXPECT_EQ(0u, result.ulErrCode);
+    EXPECT_TRUE(std::is_permutation(expected.begin(), expected.end(), parents.begin(), parents.end()));
 }
 
 TEST(Parents, TeamsComeBeforeAdaptersAndMembersNeverDo)
@@ -166,6 +291,19 @@ TEST(Parents, TeamsComeBeforeAdaptersAndMembersNeverDo)
     EXPECT_EQ((std::vector<CRavString>{host.Key("Team"), host.Key("Port A"), host.Key("Port B"), host.Key("Virtual"),
                                        host.Key("Queues"), host.Key("Foreign")}),
               parents);
+}
+
+// It can be had again as soon as its driver is loaded; no second VLAN is made until then.
+TEST(Parents, WithoutItsDriverOneWithAVlanIsAParent)
+{
+    CLabHost host(HostWith(R"({ "parent": "Unloaded", "id": 10, "name": "Ten" })"));
+    CResult result;
+    bool supports = false;
+    bool notLoaded = false;
+    bool team = true;
+    host.Agent().DoesParentSupportVlans(result, host.Key("Unloaded"), supports, notLoaded, team, host.Client());
+    EXPECT_TRUE(result.Succeeded() && supports && notLoaded && !team);
+    EXPECT_EQ("146", Validate(host, host.Key("Unloaded"), L"11", L"New"));
 }
 
 TEST(Parents, WithoutATeamAgentThereAreNone)
@@ -185,9 +323,6 @@ TEST(Refusals, ChangeNothing)
     CLabHost host;
     host.Agent();
     const CRegistryChange change;
-    EXPECT_EQ(RAV_CODE_NOT_VALID, host.Create("Port C", 10, L"New").ulErrCode);
-    EXPECT_EQ(RAV_CODE_NOT_VALID, host.Create("Team", 10, L"New").ulErrCode);
-    EXPECT_EQ(RAV_CODE_NOT_VALID, host.Create("Port A", 4095, L"New").ulErrCode);
     CResult result;
     host.Agent().CreateVlan(result, host.Key("Port A"), 10, L"New", 0, {{1234, 5}, 0}); // nobody's identity
     EXPECT_EQ(0xFFFFFFFFu, result.ulErrCode);
