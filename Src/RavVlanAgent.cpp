@@ -179,8 +179,7 @@ CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
     m_agent.ReleaseNetCfgInterfaceObj(released, m_bCreated);
 }
 
-// --- siblings and components
-// ------------------------------------------------------------------------------------------
+// --- siblings and components ----------------------------------------------------------------------------------------
 
 // Loaded anew before it is given back, so that the module stays where it is under another thread that is inside it.
 CRavTeamAgentPvtIntf* CVlanAgentWin::GetTeamAgentPvtIntf()

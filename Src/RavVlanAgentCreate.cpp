@@ -237,8 +237,7 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
     m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey);
 }
 
-// --- apply-done
-// -------------------------------------------------------------------------------------------------------
+// --- apply-done -----------------------------------------------------------------------------------------------------
 
 void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
 {

@@ -92,8 +92,7 @@ class NetworkWalk
 
 } // namespace
 
-// --- enumeration
-// ------------------------------------------------------------------------------------------------------
+// --- enumeration ----------------------------------------------------------------------------------------------------
 
 void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
@@ -264,8 +263,7 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
     return vlan;
 }
 
-// --- loading
-// ----------------------------------------------------------------------------------------------------------
+// --- loading --------------------------------------------------------------------------------------------------------
 
 // An enumeration is good until the next one starts, so that listing many VLANs enumerates once, not once for each. What
 // it promised and is gone meanwhile is decided by another one.
@@ -433,8 +431,7 @@ int CVlanAgentWin::ReadJumboPacket(CRavXmsVlan& vlan)
                                                        : static_cast<const RAV_SETTING_INT&>(*setting).iCurrent;
 }
 
-// --- queries
-// ----------------------------------------------------------------------------------------------------------
+// --- queries --------------------------------------------------------------------------------------------------------
 
 void CVlanAgentWin::GetVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info)
 {

@@ -204,8 +204,7 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
     });
 }
 
-// --- teams
-// ------------------------------------------------------------------------------------------------------------
+// --- teams ----------------------------------------------------------------------------------------------------------
 
 CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey,
                                                   bool bLastVlan, int iVlanId, bool bUnloadMembers)
