@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/RavDebug.h"
 #include "Common/Src/RavNetAgentPvt.h"
 
 // Holds the suite-wide configuration lock for a scope. The release applies the transaction.
@@ -14,9 +15,11 @@ class CRavSuiteLock
     }
     ~CRavSuiteLock()
     {
-        CResult released;
+        CResult released = CResult::Success();
         if (m_bHeld)
             m_agent.DoneLock(released, m_token);
+        if (!released.Succeeded())
+            RavTrace().Print(L"CRavSuiteLock - the transaction could not be applied, 0x%X", released.ulErrCode);
     }
     CRavSuiteLock(const CRavSuiteLock&) = delete;
     CRavSuiteLock& operator=(const CRavSuiteLock&) = delete;

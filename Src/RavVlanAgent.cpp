@@ -87,8 +87,7 @@ void CVlanAgentWin::ConnectCoreAgent(CResult& result)
         m_dwThreadSlot = TlsAlloc();
 }
 
-// --- the thread's network configuration session
-// -------------------------------------------------------------------------
+// --- the thread's network configuration session ---------------------------------------------------------------------
 
 bool CVlanAgentWin::HoldsThreadSlot() const
 {
@@ -240,8 +239,7 @@ bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
     return done;
 }
 
-// --- what the VLAN objects may ask
-// --------------------------------------------------------------------------------------
+// --- what the VLAN objects may ask ----------------------------------------------------------------------------------
 
 CRavNetCfgInterface* CVlanAgentWin::GetNetCfgInterface()
 {

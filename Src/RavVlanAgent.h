@@ -15,6 +15,7 @@
 
 #include <memory>
 #include <mutex>
+#include <source_location>
 #include <vector>
 
 class CRavCoreInterface;
@@ -208,7 +209,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
 
     // Runs the work; what another module throws out of it is traced and becomes a failure. Whether nothing was thrown.
     template <typename Work>
-    static bool Shielded(const wchar_t* operation, CResult& result, Work&& work)
+    static bool Shielded(const wchar_t* operation, CResult& result, Work&& work,
+                         const std::source_location& where = std::source_location::current())
     {
         try
         {
@@ -217,7 +219,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
         }
         catch (...)
         {
-            RavTrace().Error(L"Src\\RavVlanAgent", __LINE__, L"%s - Exception caught", operation);
+            RavTrace().Error(L"Src\\RavVlanAgent", static_cast<int>(where.line()), L"%s - Exception caught", operation);
             result = CResult();
             return false;
         }
@@ -261,12 +263,13 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
 
     void ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey, const RAV_CLIENT_ID& client);
     void ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled);
-    static void ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled);
+    static void ValidateTeam(CRavVlanMessages& messages, bool bRefused, bool bVmqEnabled);
     bool ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                      const CRavString& strVlanName);
-    void ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
+    bool ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
                         DWORD dwVlanId, const CRavString& strParentKey, const std::vector<CRavString>& vlans);
     bool EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
+    bool ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info);
     bool HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
                       const CRavString& strExceptKey);
 
@@ -289,7 +292,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey, bool bLastVlan,
                                        int iVlanId, bool bUnloadMembers);
     void UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan);
-    static void KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys);
+    static bool KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys);
     CResult TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                               const CRavString& strVlanKey);
     CResult DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,

@@ -24,7 +24,7 @@ bool IsVlanType(CResult& result, DWORD type)
 {
     if (type <= MAX_VLAN_TYPE)
         return true;
-    RavTrace().Print(L"CVlanAgentWin::CreateVlan, there is no vlan type %u", type);
+    RavTrace().Print(L"CVlanAgentWin - there is no vlan type %u", type);
     result = CResult(RAV_CODE_NOT_VALID);
     return false;
 }
@@ -41,6 +41,8 @@ bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const C
                               const CRavString& strVlanNumbers, const CRavString& strVlanName,
                               const RAV_LOCK_RECORD& lock)
 {
+    // What was read before others could change it is worth nothing now.
+    ClearVlanCache();
     CRavVlanMessages messages;
     ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
     if (!result.Succeeded() || HasStopError(messages))
@@ -234,7 +236,9 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
     if (pVlan->SendNewVlanOid())
         return;
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
-    m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey);
+    if (!m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey).Succeeded())
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
+                         pVlan->m_strParentKey.c_str());
 }
 
 // --- apply-done -----------------------------------------------------------------------------------------------------

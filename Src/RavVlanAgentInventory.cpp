@@ -3,6 +3,7 @@
 #include "Src/RavVlanAgent.h"
 
 #include "Common/Src/ComApartment.h"
+#include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavSetting.h"
 #include "Src/RavXmsVlan.h"
@@ -190,9 +191,8 @@ bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::
     const size_t prefix = RavName(RAV_NAME_DEVICE).Length();
     CRavRegKey entry;
     std::vector<CRavString> bindings;
-    if (netCfg == nullptr ||
-        !entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strParentKey, false) ||
-        !entry.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+    if (netCfg == nullptr || !entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strParentKey), false) ||
+        !RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings))
         return false;
     return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
         const CRavString guid = binding.Length() > prefix ? binding.c_str() + prefix : L"";
@@ -213,8 +213,7 @@ CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
     return parent;
 }
 
-// --- the cache: two look-ups, of which only the first forgives another letter case
-// ------------------------------------
+// --- the cache: two look-ups, of which only the first forgives another letter case ----------------------------------
 
 std::shared_ptr<CRavXmsVlan> CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
 {
@@ -498,8 +497,7 @@ void CVlanAgentWin::GetDriverInfo(CResult& result, const CRavString& /*strVlanKe
     result = CResult::Success();
 }
 
-// --- settings, to read
-// --------------------------------------------------------------------------------------------------
+// --- settings, to read ----------------------------------------------------------------------------------------------
 
 void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
                                       std::vector<RAV_SETTING*>& settings)

@@ -12,8 +12,9 @@ struct RAV_SETTING_VAL;
 struct RAV_PARAMETER;
 
 // Private face of the VLAN agent, for the core agent and the team agent. The order of the operations is part of the
-// contract between the modules. Conventions are those of the public face; none of these takes the suite-wide lock,
-// which the calling agent holds. Operations marked "not offered" fail.
+// contract between the modules. Conventions are those of the public face. None of these takes the suite-wide lock,
+// which the calling agent holds, but CreateVlan and RemoveVlan: they take it for the client that their lock record
+// names. Operations marked "not offered" fail.
 class CRavVlanAgentPvtIntf : public CRavNetAgentPvt
 {
   public:

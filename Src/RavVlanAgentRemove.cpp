@@ -5,8 +5,8 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
-#include "Common/Src/RavRegKey.h"
 #include "Src/RavCoreInterface.h"
+#include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavSuiteLock.h"
 #include "Src/RavXmsVlan.h"
@@ -17,7 +17,35 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
-constexpr DWORD CLASS_REFUSED = 2;
+
+// The object stands for the VLAN on one member from now on.
+void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
+{
+    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan.m_iVlanId);
+    if (vlan.m_iVlanId == -1)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
+        vlan.m_iVlanId = 0;
+    }
+    vlan.m_strParentKey = team;
+    vlan.m_iParentType = RAV_PARENT_TEAM;
+    vlan.m_bOnTeamMember = true;
+    vlan.m_strMemberKey = member;
+    vlan.m_bMiniportRemoved = false;
+}
+
+CResult CannotTakeOff(const CRavString& vlan, const CRavString& member)
+{
+    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
+                     vlan.c_str(), member.c_str());
+    return CResult();
+}
+
+// A lock that could not be had leaves the code at 0.
+bool IsRemoved(const CResult& result)
+{
+    return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
+}
 } // namespace
 
 void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, const CRavString& strVlanKey)
@@ -28,18 +56,19 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
     if (strVlanKey.IsEmpty())
     {
         RavTrace().Print(L"RemoveVlan() - Vlan key is invalid");
+        ClearVlanCache();
         return;
     }
     Shielded(L"CVlanAgentWin::RemoveVlan", result, [&] {
         CResult locked;
         const CRavSuiteLock suiteLock(*this, lock, locked);
+        // What was read before others could change it is worth nothing now.
+        ClearVlanCache();
         if (!suiteLock.IsHeld())
         {
             RavTrace().Print(L"RemoveVlan() - error unable to create the lock");
             return;
         }
-        // What was read before others could change it is worth nothing now.
-        ClearVlanCache();
         std::optional<CNetCfgSession> session;
         const CacheCleaner cleaner(*this);
         const CRavString key = RavCanonicalKey(strVlanKey);
@@ -65,7 +94,7 @@ bool CVlanAgentWin::MayRemove(CResult& result, const CRavString& strVlanKey, con
     if (bound)
     {
         RavTrace().Print(L"RemoveVlan() - Vlan is bound to Hyper V protocol - cannot be removed.");
-        result = CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+        result = CResult(RAV_CODE_HYPER_V, RAV_CLASS_REFUSED);
         return false;
     }
     VerifyClientID(asked, client);
@@ -95,7 +124,7 @@ CResult CVlanAgentWin::RemoveLoaded(CRavXmsVlan& vlan)
     if (untaggedToRemove && untagged->IsHyperV_Enabled(bound).Succeeded() && bound)
     {
         RavTrace().Print(L"RemoveVlan() - Untagged Vlan is bound to Hyper V protocol - cannot be removed.");
-        return CResult(RAV_CODE_HYPER_V, CLASS_REFUSED);
+        return CResult(RAV_CODE_HYPER_V, RAV_CLASS_REFUSED);
     }
     vlan.GetParentType(vlan.m_iParentType);
     if (untagged)
@@ -120,7 +149,7 @@ CResult CVlanAgentWin::RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagg
         pUntagged->RemoveVLANonAdapter(false); // a failure does not stop the removal that was asked for
     }
     const CResult result = vlan.RemoveVLANonAdapter(false);
-    if (!result.Succeeded())
+    if (!IsRemoved(result))
         RavTrace().Print(L"RemoveVlan() - failed to remove the vlan - exiting!");
     return result;
 }
@@ -236,10 +265,15 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
     vlan.m_iVlanId = iVlanId;
     vlan.m_bRemovedByTeam = true; // for as long as the object lives
     std::vector<CRavString> members;
-    if (!vlan.GetTeamMembers_v(strTeamKey, members))
+    const bool known = vlan.GetTeamMembers_v(strTeamKey, members);
+    if (!known)
         RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
     if (bLastVlan || bUnloadMembers)
+    {
+        if (!known)
+            return result; // nothing is changed yet, and the members would keep what the driver reads
         UpdateTeamMembers(vlan, members, bLastVlan);
+    }
     if (bLastVlan)
         vlan.DoLastVoTTAOps(vlan.m_strParentKey);
     if (vlan.DeleteVlanMiniport())
@@ -279,9 +313,10 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
         return;
     }
     Shielded(L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
+        const CRavString team = RavCanonicalKey(strTeamKey);
         std::vector<CRavString> keys;
         CResult enumerated;
-        EnumerateVlans(enumerated, strTeamKey, keys);
+        EnumerateVlans(enumerated, team, keys);
         if (!enumerated.Succeeded())
         {
             RavTrace().Print(L"RemoveAllVlansOnTeam() - EnumerateVlans() fails - exiting");
@@ -297,7 +332,7 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
                 continue;
             }
             const bool last = index + 1 == keys.size();
-            result = RemoveVlanWithTeamAsParent(keys[index], strTeamKey, last, vlan->m_iVlanId, false);
+            result = RemoveVlanWithTeamAsParent(keys[index], team, last, vlan->m_iVlanId, false);
             if (!result.Succeeded())
                 RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to remove a vlan from the team - continue");
             ForgetVlan(*vlan);
@@ -318,9 +353,12 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         return;
     }
     Shielded(L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
+        const CRavString team = RavCanonicalKey(strTeamKey);
+        const CRavString member = RavCanonicalKey(strMemberKey);
+        const CRavString vlan = RavCanonicalKey(strVlanKey);
         std::vector<CRavString> keys;
         CResult enumerated;
-        EnumerateVlans(enumerated, strTeamKey, keys);
+        EnumerateVlans(enumerated, team, keys);
         if (!enumerated.Succeeded())
         {
             RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
@@ -328,25 +366,37 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         }
         const CNetCfgSession session(*this);
         const CacheCleaner cleaner(*this);
-        KeepThoseOnMember(strMemberKey, keys);
+        if (!KeepThoseOnMember(member, keys))
+            return;
         if (keys.empty())
-            result = CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
-        else if (strVlanKey.IsEmpty() || (keys.size() == 1 && keys.front().CompareI(strVlanKey)))
-            result = DeleteAllVlansFromMember(strTeamKey, strMemberKey, keys);
+            result = CleanupDummyVlanFromMember(team, member);
+        else if (vlan.IsEmpty() || (keys.size() == 1 && keys.front() == vlan))
+            result = DeleteAllVlansFromMember(team, member, keys);
         else
-            result = DeleteVlanFromMember(strTeamKey, strMemberKey, strVlanKey, keys);
+            result = DeleteVlanFromMember(team, member, vlan, keys);
     });
 }
 
-// Drops the keys of VLANs that the driver does not list for the member.
-void CVlanAgentWin::KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys)
+// Drops the keys of VLANs that the driver does not list for the member. False when its list cannot be read: a member
+// without VLANs is cleaned up, and this one may have some.
+bool CVlanAgentWin::KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys)
 {
     CRavRegKey entry;
-    const bool opened =
-        entry.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strMemberKey, false);
+    std::vector<CRavString> bindings;
+    if (!(entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strMemberKey), false) &&
+          RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings)) &&
+        entry.LastResult() != ERROR_FILE_NOT_FOUND)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of member %s cannot be read. err= %d",
+                         strMemberKey.c_str(), entry.LastResult());
+        return false;
+    }
     std::erase_if(vlanKeys, [&](const CRavString& key) {
-        return !opened || !entry.IsValueInMultiString(RavName(RAV_NAME_BINDING_LIST), RavName(RAV_NAME_DEVICE) + key);
+        const CRavString device = RavName(RAV_NAME_DEVICE) + key;
+        return std::none_of(bindings.begin(), bindings.end(),
+                            [&](const CRavString& binding) { return binding.CompareI(device); });
     });
+    return true;
 }
 
 // The member leaves: each VLAN goes off it, and with the last one the driver lets go of it.
@@ -355,7 +405,8 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
 {
     // What the member was before it carried VLANs is kept in the entries that the removals delete: it comes back first.
     CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
-    if (!member.BindMemberToTCPIP(strMemberKey))
+    HRESULT locked = S_OK;
+    if (!member.GiveMemberBack(strMemberKey, locked))
         return CResult();
     for (const CRavString& key : vlanKeys)
     {
@@ -375,45 +426,29 @@ CResult CVlanAgentWin::TakeVlanOffMember(const CRavString& strTeamKey, const CRa
         RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
         return CResult();
     }
-    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan->m_iVlanId);
-    if (vlan->m_iVlanId == -1)
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
-        vlan->m_iVlanId = 0;
-    }
-    vlan->m_strParentKey = strTeamKey;
-    vlan->m_iParentType = RAV_PARENT_TEAM;
-    vlan->m_bOnTeamMember = true;
-    vlan->m_strMemberKey = strMemberKey;
-    vlan->m_strParentAdapterId = strMemberKey;
-    vlan->m_bMiniportRemoved = false;
+    MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
     vlan->m_bSkipMiniportRemoval = true; // the team keeps it
     const CResult removed = vlan->RemoveVLANonAdapter(true);
-    if (removed.Succeeded() && removed.ulErrClass != CLASS_REFUSED)
+    if (IsRemoved(removed))
         return removed;
-    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
-                     strVlanKey.c_str(), strMemberKey.c_str());
-    return CResult();
+    return CannotTakeOff(strVlanKey, strMemberKey);
 }
 
 // One of several: the member's lists lose it, and all else stays as it is.
 CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                             const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys)
 {
-    const bool listed =
-        std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); });
+    const bool listed = std::find(vlanKeys.begin(), vlanKeys.end(), strVlanKey) != vlanKeys.end();
     const std::shared_ptr<CRavXmsVlan> vlan = listed ? GetVlan(strVlanKey) : nullptr;
     if (!vlan)
     {
         RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
         return CResult();
     }
-    vlan->m_strParentKey = strTeamKey;
-    vlan->m_iParentType = RAV_PARENT_TEAM;
-    vlan->m_strMemberKey = strMemberKey;
+    MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
     const bool done = vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false) &&
                       vlan->UpdateTeamMemberOOOKey2ReflectRemovedVlan(strMemberKey, false, vlan->m_iVlanId);
-    return done ? CResult::Success() : CResult();
+    return done ? CResult::Success() : CannotTakeOff(strVlanKey, strMemberKey);
 }
 
 // Nothing of the team's VLANs is left on the member: it goes back to what it was before them.

@@ -36,6 +36,13 @@ void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
     Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
 }
 
+// For a check that ends with its first message.
+bool Told(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+{
+    Stop(messages, code);
+    return true;
+}
+
 void Warn(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
 {
     Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
@@ -64,6 +71,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     bool supports = false;
     bool notLoaded = false;
     bool teamFlag = false;
+    const size_t before = messages.size();
     DoesParentSupportVlans(result, strParentKey, supports, notLoaded, teamFlag, client);
     if (!result.Succeeded())
         RavTrace().Print(L"DoesParentSupportVlans returned error!");
@@ -81,7 +89,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
         RavTrace().Print(L"IsParentVmqEnabled returned error!");
 
     if (isTeam)
-        ValidateTeam(messages, vmqEnabled);
+        ValidateTeam(messages, messages.size() != before, vmqEnabled);
     else if (supports)
         ValidateAdapter(messages, strParentKey, vmqEnabled);
     else
@@ -106,9 +114,9 @@ void CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
 }
 
 // Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
-void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bVmqEnabled)
+void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bRefused, bool bVmqEnabled)
 {
-    if (messages.empty())
+    if (!bRefused)
         Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
     if (bVmqEnabled)
         Warn(messages, RAV_MSG_VMQ_ON_TEAM);
@@ -153,37 +161,46 @@ bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& s
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     ValidateVlanName(messages, strVlanKey, strVlanName, vlans);
-    ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
-    return true;
+    return ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
 }
 
-void CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
+// The first rule that is broken ends it. False when a rule could not be tried.
+bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
                                    const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey,
                                    const std::vector<CRavString>& vlans)
 {
     if (dwVlanId > RAV_MAX_VLAN_ID)
-        return Stop(messages, RAV_MSG_ID_TOO_LARGE);
+        return Told(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
     if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
-        return Stop(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
+        return Told(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
     if (isNew && vlans.size() >= MAX_VLANS)
-        return Stop(messages, RAV_MSG_PARENT_FULL);
+        return Told(messages, RAV_MSG_PARENT_FULL);
     if (dwVlanId == 0 && (vlans.empty() || (vlans.size() == 1 && !isNew)))
-        return Stop(messages, RAV_MSG_UNTAGGED_ALONE);
+        return Told(messages, RAV_MSG_UNTAGGED_ALONE);
     for (const CRavString& key : vlans)
     {
-        CResult read;
         RAV_VLAN_INFO info;
         if (key.CompareI(strVlanKey))
             continue;
-        GetVlanInfo(read, key, info);
-        if (!read.Succeeded())
-            continue;
+        if (!ReadForValidation(key, info))
+            return false;
         if (info.vlanId == dwVlanId)
-            return Stop(messages, RAV_MSG_ID_IN_USE);
+            return Told(messages, RAV_MSG_ID_IN_USE);
         if (info.vlanName.CompareI(strVlanName))
-            return Stop(messages, RAV_MSG_NAME_IN_USE);
+            return Told(messages, RAV_MSG_NAME_IN_USE);
     }
+    return true;
+}
+
+// A VLAN that cannot be read may have the very id or name that is asked for.
+bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
+{
+    CResult read;
+    GetVlanInfo(read, strVlanKey, info);
+    if (!read.Succeeded())
+        RavTrace().Print(L"ERROR:  unable to read the vlan %s!", strVlanKey.c_str());
+    return read.Succeeded();
 }
 
 void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey,
@@ -206,12 +223,8 @@ bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const 
                                  const CRavString& strExceptKey)
 {
     return std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) {
-        CResult read;
         RAV_VLAN_INFO info;
-        if (key.CompareI(strExceptKey))
-            return false;
-        GetVlanInfo(read, key, info);
-        return read.Succeeded() && info.vlanName.CompareI(strVlanName);
+        return !key.CompareI(strExceptKey) && ReadForValidation(key, info) && info.vlanName.CompareI(strVlanName);
     });
 }
 
@@ -239,11 +252,9 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
         Stop(messages, RAV_MSG_NAME_IN_USE);
     for (const CRavString& key : vlans)
     {
-        CResult read;
         RAV_VLAN_INFO info;
-        GetVlanInfo(read, key, info);
-        if (!read.Succeeded())
-            continue;
+        if (!ReadForValidation(key, info))
+            return false;
         if (std::binary_search(sorted.begin(), sorted.end(), info.vlanId))
             Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
         if (!generated && info.vlanName.CompareI(strVlanName))

@@ -70,4 +70,7 @@ inline constexpr DWORD RAV_MAX_VLAN_ID = 4094;
 
 // Codes of results that an operation documents.
 inline constexpr DWORD RAV_CODE_NOT_VALID = ERROR_INVALID_PARAMETER; // stop errors: ValidateNewVlan tells which
-inline constexpr DWORD RAV_CODE_HYPER_V = 0x8FFF1050;                // class 2: the VLAN is bound to the Hyper-V switch
+inline constexpr DWORD RAV_CODE_HYPER_V = 0x8FFF1050;                // the VLAN is bound to the Hyper-V switch
+
+// The class of a removal that was refused: for Hyper-V, or for the lack of the network configuration's write lock.
+inline constexpr DWORD RAV_CLASS_REFUSED = 2;

@@ -124,8 +124,8 @@ class CRavXmsVlan : public CRavAdapter
     void SetParentAdapterNA(int& status);
     CResult DoReload();
     bool SendNewVlanOid();
-    // Takes back the miniport that a failed creation has installed and the binding that it has made; what it has
-    // written stays. Needs the write lock.
+    // Takes back the miniport that a failed creation has installed, the binding that it has made, and the driver's
+    // entry with the DHCP flag in it; what it has written elsewhere stays. Needs the write lock.
     void UndoCreation();
     // Queue the miniport for the passes that run when the transaction is applied.
     void UnloadMiniport();
@@ -141,7 +141,10 @@ class CRavXmsVlan : public CRavAdapter
     bool UpdateTeamMemberOOOKey2ReflectRemovedVlan(const CRavString& strMember, bool bLastVlan, int iVlanId);
     bool UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(const CRavString& strMember, bool bLastVlan);
     bool DoLastVoTTAOps(const CRavString& strTeam);
+    // Binds a former team member to its ordinary protocols again. True also when another program holds the write lock.
     bool BindMemberToTCPIP(const CRavString& strMember);
+    // The same, but true only when it was done. hLocked: negative when the write lock was not had.
+    bool GiveMemberBack(const CRavString& strMember, HRESULT& hLocked);
     bool IsThisBeingRemoved() const { return m_bBeingRemoved || m_bRemovedByTeam; }
 
     // --- state (RavXmsVlan.cpp) ---------------------------------------------------------------------------------
@@ -199,8 +202,9 @@ class CRavXmsVlan : public CRavAdapter
         int exit;
         const wchar_t* failure;
     };
-    // Runs the steps in order up to the first that fails, whose exit m_iFailedStep then tells.
-    bool RunSteps(std::initializer_list<Step> steps);
+    // Runs the steps in order up to the first that fails; its exit, or 0. What a step throws is its failure.
+    int RunSteps(std::initializer_list<Step> steps);
+    bool RunStep(const Step& step);
     int RunFirstVlanSequence();
     bool FinishCreation(CRavNetCfgWriteLock& lock);
     bool InstallMiniport();
@@ -226,18 +230,19 @@ class CRavXmsVlan : public CRavAdapter
     bool SaveOwnParams();
 
     class RemovalMark;
+    bool IsOnTeamMember() const { return m_bOnTeamMember && m_iParentType == RAV_PARENT_TEAM; }
     void UpdateTaggingBeforeRemoval(const CRavString& strPath);
     bool UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, const CRavString& strPath, CResult& result);
     bool UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& strPath, CResult& result);
     bool UpdateForOneOfSeveral(const CRavString& strPath, CResult& result);
     bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
-    bool CleanUpParent(const CRavString& strAdapter, bool bSkip);
-    void RemoveMiniportOnce(CResult& result);
+    bool CleanUpParent(bool bSkipMemberCleanup);
+    void RemoveMiniportOnce(bool bCleanUpAgain, bool bSkipMemberCleanup, CResult& result);
     bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();
-    static void GiveBack(CRavNetCfgWriteLock& lock, CResult& result);
-    static bool TellLock(const CRavNetCfgWriteLock& lock, CResult& result);
+    static void ReleaseLock(CRavNetCfgWriteLock& lock, CResult& result);
+    static bool HasLock(const CRavNetCfgWriteLock& lock, CResult& result);
     static bool LimitBindingCount(CRavRegKey& key, DWORD dwLimit);
     static bool DecreaseBindingCount(CRavRegKey& key);
     bool RemoveIdFromMember(const CRavString& strMember, int iVlanId);
@@ -249,8 +254,8 @@ class CRavXmsVlan : public CRavAdapter
     CRavTeamAgentPvtIntf* m_pTeamAgentPvt =
         nullptr;                                   // good until the team agent is loaded again: ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter; // see ParentAdapter
-    int m_iFailedStep = 0;
-    bool m_bParentBound = false; // by this object's creation
+    bool m_bDriverEntryMade = false;               // these two by this object's creation
+    bool m_bParentBound = false;
     bool m_bBeingRemoved = false;
 };
 

@@ -9,7 +9,6 @@
 #include "Src/RavNetCfgWriteLock.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
 #include <string>
 
@@ -19,6 +18,7 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanCreate";
 constexpr wchar_t MEDIA_TYPE_ETHERNET[] = L"0";
 constexpr DWORD OID_NEW_VLAN = 0xFF010109;
 constexpr size_t OID_NAME_SIZE = 256;
+constexpr int FURTHER = 1; // the one failure exit of the further sequence, which has no numbers
 
 // What the driver is told: the device name of the new miniport, in single-byte characters, not terminated.
 #pragma pack(push, 1)
@@ -75,20 +75,31 @@ void CRavXmsVlan::CreatVlanOnAdapter(int& status)
     UnloadMiniportDuringApplyDone();
 }
 
-bool CRavXmsVlan::RunSteps(std::initializer_list<Step> steps)
+int CRavXmsVlan::RunSteps(std::initializer_list<Step> steps)
 {
     for (const Step& step : steps)
     {
-        int status = -1;
-        (this->*step.run)(status);
-        if (status == 0)
-            continue;
-        if (step.failure != nullptr)
-            RavTrace().Error(SOURCE_FILE, __LINE__, step.failure);
-        m_iFailedStep = step.exit;
-        return false;
+        if (!RunStep(step))
+            return step.exit;
     }
-    return true;
+    return 0;
+}
+
+bool CRavXmsVlan::RunStep(const Step& step)
+{
+    int status = -1;
+    try
+    {
+        (this->*step.run)(status);
+    }
+    catch (...)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan, creation, exit %d - Exception caught", step.exit);
+        status = -1;
+    }
+    if (status != 0 && step.failure != nullptr)
+        RavTrace().Error(SOURCE_FILE, __LINE__, step.failure);
+    return status == 0;
 }
 
 void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
@@ -114,20 +125,22 @@ int CRavXmsVlan::RunFirstVlanSequence()
     CRavNetCfgWriteLock lock(*netCfg);
     if (!lock.IsHeld())
         return 12;
-    if (!RunSteps({{&CRavXmsVlan::SetupVlanParentRegistry, 11, L"ERROR: SetupVlanParentRegistry failed."},
-                   {&CRavXmsVlan::ReloadParent, 10, L"ERROR: DoReload failed."}}))
-        return m_iFailedStep;
+    int exit = RunSteps({{&CRavXmsVlan::SetupVlanParentRegistry, 11, L"ERROR: SetupVlanParentRegistry failed."},
+                         {&CRavXmsVlan::ReloadParent, 10, L"ERROR: DoReload failed."}});
+    if (exit != 0)
+        return exit;
     if (!InstallMiniport())
         return 9;
     InstalledMiniport installed(*this);
-    if (!RunSteps({{&CRavXmsVlan::PrepareMiniport, 9, nullptr},
-                   {&CRavXmsVlan::NameMiniport, 9, nullptr},
-                   {&CRavXmsVlan::GenNewLogicalGroupId, 8, nullptr},
-                   {&CRavXmsVlan::SaveParentAdptrToReg, 7, nullptr},
-                   {&CRavXmsVlan::SaveVlanParamsToReg, 6, nullptr},
-                   {&CRavXmsVlan::BindParent, 5, nullptr},
-                   {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}}))
-        return m_iFailedStep;
+    exit = RunSteps({{&CRavXmsVlan::PrepareMiniport, 9, nullptr},
+                     {&CRavXmsVlan::NameMiniport, 9, nullptr},
+                     {&CRavXmsVlan::GenNewLogicalGroupId, 8, nullptr},
+                     {&CRavXmsVlan::SaveParentAdptrToReg, 7, nullptr},
+                     {&CRavXmsVlan::SaveVlanParamsToReg, 6, nullptr},
+                     {&CRavXmsVlan::BindParent, 5, nullptr},
+                     {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}});
+    if (exit != 0)
+        return exit;
     installed.Keep();
     return FinishCreation(lock) ? 0 : 2;
 }
@@ -148,19 +161,20 @@ void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: AcquireLockForWrite failed. hr= %X", lock.Status());
         return;
     }
-    if (!RunSteps({{&CRavXmsVlan::TakeParentLogicalGroupId, 0, L"ERROR: the parent's LogicalGroupID cannot be read."},
-                   {&CRavXmsVlan::TraceTaggedVlans, 0, L"ERROR: IsParentWithTaggedVlan failed."},
-                   {&CRavXmsVlan::ReloadParent, 0, L"ERROR: DoReload failed."}}))
+    if (RunSteps(
+            {{&CRavXmsVlan::TakeParentLogicalGroupId, FURTHER, L"ERROR: the parent's LogicalGroupID cannot be read."},
+             {&CRavXmsVlan::TraceTaggedVlans, FURTHER, L"ERROR: IsParentWithTaggedVlan failed."},
+             {&CRavXmsVlan::ReloadParent, FURTHER, L"ERROR: DoReload failed."}}) != 0)
         return;
     if (!InstallMiniport())
         return;
     InstalledMiniport installed(*this);
     // The two saves stand the other way round than for the first VLAN; the driver relies on it.
-    if (!RunSteps({{&CRavXmsVlan::PrepareMiniport, 0, nullptr},
-                   {&CRavXmsVlan::NameMiniport, 0, nullptr},
-                   {&CRavXmsVlan::SaveVlanParamsToReg, 0, nullptr},
-                   {&CRavXmsVlan::SaveParentAdptrToReg, 0, nullptr},
-                   {&CRavXmsVlan::SetParentAdapterNA, 0, nullptr}}))
+    if (RunSteps({{&CRavXmsVlan::PrepareMiniport, FURTHER, nullptr},
+                  {&CRavXmsVlan::NameMiniport, FURTHER, nullptr},
+                  {&CRavXmsVlan::SaveVlanParamsToReg, FURTHER, nullptr},
+                  {&CRavXmsVlan::SaveParentAdptrToReg, FURTHER, nullptr},
+                  {&CRavXmsVlan::SetParentAdapterNA, FURTHER, nullptr}}) != 0)
         return;
     installed.Keep();
     if (FinishCreation(lock))
@@ -173,19 +187,28 @@ bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
         return true;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
     CRavNetCfgWriteLock again(*GetNetCfgInterface());
-    UndoCreation();
+    if (again.IsHeld())
+        UndoCreation();
+    if (!again.IsHeld() || FAILED(again.Release()))
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the miniport %s could not be taken back.",
+                         m_strMiniportInst.c_str());
     return false;
 }
 
 void CRavXmsVlan::UndoCreation()
 {
-    if (m_bParentBound)
-    {
-        // Without its VLAN the parent would be cut off: neither protocols of its own nor the driver's.
-        CRavAdvSvcNetCfgComponent component;
-        component.UnbindAdapterFromXms(*GetNetCfgInterface(), m_strParentKey);
-        m_bParentBound = false;
-    }
+    // Without its VLAN the parent would be cut off: no protocols but the driver's, and no address for them.
+    CRavNetCfgInterface& netCfg = *GetNetCfgInterface();
+    int status = 0;
+    if (m_bDriverEntryMade)
+        status = netCfg.CleanUpAdapterFromXms(m_strParentKey, m_bParentBound);
+    else if (m_bParentBound)
+        status = CRavAdvSvcNetCfgComponent().UnbindAdapterFromXms(netCfg, m_strParentKey);
+    if (status != 0)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the adapter %s could not be given back.",
+                         m_strParentKey.c_str());
+    m_bDriverEntryMade = false;
+    m_bParentBound = false;
     RemoveVirtualMiniport();
 }
 
@@ -208,8 +231,9 @@ CResult CRavXmsVlan::DoReload()
     }
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     bool alsoMembers = team;
-    if (!team)
-        core->IsBoundToTeam(m_strParentKey, alsoMembers);
+    // An adapter that the core agent does not know, one that was taken out, is in no team.
+    if (!team && !core->IsBoundToTeam(m_strParentKey, alsoMembers).Succeeded())
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsBoundToTeam failed.");
     RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
     std::vector<CRavString> adapters;
     if (!team)
@@ -337,7 +361,7 @@ void CRavXmsVlan::UnloadMiniport()
 void CRavXmsVlan::UnloadMiniportDuringApplyDone()
 {
     const CRavTraceScope trace(L"CRavXmsVlan::UnloadMiniportDuringApplyDone");
-    m_services.QueueForUnload(m_strMiniportInst);
+    UnloadMiniport();
 }
 
 bool CRavXmsVlan::SendNewVlanOid()
@@ -354,14 +378,12 @@ bool CRavXmsVlan::SendNewVlanOid()
     std::transform(device.begin(), device.begin() + static_cast<ptrdiff_t>(length), announcement.name,
                    [](wchar_t character) { return static_cast<char>(character); });
     announcement.usLength = static_cast<USHORT>(length);
-    BYTE payload[sizeof(announcement)];
-    memcpy(payload, &announcement, sizeof(announcement));
     try
     {
         CRavMiniportDrv& driver = *parent->GetMiniportDrv();
         if (driver.OpenDriver())
         {
-            done = driver.SetOid(OID_NEW_VLAN, payload, sizeof(payload));
+            done = driver.SetOid(OID_NEW_VLAN, reinterpret_cast<const BYTE*>(&announcement), sizeof(announcement));
             driver.CloseDriver();
         }
         else

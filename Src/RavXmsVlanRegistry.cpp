@@ -4,7 +4,7 @@
 
 #include "Common/Src/ComApartment.h"
 #include "Common/Src/RavDebug.h"
-#include "Src/RavNameTable.h"
+#include "Src/RavDriverEntry.h"
 
 #include <netcfgx.h>
 #include <initguid.h>
@@ -114,7 +114,7 @@ DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
 {
     int number = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::GetAdapterNumberFromAdapterID", &number);
-    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strAdapter;
+    const CRavString path = RavDriverEntryPath(strAdapter);
     CRavRegKey key;
     if (!key.Open(HKEY_LOCAL_MACHINE, path, false))
     {
@@ -154,7 +154,7 @@ HKEY CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
 HKEY CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::OpenoXMSKeyForAdapterID");
-    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strAdapter;
+    const CRavString path = RavDriverEntryPath(strAdapter);
     HKEY key = nullptr;
     const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
     if (status == ERROR_SUCCESS)
@@ -270,7 +270,7 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
             continue;
         }
         std::vector<CRavString> bindings;
-        if (!adapter.GetValue(L"MiniportBindingList", bindings))
+        if (!RavReadList(adapter, L"MiniportBindingList", bindings))
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetVlaue for MULTI_SZ failed.");
             continue;

@@ -3,9 +3,9 @@
 #include "Src/RavXmsVlan.h"
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
-#include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/OsVersion.h"
 #include "Common/Src/RavDebug.h"
+#include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavNetCfgWriteLock.h"
 #include "Src/TaggingModeSpy.h"
@@ -15,7 +15,6 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRemove";
-constexpr DWORD CLASS_NO_WRITE_LOCK = 2;
 constexpr DWORD CODE_REBOOT_PENDING = static_cast<DWORD>(-333);
 constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
 constexpr DWORD FAILURE = CResult::FAILED;
@@ -65,7 +64,7 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
     }
     const bool last = count <= 1;
     const RemovalMark mark(*this);
-    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey;
+    const CRavString path = RavDriverEntryPath(m_strParentKey);
     UpdateTaggingBeforeRemoval(path);
     if (GetNetCfgInterface() == nullptr)
     {
@@ -79,7 +78,9 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
         return result;
     if (last && m_iParentType == RAV_PARENT_TEAM)
         DoLastVoTTAOps(m_strParentKey);
-    RemoveMiniportOnce(result);
+    // Bindings that were not applied would be lost with the last VLAN that could be removed again.
+    const bool cleanUpAgain = last && !result.Succeeded();
+    RemoveMiniportOnce(cleanUpAgain, bSkipMemberCleanup, result);
     return result;
 }
 
@@ -97,14 +98,15 @@ void CRavXmsVlan::UpdateTaggingBeforeRemoval(const CRavString& strPath)
         RavTrace().Print(L"ERROR: SetTaggingModeDisguise failed. ");
 }
 
-// Whether the lock was had; the caller's callers tell the cases apart by the class.
-bool CRavXmsVlan::TellLock(const CRavNetCfgWriteLock& lock, CResult& result)
+// Without the lock the class of the result says so, and the code only whether a restart is awaited.
+bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
 {
     if (lock.IsHeld())
         return true;
     RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() - Acq write lock fails");
-    result.ulErrClass = CLASS_NO_WRITE_LOCK;
-    result.ulErrCode = lock.Status() == NETCFG_E_NEED_REBOOT ? CODE_REBOOT_PENDING : 0;
+    result.ulErrClass = RAV_CLASS_REFUSED;
+    if (lock.Status() == NETCFG_E_NEED_REBOOT)
+        result.ulErrCode = CODE_REBOOT_PENDING;
     return false;
 }
 
@@ -112,16 +114,16 @@ bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, 
                                            CResult& result)
 {
     CRavNetCfgWriteLock lock(*GetNetCfgInterface());
-    if (!TellLock(lock, result))
+    if (!HasLock(lock, result))
         return false;
     const bool done =
         bLast ? UpdateForLastVlan(bSkipMemberCleanup, strPath, result) : UpdateForOneOfSeveral(strPath, result);
-    GiveBack(lock, result);
+    ReleaseLock(lock, result);
     return done;
 }
 
 // Changes that could not be applied are told, but do not keep a VLAN alive that the driver no longer knows.
-void CRavXmsVlan::GiveBack(CRavNetCfgWriteLock& lock, CResult& result)
+void CRavXmsVlan::ReleaseLock(CRavNetCfgWriteLock& lock, CResult& result)
 {
     if (SUCCEEDED(lock.Release()))
         return;
@@ -139,15 +141,13 @@ bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& s
         result.ulErrCode = FAILURE;
         return false;
     }
-    const bool team = m_iParentType == RAV_PARENT_TEAM;
-    const bool onMember = m_bOnTeamMember && team;
     // The driver's entry of an adapter goes with the clean-up; only a member's is brought up to date here.
-    if (!CleanUpParent(onMember ? m_strMemberKey : m_strParentKey, onMember && bSkipMemberCleanup))
+    if (!CleanUpParent(bSkipMemberCleanup))
     {
         result.ulErrCode = FAILURE;
         return false;
     }
-    if (onMember && !UpdoXMSProtocolKeyAdptr(true, strPath))
+    if (IsOnTeamMember() && !UpdoXMSProtocolKeyAdptr(true, strPath))
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdoXMSProtocolKeyAdptr fails-3.Extng");
         result.ulErrCode = FAILURE;
@@ -156,9 +156,11 @@ bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& s
     return UpdateParentKey(true, L"CRavXmsVlan::RemoveVLANonAdapter(), UpdOOOKeyAdptr() fails. Extng.", result);
 }
 
-bool CRavXmsVlan::CleanUpParent(const CRavString& strAdapter, bool bSkip)
+bool CRavXmsVlan::CleanUpParent(bool bSkipMemberCleanup)
 {
-    if (bSkip || GetNetCfgInterface()->CleanUpAdapterFromXms(strAdapter, true) == 0)
+    const bool onMember = IsOnTeamMember();
+    if ((onMember && bSkipMemberCleanup) ||
+        GetNetCfgInterface()->CleanUpAdapterFromXms(onMember ? m_strMemberKey : m_strParentKey, true) == 0)
         return true;
     RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), pNetCfg->CleanUpAdapterFromXms() fails.Extng");
     return false;
@@ -200,18 +202,20 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
     return done;
 }
 
-void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
+void CRavXmsVlan::RemoveMiniportOnce(bool bCleanUpAgain, bool bSkipMemberCleanup, CResult& result)
 {
     m_bMiniportRemoved = true; // before the lock: a failure below is not to be tried again
     CRavNetCfgWriteLock lock(*GetNetCfgInterface());
-    if (!TellLock(lock, result))
+    if (!HasLock(lock, result))
         return;
+    if (bCleanUpAgain)
+        CleanUpParent(bSkipMemberCleanup);
     if (!RemoveMiniportByCharacteristics(L"CRavXmsVlan::RemoveVLANonAdapter() characteristics=0x%X"))
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");
         result.ulErrCode = FAILURE;
     }
-    GiveBack(lock, result);
+    ReleaseLock(lock, result);
 }
 
 // Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
@@ -261,8 +265,7 @@ bool CRavXmsVlan::DeleteVlanMiniport()
     return done;
 }
 
-// --- the parent's instance key
-// ----------------------------------------------------------------------------------------
+// --- the parent's instance key --------------------------------------------------------------------------------------
 
 bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
 {
@@ -304,14 +307,13 @@ bool CRavXmsVlan::ResetParentKey(CRavRegKey& key)
     return done;
 }
 
-// --- the driver's entry
-// -----------------------------------------------------------------------------------------------
+// --- the driver's entry ---------------------------------------------------------------------------------------------
 
 bool CRavXmsVlan::UpdoXMSProtocolKeyAdptr(bool bLastVlan, CRavString strPath)
 {
     bool done = false;
     const CRavTraceScope trace(L"CRavXmsVlan::UpdoXMSProtocolKeyAdptr", &done);
-    const bool onMember = m_bOnTeamMember && m_iParentType == RAV_PARENT_TEAM;
+    const bool onMember = IsOnTeamMember();
     if (onMember && m_bSkipMiniportRemoval)
     {
         DeleteTree(RavName(RAV_NAME_DRIVER_ADAPTERS_KEY), m_strMemberKey);
@@ -340,11 +342,11 @@ bool CRavXmsVlan::RemoveFromBindingList()
 {
     const CRavString adapter = m_iParentType == RAV_PARENT_TEAM ? m_strMemberKey : m_strParentKey;
     CRavRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter, true))
+    if (!key.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(adapter), true))
         return false;
     const CRavString name = RavName(RAV_NAME_BINDING_LIST);
     std::vector<CRavString> bindings;
-    bool done = key.GetValue(name, bindings);
+    bool done = RavReadList(key, name, bindings);
     if (done)
     {
         RavTrace().Print(L"Size of MiniportBndgLst strCollection: %d", static_cast<int>(bindings.size()));

@@ -5,6 +5,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavNetCfgWriteLock.h"
 #include "Src/TaggingModeSpy.h"
@@ -53,7 +54,7 @@ bool CRavXmsVlan::RemoveIdFromMember(const CRavString& strMember, int iVlanId)
             return false;
         }
         std::vector<CRavString> ids;
-        if (!key.GetValue(RavName(RAV_NAME_VLAN_ID), ids))
+        if (!RavReadList(key, RavName(RAV_NAME_VLAN_ID), ids))
             return true;
         std::erase_if(ids, [&](const CRavString& id) { return _wtoi(id) == iVlanId || _wtoi(id) == 0; });
         if (ids.empty())
@@ -92,7 +93,7 @@ bool CRavXmsVlan::UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(const CRavS
         return false;
     };
     CRavRegKey key;
-    if (!key.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + strMember, true, false))
+    if (!key.Create(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strMember), true, false))
         return failed(1);
     if (bLastVlan)
     {
@@ -101,7 +102,7 @@ bool CRavXmsVlan::UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(const CRavS
         return done;
     }
     std::vector<CRavString> bindings;
-    if (!key.GetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
+    if (!RavReadList(key, RavName(RAV_NAME_BINDING_LIST), bindings))
         return false;
     const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
     std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
@@ -134,6 +135,14 @@ bool CRavXmsVlan::DoLastVoTTAOps(const CRavString& strTeam)
 
 bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
 {
+    HRESULT locked = S_OK;
+    // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
+    return GiveMemberBack(strMember, locked) || (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
+}
+
+bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember, HRESULT& hLocked)
+{
+    hLocked = S_OK;
     RavTrace().Print(L"Entering CRavXmsVlan::BindMemberToTCPIP");
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
@@ -145,11 +154,16 @@ bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
     if (!lock.IsHeld())
     {
         RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP-Acq write lock fails");
-        // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
-        return lock.Status() != NETCFG_E_NEED_REBOOT;
+        hLocked = lock.Status();
+        return false;
     }
-    if (netCfg->CleanUpAdapterFromXms(strMember, true) == 0)
+    if (netCfg->CleanUpAdapterFromXms(strMember, true) != 0)
+    {
+        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP,pNetCfg->CleanUpAdapterFromXms() fails.Extng");
+        return false;
+    }
+    if (SUCCEEDED(lock.Release()))
         return true;
-    RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP,pNetCfg->CleanUpAdapterFromXms() fails.Extng");
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
     return false;
 }

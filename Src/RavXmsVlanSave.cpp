@@ -6,6 +6,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavSetting.h"
 #include "Src/TaggingModeSpy.h"
@@ -59,6 +60,20 @@ bool RequireTextParameter(CRavRegKey& key, const wchar_t* name, const wchar_t* v
            (read == Parameter::Text && (text == value || WriteTextParameter(key, name, value)));
 }
 
+void SwitchVmqOff(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
+{
+    RAV_SETTING* raw = nullptr;
+    const CResult read = core.GetSetting(adapter, VMQ, &raw);
+    const std::unique_ptr<RAV_SETTING> setting(raw);
+    const RAV_SETTING_VAL_INT disabled(VMQ_DISABLED);
+    if (!read.Succeeded() || !setting || setting->GetType() != RAV_SETTING_TYPE_ENUM)
+        RavTrace().Print(L"CRavXmsVlan::DisableVMQ VMQ not supported on this device");
+    else if (static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent == VMQ_DISABLED)
+        RavTrace().Print(L"CRavXmsVlan::DisableVMQ VMQ is already disabled");
+    else if (!core.SetSetting(adapter, VMQ, &disabled).Succeeded())
+        RavTrace().Print(L"CRavXmsVlan::DisableVMQ SetSetting failed");
+}
+
 // Whether a number was not read because there is none, or something else under its name: not because it could not be.
 bool IsNoValue(LONG status)
 {
@@ -105,8 +120,7 @@ class ValueWriter
 };
 } // namespace
 
-// --- the parent's instance key
-// ----------------------------------------------------------------------------------------
+// --- the parent's instance key --------------------------------------------------------------------------------------
 
 void CRavXmsVlan::SetupVlanParentRegistry(int& status)
 {
@@ -167,7 +181,7 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
     return WriteTextParameter(key, L"VlanFiltering", byTeam ? L"0" : L"1");
 }
 
-// Virtual machine queues and the intermediate driver's VLANs exclude each other.
+// Virtual machine queues and the intermediate driver's VLANs exclude each other. What fails is traced alone.
 void CRavXmsVlan::DisableVMQ(const CRavString& strAdapter)
 {
     RavTrace().Print(L"Entering CRavXmsVlan::DisableVMQ device %s", strAdapter.c_str());
@@ -178,18 +192,14 @@ void CRavXmsVlan::DisableVMQ(const CRavString& strAdapter)
         RavTrace().Print(L"CRavXmsVlan::DisableVMQ pCoreAgentPvt is NULL");
     else
     {
-        RAV_SETTING* raw = nullptr;
-        const CResult read = core->GetSetting(strAdapter, VMQ, &raw);
-        const std::unique_ptr<RAV_SETTING> setting(raw);
-        if (!read.Succeeded() || !setting || setting->GetType() != RAV_SETTING_TYPE_ENUM)
-            RavTrace().Print(L"CRavXmsVlan::DisableVMQ VMQ not supported on this device");
-        else if (static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent == VMQ_DISABLED)
-            RavTrace().Print(L"CRavXmsVlan::DisableVMQ VMQ is already disabled");
-        else
+        // Queues that stay on are no reason to have no VLAN.
+        try
         {
-            const RAV_SETTING_VAL_INT disabled(VMQ_DISABLED);
-            if (!core->SetSetting(strAdapter, VMQ, &disabled).Succeeded())
-                RavTrace().Print(L"CRavXmsVlan::DisableVMQ SetSetting failed");
+            SwitchVmqOff(*core, strAdapter);
+        }
+        catch (...)
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DisableVMQ - Exception caught");
         }
     }
     RavTrace().Print(L"Exiting CRavXmsVlan::DisableVMQ");
@@ -231,8 +241,7 @@ bool CRavXmsVlan::GetParentLogicalGrpIdFromGuid(const CRavString& strGuid, CRavS
     return true;
 }
 
-// --- the driver's entry for the adapter
-// -------------------------------------------------------------------------------
+// --- the driver's entry for the adapter -----------------------------------------------------------------------------
 
 void CRavXmsVlan::GenNewLogicalGroupId(int& status)
 {
@@ -266,7 +275,7 @@ void CRavXmsVlan::GenNewLogicalGroupId(int& status)
 void CRavXmsVlan::TakeParentLogicalGroupId(int& status)
 {
     CRavRegKey key;
-    status = key.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + m_strParentKey, false) &&
+    status = key.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(m_strParentKey), false) &&
                      key.GetValue(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId)
                  ? 0
                  : -1;
@@ -279,7 +288,7 @@ void CRavXmsVlan::SaveParentAdptrToReg(int& status)
     RavTrace().Print(L"Entering CRavXmsVlan::SaveParentAdptrToReg");
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     const CRavString adapter = team ? m_strParentAdapterId : m_strParentKey;
-    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter;
+    const CRavString path = RavDriverEntryPath(adapter);
     {
         CRavRegKey key;
         if (!OpenDriverEntry(key, path, adapter) || !WriteDriverEntry(key, adapter) || !AddToBindingList(key))
@@ -315,7 +324,10 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
         return true;
     }
     if (key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false))
+    {
+        m_bDriverEntryMade = true;
         return MoveDhcp(strAdapter);
+    }
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. path: %s err= %d", strPath.c_str(), key.LastResult());
     return false;
 }
@@ -372,7 +384,7 @@ bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
 {
     const CRavString name = RavName(RAV_NAME_BINDING_LIST);
     std::vector<CRavString> bindings;
-    if (!m_bFirstVlan && !key.GetValue(name, bindings))
+    if (!m_bFirstVlan && !RavReadList(key, name, bindings))
     {
         RavTrace().Print(L"CRavXmsVlan::SaveParentAdptrToReg, GetVlaue for MULTI_SZ fails. Extng");
         return false;
@@ -386,8 +398,7 @@ bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
     return ValueWriter(key).Number(RAV_NAME_BINDING_LIST_COUNT, static_cast<DWORD>(bindings.size())).Done();
 }
 
-// --- the VLAN's own key
-// -----------------------------------------------------------------------------------------------
+// --- the VLAN's own key ---------------------------------------------------------------------------------------------
 
 void CRavXmsVlan::SaveVlanParamsToReg(int& status)
 {

@@ -3,7 +3,7 @@
 #include "Src/RavXmsVlan.h"
 
 #include "Common/Src/RavDebug.h"
-#include "Src/RavNameTable.h"
+#include "Src/RavDriverEntry.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -15,13 +15,6 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanTagging";
 int NumberOf(const CRavString& text)
 {
     return _wtoi(text);
-}
-
-// The ids of an open instance key. A value of another type is not that list, and never taken for it.
-bool ReadIds(CRavRegKey& key, std::vector<CRavString>& ids)
-{
-    ids.clear();
-    return key.GetRegType(L"VLANID") == REG_MULTI_SZ && key.GetValue(L"VLANID", ids);
 }
 
 bool IsMissing(const CRavRegKey& key)
@@ -38,7 +31,7 @@ bool CRavXmsVlan::GetVlanIdArray(std::vector<CRavString>& ids)
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
     done = OpenKeyWithVlanIds(key);
-    if (done && !ReadIds(key, ids))
+    if (done && !RavReadList(key, L"VLANID", ids))
         RavTrace().Print(L"QueryMultiStringValue failed.");
     return done;
 }
@@ -137,7 +130,7 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
         GetKeyStrForFirstAdapterFromVlanOnTeam(m_strVlanNetCfgInstanceId, adapter);
         RavTrace().Print(L"key_str: %s", adapter.c_str());
     }
-    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter;
+    const CRavString path = RavDriverEntryPath(adapter);
     CRavRegKey key;
     if (adapter.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, path, false))
     {
@@ -311,7 +304,7 @@ void CRavXmsVlan::DeleteVlanID(HKEY hKey, int iVlanId)
         return;
     }
     std::vector<CRavString> ids;
-    if (!ReadIds(key, ids))
+    if (!RavReadList(key, L"VLANID", ids))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetValue failed.");
         return;
@@ -339,7 +332,7 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
         return failed();
     std::vector<CRavString> ids;
     // Only a list that is not there is begun anew: one that cannot be read holds the ids of other VLANs.
-    if (!ReadIds(key, ids) && !IsMissing(key))
+    if (!RavReadList(key, L"VLANID", ids) && !IsMissing(key))
         return failed();
     // An id that an interrupted removal left behind must not stand there twice.
     std::erase_if(ids,

@@ -43,10 +43,11 @@ class CRavNetCfgInterface
     HRESULT FindComponentById(const wchar_t* id, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
 
     // Takes an adapter out of the intermediate driver's hands: unbinds the driver from it, with bRestoreBindings binds
-    // the protocols again that BindAdapterToXms has taken off (TCP/IP when that is not known), and deletes the driver's
-    // entries for it (adapter and configuration key, after the former "EnableDHCP" has been given back to TCP/IP).
-    // What is not there needs no cleaning. 0 on success, -1 on failure; a failed clean-up can be tried again. Needs the
-    // write lock.
+    // the protocols again that BindAdapterToXms has taken off (TCP/IP when the driver was bound and that is not known),
+    // and deletes the driver's entries for it (adapter and configuration key, after the former "EnableDHCP" has been
+    // given back to TCP/IP). What is not there needs no cleaning, and cleaning twice changes nothing more. 0 on
+    // success, -1 on failure. Needs the write lock; a clean-up that failed, or that could not be applied when the lock
+    // was given back, can be done again.
     int CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings);
 
     // The adapters below a team, as the driver's binding lists name them, in registry order.
@@ -56,6 +57,9 @@ class CRavNetCfgInterface
 
     // Remembers the answer of a changing INetCfg call that asks for a restart of the system (NETCFG_S_REBOOT).
     void NoteReboot(HRESULT hStatus);
+    // Notes that an adapter has got back what was taken off it: its record goes when that is applied, and not before,
+    // so that what could not be applied can be done again.
+    void NoteBindingsRestored(const CRavString& strAdapter);
     // Whether a change of this session takes full effect only with the next start of the system.
     bool NeedsReboot() const { return m_bNeedsReboot; }
 
@@ -70,10 +74,12 @@ class CRavNetCfgInterface
     HRESULT EndView();
     HRESULT GiveLockBack();
     HRESULT TakeLock();
+    HRESULT ApplyChanges();
 
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     bool m_bViewStarted = false;
     int m_iWriteLocks = 0;
     bool m_bNeedsReboot = false;
-    DWORD m_dwApartmentThread = 0; // 0: no apartment to leave
+    std::vector<CRavString> m_restored; // adapters whose binding records go with the next apply
+    DWORD m_dwApartmentThread = 0;      // 0: no apartment to leave
 };

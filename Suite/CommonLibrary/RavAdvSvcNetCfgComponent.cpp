@@ -49,6 +49,15 @@ HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bou
     return status;
 }
 
+// Which protocols an adapter gets back.
+std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBound)
+{
+    std::vector<CRavString> protocols;
+    if (!RavReadBindingRecord(adapter, protocols) && wasBound)
+        protocols = {L"ms_tcpip", L"ms_tcpip6"};
+    return protocols;
+}
+
 // What the record of the adapter has to say once these have been taken off, too. An adapter that came in without a
 // record lost its protocols before there were records.
 bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavString>& taken)
@@ -57,7 +66,7 @@ bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavSt
         return true;
     std::vector<CRavString> protocols;
     if (wasBound)
-        protocols = RavProtocolsToRestore(adapter);
+        protocols = ProtocolsToRestore(adapter, wasBound);
     for (const CRavString& id : taken)
     {
         if (std::none_of(protocols.begin(), protocols.end(),
@@ -123,34 +132,64 @@ HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
     return first;
 }
 
-std::vector<CRavString> RavProtocolsToRestore(const CRavString& adapter)
+HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore)
 {
-    std::vector<CRavString> protocols;
-    if (!RavReadBindingRecord(adapter, protocols))
-        protocols = {L"ms_tcpip", L"ms_tcpip6"};
-    return protocols;
+    ComPtr<INetCfgComponent> adapter;
+    bool wasBound = false;
+    HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
+    if (SUCCEEDED(status) && adapter && SUCCEEDED(status = RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
+    {
+        status = RavBindXms(netCfg, *adapter.Get(), false);
+        HRESULT restored = S_OK; // also where the driver stays: the adapter is to be reached all the same
+        if (restore)
+            restored = RavBindProtocols(netCfg, *adapter.Get(), ProtocolsToRestore(guid, wasBound));
+        status = FAILED(status) ? status : restored;
+    }
+    if (FAILED(status))
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent: the bindings of %s cannot be given back, 0x%X", guid.c_str(),
+                         status);
+    else if (restore)
+        netCfg.NoteBindingsRestored(guid);
+    return status;
 }
+
+namespace
+{
+// The driver comes before the protocols go; half of it must not be applied with the rest: the adapter would have
+// neither TCP/IP nor VLANs.
+HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgComponent& adapter)
+{
+    std::vector<CRavString> taken;
+    bool wasBound = false;
+    HRESULT status = RavIsBoundToXms(netCfg, adapter, wasBound);
+    if (FAILED(status))
+        return status;
+    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
+        SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
+        status = E_FAIL;
+    if (SUCCEEDED(status))
+        return status;
+    RavBindProtocols(netCfg, adapter, taken);
+    if (!wasBound)
+        RavBindXms(netCfg, adapter, false);
+    return status;
+}
+} // namespace
 
 int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::BindAdapterToXms", &status);
     ComPtr<INetCfgComponent> adapter;
-    std::vector<CRavString> taken;
-    bool wasBound = false;
-    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter ||
-        FAILED(RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
-        return status;
-    if (SUCCEEDED(RavBindXms(netCfg, *adapter.Get(), true)) &&
-        SUCCEEDED(RavTakeProtocolsOff(netCfg, *adapter.Get(), taken)) && Remember(strAdapter, wasBound, taken))
-    {
+    HRESULT bound =
+        netCfg.IsLockedForWrite() ? netCfg.FindNetworkComponentByGUID(strAdapter, adapter) : NETCFG_E_NO_WRITE_LOCK;
+    if (SUCCEEDED(bound))
+        bound = adapter ? BindToXms(netCfg, strAdapter, *adapter.Get()) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (SUCCEEDED(bound))
         status = 0;
-        return status;
-    }
-    // Half of it must not be applied with the rest: the adapter would have neither TCP/IP nor VLANs.
-    RavBindProtocols(netCfg, *adapter.Get(), taken);
-    if (!wasBound)
-        RavBindXms(netCfg, *adapter.Get(), false);
+    else
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent::BindAdapterToXms - %s cannot be bound, 0x%X", strAdapter.c_str(),
+                         bound);
     return status;
 }
 
@@ -158,12 +197,7 @@ int CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms(CRavNetCfgInterface& netCfg,
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms", &status);
-    ComPtr<INetCfgComponent> adapter;
-    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter)
-        return status;
-    const HRESULT unbound = RavBindXms(netCfg, *adapter.Get(), false);
-    const HRESULT restored = RavBindProtocols(netCfg, *adapter.Get(), RavProtocolsToRestore(strAdapter));
-    if (SUCCEEDED(unbound) && SUCCEEDED(restored) && RavDeleteBindingRecord(strAdapter))
+    if (netCfg.IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(netCfg, strAdapter, true)))
         status = 0;
     return status;
 }

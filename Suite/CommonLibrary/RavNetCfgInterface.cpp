@@ -2,9 +2,11 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Suite/CommonLibrary/BindingRecord.h"
 #include "Suite/CommonLibrary/NetCfgClasses.h"
 
 #include <algorithm>
+#include <utility>
 
 using Microsoft::WRL::ComPtr;
 
@@ -51,6 +53,7 @@ HRESULT CRavNetCfgInterface::UnInitialize()
     if (m_iWriteLocks > 0)
         GiveLockBack();
     m_iWriteLocks = 0;
+    m_restored.clear();
     m_pNetCfg.Reset();
     LeaveApartment();
     return status;
@@ -163,15 +166,30 @@ HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
     }
     if (--m_iWriteLocks > 0)
         return status;
-    const HRESULT applied = m_pNetCfg->Apply();
-    if (FAILED(applied))
-        RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
-    NoteReboot(applied);
+    const HRESULT applied = ApplyChanges();
     EndView();
     const HRESULT released = GiveLockBack();
     const HRESULT started = StartView();
     status = FAILED(applied) ? applied : FAILED(released) ? released : started;
     return status;
+}
+
+HRESULT CRavNetCfgInterface::ApplyChanges()
+{
+    const std::vector<CRavString> restored = std::exchange(m_restored, {});
+    const HRESULT applied = m_pNetCfg->Apply();
+    NoteReboot(applied);
+    if (FAILED(applied))
+    {
+        RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
+        return applied;
+    }
+    return std::all_of(restored.begin(), restored.end(), RavDeleteBindingRecord) ? applied : E_FAIL;
+}
+
+void CRavNetCfgInterface::NoteBindingsRestored(const CRavString& strAdapter)
+{
+    m_restored.push_back(strAdapter);
 }
 
 void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)

@@ -4,7 +4,6 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
-#include "Suite/CommonLibrary/BindingRecord.h"
 #include "Suite/CommonLibrary/NetCfgClasses.h"
 #include "Suite/CommonLibrary/XmsBindings.h"
 
@@ -63,27 +62,16 @@ bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
     return entries.DeleteSubKey(adapter);
 }
 
-HRESULT GiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore)
-{
-    ComPtr<INetCfgComponent> adapter;
-    HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
-    if (FAILED(status) || !adapter) // an adapter that was taken out of the machine has none
-        return status;
-    status = RavBindXms(netCfg, *adapter.Get(), false);
-    return FAILED(status) || !restore ? status : RavBindProtocols(netCfg, *adapter.Get(), RavProtocolsToRestore(guid));
-}
 } // namespace
 
-// Bindings first: they are only prepared here, while what is deleted cannot come back. Their record goes last, so that
-// a clean-up that failed can be tried again.
+// Bindings first: they are only prepared here, while what is deleted cannot come back.
 int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings)
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
-    if (!IsLockedForWrite() || FAILED(GiveBindingsBack(*this, strAdapter, bRestoreBindings)))
-        return status;
-    if (GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
-        DeleteDriverEntry(CONFIGURATION, strAdapter) && (!bRestoreBindings || RavDeleteBindingRecord(strAdapter)))
+    if (IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)) &&
+        GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
+        DeleteDriverEntry(CONFIGURATION, strAdapter))
         status = 0;
     return status;
 }

@@ -15,5 +15,7 @@ HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapt
 // Binds protocols by component id; one that has been uninstalled since is passed over.
 HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
                          const std::vector<CRavString>& protocols);
-// Which ones an adapter gets back: those of its record, and without one TCP/IP.
-std::vector<CRavString> RavProtocolsToRestore(const CRavString& adapter);
+// Takes the intermediate driver off an adapter and, with `restore`, gives it back the protocols of its record, which
+// goes once that is applied. Without a record an adapter that the driver was bound to gets TCP/IP, and one that it was
+// not bound to keeps what it has. An adapter that was taken out of the machine needs nothing.
+HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore);

@@ -101,15 +101,6 @@ std::set<std::string> Exports(HMODULE module)
     }
     return found;
 }
-
-// The place of a virtual operation in its table, counted from 0. A virtual destructor has two places.
-template <typename Member>
-size_t Place(Member member)
-{
-    size_t words[sizeof(member) / sizeof(size_t)] = {};
-    std::memcpy(words, &member, sizeof(member));
-    return words[0] / sizeof(void*);
-}
 } // namespace
 
 // --- inventory ------------------------------------------------------------------------------------------------------

@@ -14,6 +14,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <regex>
 
@@ -42,6 +43,15 @@ class CLabServer : public testing::Environment
   private:
     DWORD m_cookie = 0;
 };
+
+// The place of a virtual operation in its table, counted from 0. A virtual destructor has two places.
+template <typename Member>
+size_t Place(Member member)
+{
+    size_t words[sizeof(member) / sizeof(size_t)] = {};
+    std::memcpy(words, &member, sizeof(member));
+    return words[0] / sizeof(void*);
+}
 
 // Another function in one slot of an interface, for as long as one of these lives.
 class CSlot

@@ -1,6 +1,7 @@
 // What is refused, and with which message; which parents can carry VLANs.
 
 #include "Src/RavVlanIdRange.h"
+#include "Tests/Common/ModuleTrace.h"
 #include "Tests/Harness/OtherSystem.h"
 #include "Tests/Src/VlanObjectFixture.h"
 
@@ -10,6 +11,7 @@
 namespace
 {
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
+CModuleTrace* const s_trace = CModuleTrace::Register();
 
 // The numbers of the messages, with a "w" behind warnings. All that belongs to a number is checked here.
 std::string Numbers(const CRavVlanMessages& messages)
@@ -33,10 +35,11 @@ std::string Numbers(const CRavVlanMessages& messages)
 std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* ids, const wchar_t* name)
 {
     CResult result;
-    CRavVlanMessages messages;
+    CRavVlanMessages messages(1); // of an earlier validation: nothing comes of it
     const CRegistryChange change;
     host.Agent().ValidateNewVlan(result, parent, ids, name, messages, host.Client());
     EXPECT_EQ(0u, result.ulErrCode);
+    messages.erase(messages.begin());
     if (std::any_of(messages.begin(), messages.end(), [](const auto& message) { return message.dwSeverity == 1; }))
     {
         host.Agent().CreateMultipleVLANs(result, parent, ids, name, 0, nullptr, host.Lock());
@@ -73,6 +76,10 @@ TEST(Ids, Grammar)
         {L"0", {0}},
         {L"10,20,30", {10, 20, 30}},
         {L"0,5,0", {5, 0}},
+        {L"0,0,5", {0, 5, 0}},
+        {L"0,0", {0}},
+        {L"0-1", {1, 0}},
+        {L"0-0", {}},
         {L"5-9", {5, 6, 7, 8, 9}},
         {L"0-3", {1, 2, 3, 0}},
         {L"4095", {4095}},
@@ -153,6 +160,7 @@ TEST(Validation, NamesAndIds)
         {L"9-11", RAV_AUTO_VLAN_NAMES, "138"},
         {L"20,20", RAV_AUTO_VLAN_NAMES, "138"},
         {L"20,21", L"Same", "137"},
+        {L"20,21", L"BÜRO", "137 137"},
         {L"4090-4100", RAV_AUTO_VLAN_NAMES, "141"},
         {L"1-2147483647", RAV_AUTO_VLAN_NAMES, "141 139 138"},
         {L"20-83", RAV_AUTO_VLAN_NAMES, "139"},
@@ -175,6 +183,8 @@ TEST(Validation, Parents)
         {"Virtual", "", ""},
         {"Port C", "", "148"},
         {"Port A", R"(Class\0001\ZentraNdi XMSSupportFilter DWORD 3)", "148"},
+        {"Port A", R"(Class\0001\ZentraNdi XMSSupportFilter DWORD 2)", ""},
+        {"Port A", R"(Class\0001\ZentraNdi XMSSupportFilter SZ 3)", ""},
         {"Port A", R"(- 0001)", "148"},
         {"Unloaded", "", "146 148"},
         {"Queues", "", "149w"},
@@ -225,15 +235,41 @@ TEST(Validation, BlockedByWindows)
 
 TEST(Validation, FullParents)
 {
-    CLabHost full(FullHost(64, "Port A"));
-    EXPECT_EQ("144", Validate(full, full.Key("Port A"), L"0", L"New"));
+    const struct
+    {
+        const char* parent;
+        size_t vlans;
+        const char* one; // told of a request for one more, two more, three more
+        const char* two;
+        const char* three;
+    } CASES[] = {
+        {"Port A", 62, "", "", "139"},  {"Port A", 63, "", "139", "139"},  {"Port A", 64, "144", "139", "139"},
+        {"Virtual", 61, "", "", "140"}, {"Virtual", 62, "", "140", "140"}, {"Virtual", 64, "145", "140", "140"},
+    };
+    for (const auto& one : CASES)
+    {
+        CLabHost host(FullHost(one.vlans, one.parent));
+        const CRavString parent = host.Key(one.parent);
+        EXPECT_EQ(one.one, Validate(host, parent, L"0", L"New")) << one.parent << one.vlans;
+        EXPECT_EQ(one.two, Validate(host, parent, L"100,101", RAV_AUTO_VLAN_NAMES)) << one.parent << one.vlans;
+        EXPECT_EQ(one.three, Validate(host, parent, L"100-102", RAV_AUTO_VLAN_NAMES)) << one.parent << one.vlans;
+    }
 }
 
-TEST(Validation, FullVirtualDevices)
+// A VLAN that is there already may keep what it has.
+TEST(Validation, OfAnExistingVlan)
 {
-    CLabHost full(FullHost(63, "Virtual"));
-    EXPECT_EQ("137 145", Validate(full, full.Key("Virtual"), L"1", L"N1"));
-    EXPECT_EQ("140", Validate(full, full.Key("Virtual"), L"100,101", RAV_AUTO_VLAN_NAMES));
+    CLabHost host(HostWith(R"({ "parent": "Port A", "id": 10, "name": "Ten" },
+                              { "parent": "Port B", "id": 10, "name": "Ten" }, { "parent": "Port B", "id": 0, "name": "None" })"));
+    const auto validate = [&](const char* parent, DWORD own, const wchar_t* name, DWORD id) {
+        CRavVlanMessages messages;
+        EXPECT_TRUE(host.Agent().ValidateVlan(messages, host.Vlan(parent, own), name, id, host.Key(parent)));
+        return Numbers(messages);
+    };
+    EXPECT_EQ("", validate("Port A", 10, L"Ten", 10));
+    EXPECT_EQ("147", validate("Port A", 10, L"Ten", 0));
+    EXPECT_EQ("", validate("Port B", 0, L"None", 0));
+    EXPECT_EQ("137 143", validate("Port B", 0, L"TEN", 10));
 }
 
 TEST(Parents, OfTheServer)
@@ -306,6 +342,19 @@ TEST(Parents, WithoutItsDriverOneWithAVlanIsAParent)
     EXPECT_EQ("146", Validate(host, host.Key("Unloaded"), L"11", L"New"));
 }
 
+TEST(Parents, AFilteredOneIsRefusedBeforeAnyQuestion)
+{
+    CVlanLab host(SMALL_HOST);
+    host.Change(R"(Class\0001\ZentraNdi XMSSupportFilter DWORD 3)");
+    const CSlot rule(host.Agent().GetCoreAgentPvt(), Place(&CRavCoreAgentPvtIntf::IsRuleTrue), &CSlot::Throw);
+    CResult result;
+    bool supports = true;
+    host.Agent().DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
+    EXPECT_TRUE(result.Succeeded() && !supports);
+    host.Agent().DoesParentSupportVlans(result, host.Key("Port B"), supports, host.Client());
+    EXPECT_TRUE(!result.Succeeded() && !supports);
+}
+
 TEST(Parents, WithoutATeamAgentThereAreNone)
 {
     CLabHost host;
@@ -321,14 +370,50 @@ TEST(Parents, WithoutATeamAgentThereAreNone)
 TEST(Refusals, ChangeNothing)
 {
     CLabHost host;
-    host.Agent();
+    CVlanAgentWin& agent = host.Agent();
+    const CRavString parent = host.Key("Port A");
+    const RAV_LOCK_RECORD nobody = {{1234, 5}, 0};
+    const auto refused = [](auto&& operation) {
+        CResult result;
+        s_trace->Forget();
+        operation(result);
+        return static_cast<int>(result.ulErrCode);
+    };
+    const auto create = [&](DWORD type, const RAV_LOCK_RECORD& lock) {
+        return refused([&](CResult& result) { agent.CreateVlan(result, parent, 10, L"New", type, lock); });
+    };
+    const auto several = [&](DWORD type, const RAV_LOCK_RECORD& lock) {
+        return refused([&](CResult& result) {
+            agent.CreateMultipleVLANs(result, parent, L"10,11", RAV_AUTO_VLAN_NAMES, type, nullptr, lock);
+        });
+    };
+    const auto remove = [&](const wchar_t* key) {
+        return refused([&](CResult& result) { agent.RemoveVlan(result, host.Lock(), key); });
+    };
     const CRegistryChange change;
-    CResult result;
-    host.Agent().CreateVlan(result, host.Key("Port A"), 10, L"New", 0, {{1234, 5}, 0}); // nobody's identity
-    EXPECT_EQ(0xFFFFFFFFu, result.ulErrCode);
-    host.Agent().RemoveVlan(result, host.Lock(), L"");
-    EXPECT_EQ(0xFFFFFFFFu, result.ulErrCode);
-    host.Agent().RemoveVlan(result, host.Lock(), L"{00000000-0000-0000-0000-000000000000}");
-    EXPECT_EQ(0xFFFFFFFFu, result.ulErrCode);
+    EXPECT_EQ(-1, create(0, nobody));
+    EXPECT_EQ(-1, several(0, nobody));
+    EXPECT_EQ(static_cast<int>(RAV_CODE_NOT_VALID), create(3, host.Lock()));
+    EXPECT_EQ(static_cast<int>(RAV_CODE_NOT_VALID), several(3, host.Lock()));
+    EXPECT_EQ(-1, remove(L""));
+    EXPECT_EQ(-1, remove(L"{00000000-0000-0000-0000-000000000000}"));
+    EXPECT_EQ(static_cast<int>(RAV_CODE_NOT_VALID),
+              refused([&](CResult& result) { agent.CreateVlan(result, parent, 10, L"a|b", 0, host.Lock()); }));
+    EXPECT_NE(std::string::npos,
+              s_trace->Text().find("ERROR:  CreateVlan returned stop errors to prevent vlan creation!"));
+    {
+        // What is on the parent cannot be told.
+        Microsoft::WRL::ComPtr<INetCfg> netCfg;
+        ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+        const CSlot slot(
+            netCfg.Get(), 9, +[](INetCfg*, const GUID*, REFIID, void**) { return E_FAIL; });
+        EXPECT_EQ(-1, create(0, host.Lock()));
+        EXPECT_NE(std::string::npos, s_trace->Text().find("ERROR:  unable to enumerate vlasns!"));
+    }
+    EXPECT_TRUE(host.IsSuiteLockFree());
     EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
+    // The team agent hears of those requests alone that are carried out.
+    EXPECT_EQ("", Utf8(LabText(LAB_KEY, L"LastPreparedParent")));
+    EXPECT_EQ(0, create(0, host.Lock()));
+    EXPECT_EQ(Utf8(parent), Utf8(LabText(LAB_KEY, L"LastPreparedParent")));
 }

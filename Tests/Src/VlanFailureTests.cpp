@@ -70,6 +70,19 @@ void ExpectTheRestWhole(CLabHost& host, const CRavString& other)
     EXPECT_EQ(1u, LabNumber(LabPath(CLASS_KEY, L"0001"), L"VlanMode", 9));
 }
 
+// Without VLANs an adapter has its own protocols and address, with them the driver has both.
+void ExpectParentHas(CLabHost& host, bool protocols)
+{
+    const CRavString device = CRavString(L"\\Device\\") + host.Key("Port A");
+    for (const wchar_t* const service : {L"Tcpip", L"Tcpip6", L"oXMSProtocol"})
+    {
+        const std::vector<CRavString> bound = LabList(LabPath(LabPath(SERVICES_KEY, service), L"Linkage"), L"Bind");
+        EXPECT_EQ(protocols == (*service == L'T'), std::count(bound.begin(), bound.end(), device) == 1)
+            << Utf8(service);
+    }
+    EXPECT_EQ(protocols ? 1u : 0u, LabNumber(LabPath(TCPIP_INTERFACES_KEY, host.Key("Port A")), L"EnableDHCP", 9));
+}
+
 using OPERATION = std::function<CResult(CLabHost& host, const CRavString& prepared)>;
 using CHECK = std::function<void(CLabHost& host, const CResult& result, const CRavString& prepared)>;
 
@@ -115,8 +128,10 @@ TEST(Failures, EveryPlatformCallOfACreation)
     for (const bool other : {false, true})
         FailEachCall(
             other, false, [](CLabHost& host, const CRavString&) { return host.Create("Port A", 10, L"Ten"); },
-            [&](CLabHost&, const CResult& result, const CRavString&) {
+            [&](CLabHost& host, const CResult& result, const CRavString&) {
+                const bool any = other || result.Succeeded();
                 EXPECT_EQ((other ? 1u : 0u) + (result.Succeeded() ? 1 : 0), CLabHost::Miniports());
+                ExpectParentHas(host, !any);
             });
 }
 
@@ -135,6 +150,7 @@ TEST(Failures, EveryPlatformCallOfARemoval)
                 EXPECT_EQ(left, CLabHost::Miniports());
                 EXPECT_EQ(left, LabList(entry, L"MiniportBindingList").size());
                 EXPECT_EQ(left, LabNumber(entry, L"MiniportBindingListCount", 0));
+                ExpectParentHas(host, !other);
             });
 }
 

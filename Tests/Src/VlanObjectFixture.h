@@ -70,7 +70,7 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
 
   private:
     template <typename Function>
-    static std::invoke_result_t<Function> Agent(const wchar_t* module, const char* name)
+    static std::invoke_result_t<Function> Sibling(const wchar_t* module, const char* name)
     {
         const FARPROC get = GetProcAddress(LoadLibraryW(module), name);
         return reinterpret_cast<Function>(reinterpret_cast<void*>(get))();
@@ -87,6 +87,6 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
     void QueueForUnload(const CRavString& instance) override { m_strQueued += "unload " + Utf8(instance); }
 
     CRavNetCfgInterface m_netCfg;
-    CRavCoreAgentPvtIntf* m_pCore = Agent<RAV_GET_CORE_AGENT_PVT>(L"CoreAgent.dll", RAV_GET_CORE_AGENT_PVT_NAME);
-    CRavTeamAgentPvtIntf* m_pTeam = Agent<RAV_GET_TEAM_AGENT_PVT>(L"TeamAgent.dll", RAV_GET_TEAM_AGENT_PVT_NAME);
+    CRavCoreAgentPvtIntf* m_pCore = Sibling<RAV_GET_CORE_AGENT_PVT>(L"CoreAgent.dll", RAV_GET_CORE_AGENT_PVT_NAME);
+    CRavTeamAgentPvtIntf* m_pTeam = Sibling<RAV_GET_TEAM_AGENT_PVT>(L"TeamAgent.dll", RAV_GET_TEAM_AGENT_PVT_NAME);
 };

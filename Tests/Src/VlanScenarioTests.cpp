@@ -344,8 +344,12 @@ TEST(Remove, VlansOverTeams)
     };
     const auto leave = [](const char* member, size_t vlan) {
         return [=](CLabHost& host, CResult& result, const std::vector<CRavString>& keys) {
-            host.Agent().RemoveVlanFromTeamMember(result, host.Key("Team"), host.Key(member),
-                                                  vlan < keys.size() ? keys[vlan] : CRavString());
+            CRavString team = host.Key("Team");
+            CRavString leaving = host.Key(member);
+            CRavString key = vlan < keys.size() ? keys[vlan] : CRavString();
+            for (CRavString* const text : {&team, &leaving, &key})
+                text->MakeLower();
+            host.Agent().RemoveVlanFromTeamMember(result, team, leaving, key);
         };
     };
     const std::tuple<OPERATION, const char*, const char*> CASES[] = {
@@ -366,6 +370,7 @@ TEST(Remove, VlansOverTeams)
          R"(0; ~ 0008 VLANID MULTI_SZ "40", "41" -> "41"; )"
          R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V2}", "\Device\{V3}"; )"
          R"(~ {8} MiniportBindingListCount DWORD 4 -> 3)"},
+        {leave("Member 1", 9), "{8} MiniportBindingList DWORD 1", "4294967295; "},
         {leave("Member 1", 9), "",
          R"(0; ~ 0008 NetworkAddress SZ "001B21000008" -> ""; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; )"
          R"(+ 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; - 0008 VlanMode DWORD 1; )"

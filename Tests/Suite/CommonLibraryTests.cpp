@@ -159,7 +159,34 @@ TEST(Bindings, AnAdapterGetsBackWhatWasTakenOffItAndAllOfThemOrNone)
                                      : 0);
         EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
         EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << how;
+        EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite()); // once more changes nothing more
+        EXPECT_EQ(0, netCfg.CleanUpAdapterFromXms(host.adapter, true));
+        EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
+        EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << how;
     }
+}
+
+TEST(Bindings, WhatCouldNotBeAppliedComesBackLater)
+{
+    CTestHost host;
+    host.Hive().Add("Services\\Tcpip6\\Linkage  Bind  REG_MULTI_SZ\n..  Disabled  REG_MULTI_SZ  \\Device\\" +
+                    Utf8(host.adapter));
+    const CRegistryChange change;
+    CLocked netCfg;
+    EXPECT_EQ(0, CRavAdvSvcNetCfgComponent().BindAdapterToXms(netCfg, host.adapter));
+    EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
+    const auto cleanUp = [&] {
+        EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite());
+        EXPECT_EQ(0, netCfg.CleanUpAdapterFromXms(host.adapter, true));
+        return netCfg.ReleaseLockForWrite();
+    };
+    {
+        const auto failing = Replace(
+            netCfg.GetNetCfg(), 5, +[](INetCfg*) { return E_FAIL; });
+        EXPECT_EQ(E_FAIL, cleanUp());
+    }
+    EXPECT_EQ(S_OK, cleanUp());
+    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
 }
 
 TEST(Adapter, LoadsUnloadsAndKeepsItsSettings)

@@ -149,7 +149,7 @@ std::string RemoveOne(CSession& session, const Removal& removal, unsigned waitSe
 {
     CResult result;
     session.Agent().RemoveVlan(result, session.Lock(waitSeconds), removal.vlan.info.vlanKey);
-    if (result.Succeeded() && result.ulErrClass != 2)
+    if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
         return "";
     if (!IsThere(session, removal.vlan.info.vlanKey))
         return "it is gone already; another program has removed it";

@@ -23,7 +23,7 @@ const MessageText TEXTS[] = {
     {RAV_MSG_DRIVER_NOT_LOADED, true, "the parent's driver is not loaded",
      "Enable the adapter in the Device Manager and try again."},
     {RAV_MSG_PARENT_IN_TEAM, true, "the adapter is a member of a team",
-     "Name the team as the parent, or take the adapter out of it."},
+     "Take the adapter out of the team; VLANs over teams are not offered by this version."},
     {RAV_MSG_PARENT_WITHOUT_VLANS, true, "this parent does not support VLANs",
      "'vlanctl parents' lists the parents that do."},
     {RAV_MSG_NOT_OUR_DEVICE, true, "the adapter is not one of the maker's",
