@@ -31,12 +31,16 @@ std::string Numbers(const CRavVlanMessages& messages)
     return text;
 }
 
-// The messages; what has a stop error among them is then tried all the same, and must change nothing.
+void ExpectUnchanged(const CRegistryChange& change)
+{
+    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
+}
+
+// The messages; what has a stop error among them is then tried all the same, and refused.
 std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* ids, const wchar_t* name)
 {
     CResult result;
     CRavVlanMessages messages(1); // of an earlier validation: nothing comes of it
-    const CRegistryChange change;
     host.Agent().ValidateNewVlan(result, parent, ids, name, messages, host.Client());
     EXPECT_EQ(0u, result.ulErrCode);
     messages.erase(messages.begin());
@@ -45,7 +49,6 @@ std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* id
         host.Agent().CreateMultipleVLANs(result, parent, ids, name, 0, nullptr, host.Lock());
         EXPECT_EQ(RAV_CODE_NOT_VALID, result.ulErrCode);
     }
-    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
     return Numbers(messages);
 }
 
@@ -166,9 +169,11 @@ TEST(Validation, NamesAndIds)
         {L"20-83", RAV_AUTO_VLAN_NAMES, "139"},
         {L"20-82", RAV_AUTO_VLAN_NAMES, ""},
     };
+    const CRegistryChange change;
     for (const auto& one : CASES)
         EXPECT_EQ(one.expected, Validate(host, host.Key("Port A"), one.ids, one.name))
             << Utf8(one.ids) << " " << Utf8(one.name);
+    ExpectUnchanged(change);
 }
 
 TEST(Validation, Parents)
@@ -201,7 +206,9 @@ TEST(Validation, Parents)
     {
         CVlanLab host(SMALL_HOST);
         host.Change(one.prepared);
+        const CRegistryChange change;
         EXPECT_EQ(one.expected, Validate(host, host.Key(one.parent), L"10", L"New")) << one.parent << one.prepared;
+        ExpectUnchanged(change);
     }
     CLabHost host;
     EXPECT_EQ("147", Validate(host, host.Key("Port A"), L"0", L"New"));
@@ -239,12 +246,11 @@ TEST(Validation, FullParents)
     {
         const char* parent;
         size_t vlans;
-        const char* one; // told of a request for one more, two more, three more
+        const char* one; // told of a request for one more, and for two more
         const char* two;
-        const char* three;
     } CASES[] = {
-        {"Port A", 62, "", "", "139"},  {"Port A", 63, "", "139", "139"},  {"Port A", 64, "144", "139", "139"},
-        {"Virtual", 61, "", "", "140"}, {"Virtual", 62, "", "140", "140"}, {"Virtual", 64, "145", "140", "140"},
+        {"Port A", 62, "", ""},  {"Port A", 63, "", "139"},  {"Port A", 64, "144", "139"},
+        {"Virtual", 61, "", ""}, {"Virtual", 62, "", "140"}, {"Virtual", 64, "145", "140"},
     };
     for (const auto& one : CASES)
     {
@@ -252,7 +258,6 @@ TEST(Validation, FullParents)
         const CRavString parent = host.Key(one.parent);
         EXPECT_EQ(one.one, Validate(host, parent, L"0", L"New")) << one.parent << one.vlans;
         EXPECT_EQ(one.two, Validate(host, parent, L"100,101", RAV_AUTO_VLAN_NAMES)) << one.parent << one.vlans;
-        EXPECT_EQ(one.three, Validate(host, parent, L"100-102", RAV_AUTO_VLAN_NAMES)) << one.parent << one.vlans;
     }
 }
 
@@ -411,7 +416,7 @@ TEST(Refusals, ChangeNothing)
         EXPECT_NE(std::string::npos, s_trace->Text().find("ERROR:  unable to enumerate vlasns!"));
     }
     EXPECT_TRUE(host.IsSuiteLockFree());
-    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
+    ExpectUnchanged(change);
     // The team agent hears of those requests alone that are carried out.
     EXPECT_EQ("", Utf8(LabText(LAB_KEY, L"LastPreparedParent")));
     EXPECT_EQ(0, create(0, host.Lock()));
