@@ -51,7 +51,7 @@ void CVlanAgentWin::Initialize(CResult& result)
     }
     if (!RavTrace().IsConfigured())
         RavTrace().Configure(COMPONENT_NAME, LOG_FILE, LOG_LEVEL, 0, 0, nullptr);
-    const bool finished = Shielded(L"CVlanAgentWin::Initialize", result, [&] {
+    const bool finished = Shielded(__LINE__, L"CVlanAgentWin::Initialize", result, [&] {
         CreateNetCfg(result);
         ConnectCoreAgent(result);
         m_pCoreInterface = std::make_unique<CRavCoreInterface>(GetCoreAgentPvt());
@@ -116,7 +116,7 @@ void CVlanAgentWin::CreateNetCfgInterfaceObj(CResult& result, bool& bCreated)
             RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue pNetCfgInterface!!");
             return;
         }
-        session.release(); // the slot owns it
+        static_cast<void>(session.release()); // the slot owns it
         bCreated = true;
         result = CResult::Success();
     }

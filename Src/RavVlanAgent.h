@@ -15,7 +15,6 @@
 
 #include <memory>
 #include <mutex>
-#include <source_location>
 #include <vector>
 
 class CRavCoreInterface;
@@ -207,10 +206,10 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
         CVlanAgentWin& m_agent;
     };
 
-    // Runs the work; what another module throws out of it is traced and becomes a failure. Whether nothing was thrown.
+    // Runs the work; what another module throws out of it is traced with the line and becomes a failure. Whether
+    // nothing was thrown.
     template <typename Work>
-    static bool Shielded(const wchar_t* operation, CResult& result, Work&& work,
-                         const std::source_location& where = std::source_location::current())
+    static bool Shielded(int line, const wchar_t* operation, CResult& result, Work&& work)
     {
         try
         {
@@ -219,7 +218,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
         }
         catch (...)
         {
-            RavTrace().Error(L"Src\\RavVlanAgent", static_cast<int>(where.line()), L"%s - Exception caught", operation);
+            RavTrace().Error(L"Src\\RavVlanAgent", line, L"%s - Exception caught", operation);
             result = CResult();
             return false;
         }

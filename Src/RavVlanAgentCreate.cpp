@@ -65,7 +65,7 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
     const RAV_LOCK_RECORD record = lock;
-    Shielded(L"CVlanAgentWin::CreateVlan", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -89,7 +89,7 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
     const RAV_LOCK_RECORD record = lock;
-    Shielded(L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -135,7 +135,7 @@ void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, 
 void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock)
 {
     CResult ignored;
-    Shielded(L"PrepareForNewVlan", ignored, [&] {
+    Shielded(__LINE__, L"PrepareForNewVlan", ignored, [&] {
         if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
             team->PrepareForNewVlan(strParentKey, lock);
     });
@@ -247,7 +247,7 @@ void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMin
 {
     RavTrace().Print(L"Entering CVlanAgentWin::LoadDeviceMiniport()");
     result = CResult();
-    Shielded(L"CVlanAgentWin::LoadDeviceMiniport", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::LoadDeviceMiniport", result, [&] {
         if (strMiniportInst.IsEmpty())
         {
             RavTrace().Print(L"LoadDeviceMiniport() - Invalid vlan guid.");
@@ -277,7 +277,7 @@ void CVlanAgentWin::UnloadDeviceMiniport(CResult& result, const CRavString& strM
 {
     RavTrace().Print(L"Entering CVlanAgentWin::UnloadDeviceMiniport()");
     result = CResult();
-    Shielded(L"CVlanAgentWin::UnloadDeviceMiniport", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::UnloadDeviceMiniport", result, [&] {
         if (strMiniportInst.IsEmpty())
         {
             RavTrace().Print(L"UnloadDeviceMiniport() - Invalid vlan guid.");

@@ -103,7 +103,7 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
     vlanKeys.clear();
     EnumVlansPvt1(result, strParentKey, vlanKeys);
     // A client that lists all VLANs asks for each of them next.
-    Shielded(L"CVlanAgentWin::EnumerateVlans", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::EnumerateVlans", result, [&] {
         if (result.Succeeded() && strParentKey.IsEmpty())
             Bind(vlanKeys);
     });
@@ -141,7 +141,8 @@ void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKe
 {
     const CRavTraceScope trace(L"CVlanAgentWin::EnumVlansPvt1", &result);
     result = CResult();
-    Shielded(L"CVlanAgentWin::EnumVlansPvt1", result, [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
+    Shielded(__LINE__, L"CVlanAgentWin::EnumVlansPvt1", result,
+             [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
 }
 
 CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
@@ -270,7 +271,7 @@ void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanK
 {
     const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
     result = CResult();
-    Shielded(L"CVlanAgentWin::LoadThisVlanInfo", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::LoadThisVlanInfo", result, [&] {
         if (IsVlanInfoAvailable(strVlanKey, info))
         {
             RavTrace().Print(L"LoadThisVlanInfo - vlan is already loaded");
@@ -436,7 +437,7 @@ void CVlanAgentWin::GetVlanInfo(CResult& result, const CRavString& strVlanKey, R
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanInfo", &result);
     result = CResult();
-    Shielded(L"CVlanAgentWin::GetVlanInfo", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::GetVlanInfo", result, [&] {
         const CNetCfgSession session(*this);
         if (IsVlanInfoAvailable(strVlanKey, info))
             result = CResult::Success();
@@ -452,7 +453,7 @@ void CVlanAgentWin::GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, 
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanParent", &result);
     result = CResult();
-    Shielded(L"CVlanAgentWin::GetVlanParent", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::GetVlanParent", result, [&] {
         WaitForApplyDone(client);
         if (const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey))
             result = vlan->GetParent(parent);
@@ -465,7 +466,7 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
     dwStatus = 0;
     bool release = true; // a fresh view of the configuration
     ReleaseNetCfgInterfaceObj(result, release);
-    Shielded(L"CVlanAgentWin::GetVlanStatus", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -482,7 +483,7 @@ bool CVlanAgentWin::IsVlanEnabled(const CRavString& strVlanKey)
     bool enabled = false;
     const CRavTraceScope trace(L"CVlanAgentWin::IsVlanEnabled", &enabled);
     CResult ignored;
-    Shielded(L"CVlanAgentWin::IsVlanEnabled", ignored, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::IsVlanEnabled", ignored, [&] {
         const CNetCfgSession session(*this);
         CRavXmsVlan vlan(strVlanKey, *this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -505,7 +506,7 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
     const CRavTraceScope trace(L"CVlanAgentWin::EnumerateSettings", &result);
     result = CResult();
     settings.clear();
-    Shielded(L"CVlanAgentWin::EnumerateSettings", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::EnumerateSettings", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
@@ -526,7 +527,7 @@ void CVlanAgentWin::GetSetting(CResult& result, const RAV_CLIENT_ID& client, con
     if (ppSetting == nullptr)
         return;
     *ppSetting = nullptr;
-    Shielded(L"CVlanAgentWin::GetSetting", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::GetSetting", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);

@@ -30,7 +30,7 @@ void CVlanAgentWin::DoesParentSupportVlans(CResult& result, const CRavString& st
     bSupports = false;
     bNotLoaded = false;
     bTeamFlag = false;
-    Shielded(L"CVlanAgentWin::DoesParentSupportVlans", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::DoesParentSupportVlans", result, [&] {
         WaitForApplyDone(client);
         if (strParentKey.IsEmpty())
         {
@@ -148,7 +148,7 @@ void CVlanAgentWin::EnumerateVlanSupportingParents(CResult& result, std::vector<
     RavTrace().Print(L"Entering CVlanAgentWin::EnumerateVlanSupportingParents");
     result = CResult();
     parents.clear();
-    Shielded(L"CVlanAgentWin::EnumerateVlanSupportingParents", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::EnumerateVlanSupportingParents", result, [&] {
         WaitForApplyDone(client);
         CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf();
         if (team == nullptr)
@@ -228,7 +228,7 @@ void CVlanAgentWin::IsParentVmqEnabled(CResult& result, const CRavString& strPar
     result = CResult();
     bVmqEnabled = false;
     bParentIsTeam = false;
-    Shielded(L"CVlanAgentWin::IsParentVmqEnabled", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::IsParentVmqEnabled", result, [&] {
         WaitForApplyDone(client);
         if (strParentKey.IsEmpty())
         {

@@ -59,7 +59,7 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
         ClearVlanCache();
         return;
     }
-    Shielded(L"CVlanAgentWin::RemoveVlan", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::RemoveVlan", result, [&] {
         CResult locked;
         const CRavSuiteLock suiteLock(*this, lock, locked);
         // What was read before others could change it is worth nothing now.
@@ -214,7 +214,7 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
         RavTrace().Print(L"IsHyperV_EnabledOnVlan() - vlan guid is invalid.");
         return;
     }
-    Shielded(L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
         if (!vlan)
@@ -312,7 +312,7 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
         RavTrace().Print(L"RemoveAllVlansOnTeam() - the team id passed in is invalid - exiting");
         return;
     }
-    Shielded(L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
         const CRavString team = RavCanonicalKey(strTeamKey);
         std::vector<CRavString> keys;
         CResult enumerated;
@@ -352,7 +352,7 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no team or no member is named");
         return;
     }
-    Shielded(L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
         const CRavString team = RavCanonicalKey(strTeamKey);
         const CRavString member = RavCanonicalKey(strMemberKey);
         const CRavString vlan = RavCanonicalKey(strVlanKey);

@@ -55,7 +55,7 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
-    Shielded(L"CVlanAgentWin::ValidateNewVlan", result, [&] {
+    Shielded(__LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
         const CRavString parent = RavCanonicalKey(strParentKey);
         ValidateParent(messages, parent, client);
         // Rules that could not be tried were not met.

@@ -237,6 +237,7 @@ TEST_F(RavDebug, ThreadsLeaveWholeLinesAndLoseNone)
     CRavDebug trace;
     EXPECT_EQ(0, Configure(trace));
     std::vector<std::thread> threads;
+    threads.reserve(threadCount);
     for (int t = 0; t < threadCount; ++t)
         threads.emplace_back([&trace, t] {
             const std::wstring filler(static_cast<size_t>(t) * 700, L'x');

@@ -163,7 +163,7 @@ TEST(Vlanctl, RefusesWithReasonAndStatus)
                                             "no VLANs",
                                             "0",
                                             "--version",
-                                            "vlanctl " RAV_VERSION,
+                                            std::string("vlanctl ") + RAV_VERSION,
                                             "2",
                                             "bogus",
                                             "no such verb",

@@ -142,9 +142,8 @@ ExitStatus Run(const Command& command)
         return EXIT_REFUSED;
     }
 }
-} // namespace
 
-int main()
+int RunVlanctl()
 {
     CLI::App app("IEEE 802.1Q VLANs on network adapters and teams", "vlanctl");
     app.set_version_flag("--version", "vlanctl " RAV_VERSION);
@@ -179,4 +178,17 @@ int main()
         return EXIT_USAGE;
     }
     return Run(command);
+}
+} // namespace
+
+int main()
+{
+    try
+    {
+        return RunVlanctl();
+    }
+    catch (...)
+    {
+        return EXIT_REFUSED; // no memory for a message
+    }
 }

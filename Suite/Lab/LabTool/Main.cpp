@@ -39,7 +39,7 @@ namespace
 // The host goes whatever becomes of the rest: a lab that cannot be taken down would be in the way for ever.
 std::string TakeDown()
 {
-    const std::string errors = StopPlatform();
+    std::string errors = StopPlatform();
     RemoveHost();
     return errors;
 }
@@ -87,9 +87,8 @@ std::vector<std::string> Arguments()
     LocalFree(wide);
     return arguments;
 }
-} // namespace
 
-int main()
+int RunLab()
 {
     CLI::App app("A host to try the VLAN agent on, without hardware", "lab");
     app.require_subcommand(1);
@@ -132,5 +131,18 @@ int main()
     {
         std::cerr << "lab: " << error.what() << "\n";
         return 1;
+    }
+}
+} // namespace
+
+int main()
+{
+    try
+    {
+        return RunLab();
+    }
+    catch (...)
+    {
+        return 1; // no memory for a message
     }
 }

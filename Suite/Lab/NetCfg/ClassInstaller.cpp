@@ -77,7 +77,7 @@ DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, co
     if (status == ERROR_SUCCESS)
         status = key.SetNumber(L"Problem", change.iProblem);
     if (status == ERROR_SUCCESS && key.Number(L"RebootNeeded").value_or(0) != 0)
-        status = askForRestart(set, device);
+        status = static_cast<LSTATUS>(askForRestart(set, device));
     return status;
 }
 

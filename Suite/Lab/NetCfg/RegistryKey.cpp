@@ -1,5 +1,6 @@
 #include "Suite/Lab/NetCfg/RegistryKey.h"
 
+#include <algorithm>
 #include <utility>
 
 CRegistryKey::CRegistryKey(CRegistryKey&& other) noexcept : m_hKey(other.Detach()) {}
@@ -62,7 +63,7 @@ std::optional<std::wstring> CRegistryKey::Text(const wchar_t* name) const
 {
     std::optional<std::wstring> text = Raw(name, REG_SZ);
     if (text)
-        text->resize(wcsnlen(text->c_str(), text->size()));
+        text->erase(std::find(text->begin(), text->end(), L'\0'), text->end());
     return text;
 }
 

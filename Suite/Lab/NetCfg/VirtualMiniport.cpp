@@ -65,7 +65,7 @@ std::wstring freeDeviceId(int instance)
 {
     for (int number = instance; number <= lastInstance; ++number)
     {
-        const std::wstring id = L"ROOT\\NET\\" + fourDigits(number);
+        std::wstring id = L"ROOT\\NET\\" + fourDigits(number);
         CRegistryKey key;
         if (key.Open(std::wstring(enumKeyPath) + L'\\' + id) == ERROR_FILE_NOT_FOUND)
             return id;

@@ -93,7 +93,7 @@ ComPtr<To> As(const ComPtr<From>& from)
 
 std::string Taken(LPWSTR text)
 {
-    const std::string copy = text ? Utf8(text) : "(null)";
+    std::string copy = text ? Utf8(text) : "(null)";
     CoTaskMemFree(text);
     return copy;
 }
