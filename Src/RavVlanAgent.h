@@ -282,6 +282,9 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult CreateOnAdapter(CRavXmsVlan& vlan);
     static void IsFirstVlanOnAdapter(CRavXmsVlan& vlan);
     void NotifyXmsOfNewVlan(CRavXmsVlan* pVlan);
+    struct MiniportPass;
+    void ReloadDeviceMiniport(const MiniportPass& pass, CResult& result, const CRavString& strMiniportInst,
+                              bool& bReboot);
 
     bool MayRemove(CResult& result, const CRavString& strVlanKey, const RAV_CLIENT_ID& client);
     CResult RemoveUnderLock(const CRavString& strVlanKey);

@@ -243,61 +243,55 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
 
 // --- apply-done -----------------------------------------------------------------------------------------------------
 
+// What one of the two passes does with a miniport, and how the trace knows it.
+struct CVlanAgentWin::MiniportPass
+{
+    const wchar_t* operation;
+    bool load;
+    int missingLine;
+    const wchar_t* missing;
+};
+
 void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
 {
-    RavTrace().Print(L"Entering CVlanAgentWin::LoadDeviceMiniport()");
-    result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::LoadDeviceMiniport", result, [&] {
-        if (strMiniportInst.IsEmpty())
-        {
-            RavTrace().Print(L"LoadDeviceMiniport() - Invalid vlan guid.");
-            return;
-        }
-        const CNetCfgSession session(*this);
-        if (!session.IsOpen())
-        {
-            RavTrace().Print(L"LoadDeviceMiniport() - call to CreateNetCfgInterfaceObj() failed.");
-            return;
-        }
-        ClearVlanCache();
-        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
-        if (!vlan)
-        {
-            RavTrace().Error(SOURCE_FILE, LOAD_LINE, L"Unable to get the VLAN");
-            return;
-        }
-        result = vlan->ReloadMiniport(true, bReboot);
-        if (!result.Succeeded())
-            RavTrace().Print(L"LoadDeviceMiniport() - CRavXmsVlan->ReloadMiniport fails.");
-    });
-    RavTrace().Print(L"Exiting CVlanAgentWin::LoadDeviceMiniport()");
+    ReloadDeviceMiniport({L"LoadDeviceMiniport", true, LOAD_LINE, L"Unable to get the VLAN"}, result, strMiniportInst,
+                         bReboot);
 }
 
 void CVlanAgentWin::UnloadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
 {
-    RavTrace().Print(L"Entering CVlanAgentWin::UnloadDeviceMiniport()");
+    ReloadDeviceMiniport({L"UnloadDeviceMiniport", false, UNLOAD_LINE, L"Unable to get the vlan pointer"}, result,
+                         strMiniportInst, bReboot);
+}
+
+void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& result, const CRavString& strMiniportInst,
+                                         bool& bReboot)
+{
+    RavTrace().Print(L"Entering CVlanAgentWin::%s()", pass.operation);
     result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::UnloadDeviceMiniport", result, [&] {
+    Shielded(__LINE__, pass.operation, result, [&] {
         if (strMiniportInst.IsEmpty())
         {
-            RavTrace().Print(L"UnloadDeviceMiniport() - Invalid vlan guid.");
+            RavTrace().Print(L"%s() - Invalid vlan guid.", pass.operation);
             return;
         }
         const CNetCfgSession session(*this);
         if (!session.IsOpen())
         {
-            RavTrace().Print(L"UnloadDeviceMiniport() - call to CreateNetCfgInterfaceObj() failed.");
+            RavTrace().Print(L"%s() - call to CreateNetCfgInterfaceObj() failed.", pass.operation);
             return;
         }
+        if (pass.load)
+            ClearVlanCache();
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
         if (!vlan)
         {
-            RavTrace().Error(SOURCE_FILE, UNLOAD_LINE, L"Unable to get the vlan pointer");
+            RavTrace().Error(SOURCE_FILE, pass.missingLine, pass.missing);
             return;
         }
-        result = vlan->ReloadMiniport(false, bReboot);
+        result = vlan->ReloadMiniport(pass.load, bReboot);
         if (!result.Succeeded())
-            RavTrace().Print(L"UnloadDeviceMiniport() - CRavXmsVlan->ReloadMiniport fails.");
+            RavTrace().Print(L"%s() - CRavXmsVlan->ReloadMiniport fails.", pass.operation);
     });
-    RavTrace().Print(L"Exiting CVlanAgentWin::UnloadDeviceMiniport()");
+    RavTrace().Print(L"Exiting CVlanAgentWin::%s()", pass.operation);
 }

@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/ServiceHandle.h"
 
 #include <iterator>
 
@@ -11,23 +12,6 @@ constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
 constexpr const wchar_t* SERVICES[] = {L"CorvoDCB"};
 constexpr DWORD SERVICE_WAIT_MILLISECONDS = 30000;
 constexpr DWORD SERVICE_POLL_MILLISECONDS = 100;
-
-class ServiceHandle
-{
-  public:
-    explicit ServiceHandle(SC_HANDLE handle) : m_handle(handle) {}
-    ~ServiceHandle()
-    {
-        if (m_handle != nullptr)
-            CloseServiceHandle(m_handle);
-    }
-    ServiceHandle(const ServiceHandle&) = delete;
-    ServiceHandle& operator=(const ServiceHandle&) = delete;
-    SC_HANDLE Get() const { return m_handle; }
-
-  private:
-    SC_HANDLE m_handle;
-};
 
 const wchar_t* FileName(RavModule module)
 {
@@ -60,9 +44,9 @@ bool WithService(DWORD selector, DWORD access, Work&& work)
 {
     if (selector >= std::size(SERVICES))
         return false;
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
-    const ServiceHandle service(manager.Get() != nullptr ? OpenServiceW(manager.Get(), SERVICES[selector], access)
-                                                         : nullptr);
+    const CRavServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
+    const CRavServiceHandle service(manager.Get() != nullptr ? OpenServiceW(manager.Get(), SERVICES[selector], access)
+                                                             : nullptr);
     const bool done = service.Get() != nullptr && work(service.Get());
     if (!done)
         RavTrace().Print(L"CHelper: service %s, error %d", SERVICES[selector], GetLastError());

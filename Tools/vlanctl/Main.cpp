@@ -4,25 +4,12 @@
 #include <CLI/CLI.hpp>
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <algorithm>
 #include <functional>
 
 namespace
 {
-std::vector<std::string> Arguments()
-{
-    int count = 0;
-    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::string> arguments;
-    // The parser takes them last first, without the program.
-    for (int index = count - 1; index > 0; --index)
-        arguments.push_back(ToUtf8(wide[index]));
-    LocalFree(wide);
-    return arguments;
-}
-
 // Where a value is missing the parser would take the next argument for it, and "--name= --dry-run" create a VLAN of
 // that name. A value that begins with "--" can be given as "--name=--value".
 void RefuseMissingValues(const std::vector<std::string>& lastFirst)
@@ -156,7 +143,7 @@ int RunVlanctl()
     AddChangingVerbs(app, options, command);
     try
     {
-        std::vector<std::string> arguments = Arguments();
+        std::vector<std::string> arguments = ArgumentsLastFirst();
         RefuseMissingValues(arguments);
         if (!arguments.empty() && !arguments.back().starts_with('-') &&
             app.get_subcommands([&](CLI::App* verb) { return verb->check_name(arguments.back()); }).empty())

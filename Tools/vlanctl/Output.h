@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/CommandLine.h"
 #include "Common/Src/RavString.h"
 
 #include <nlohmann/json.hpp>
@@ -8,9 +9,6 @@
 #include <vector>
 
 // What vlanctl writes. Text is UTF-8 in files and pipes, and what the console shows on a console.
-
-std::string ToUtf8(const std::wstring& text);
-CRavString FromUtf8(const std::string& text);
 
 void Print(const std::string& text);      // standard output
 void PrintError(const std::string& text); // standard error

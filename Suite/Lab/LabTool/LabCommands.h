@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/CommandLine.h"
 #include "Common/Src/RavString.h"
 
 #include <stdexcept>
@@ -12,8 +13,6 @@ class LabError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-std::string ToUtf8(const std::wstring& text);
-CRavString FromUtf8(const std::string& text);
 void Write(const std::string& text);
 
 void RunShow(bool json);

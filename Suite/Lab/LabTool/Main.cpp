@@ -7,27 +7,9 @@
 #include <CLI/CLI.hpp>
 
 #include <windows.h>
-#include <shellapi.h>
 
 #include <functional>
 #include <iostream>
-
-std::string ToUtf8(const std::wstring& text)
-{
-    const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<size_t>(std::max(size, 0)), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
-
-CRavString FromUtf8(const std::string& text)
-{
-    const int length = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
-    return CRavString(wide.c_str());
-}
 
 void Write(const std::string& text)
 {
@@ -77,17 +59,6 @@ void RunDown()
     Write("the lab is down\n");
 }
 
-std::vector<std::string> Arguments()
-{
-    int count = 0;
-    wchar_t** const wide = CommandLineToArgvW(GetCommandLineW(), &count);
-    std::vector<std::string> arguments;
-    for (int index = count - 1; index > 0; --index)
-        arguments.push_back(ToUtf8(wide[index]));
-    LocalFree(wide);
-    return arguments;
-}
-
 int RunLab()
 {
     CLI::App app("A host to try the VLAN agent on, without hardware", "lab");
@@ -114,7 +85,7 @@ int RunLab()
     app.add_subcommand("down", "Take the host out again")->callback([&] { command = RunDown; });
     try
     {
-        app.parse(Arguments());
+        app.parse(ArgumentsLastFirst());
     }
     catch (const CLI::ParseError& error)
     {

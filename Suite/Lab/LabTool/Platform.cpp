@@ -1,6 +1,7 @@
 #include "Suite/Lab/LabTool/LabCommands.h"
 
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/ServiceHandle.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <windows.h>
@@ -15,23 +16,6 @@ constexpr int START_ATTEMPTS = 50;
 constexpr DWORD START_PAUSE_MILLISECONDS = 200;
 constexpr wchar_t APP_DEFAULTS[] = L"Software\\Wine\\AppDefaults";
 constexpr const wchar_t* PROGRAMS[] = {L"vlanctl.exe", L"bench.exe"};
-
-class ServiceHandle
-{
-  public:
-    explicit ServiceHandle(SC_HANDLE handle) : m_handle(handle) {}
-    ~ServiceHandle()
-    {
-        if (m_handle != nullptr)
-            CloseServiceHandle(m_handle);
-    }
-    ServiceHandle(const ServiceHandle&) = delete;
-    ServiceHandle& operator=(const ServiceHandle&) = delete;
-    SC_HANDLE Get() const { return m_handle; }
-
-  private:
-    SC_HANDLE m_handle;
-};
 
 class Server
 {
@@ -77,8 +61,8 @@ SC_HANDLE CreateOrOpenService(SC_HANDLE manager)
 
 DWORD TryToStartDriver()
 {
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    const ServiceHandle service(manager.Get() != nullptr ? CreateOrOpenService(manager.Get()) : nullptr);
+    const CRavServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    const CRavServiceHandle service(manager.Get() != nullptr ? CreateOrOpenService(manager.Get()) : nullptr);
     if (service.Get() != nullptr && StartServiceW(service.Get(), 0, nullptr))
         return ERROR_SUCCESS;
     const DWORD error = GetLastError();
@@ -102,8 +86,8 @@ void StartDriver()
 // again until that one ends.
 void StopDriver()
 {
-    const ServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
-    const ServiceHandle service(
+    const CRavServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
+    const CRavServiceHandle service(
         manager.Get() != nullptr ? OpenServiceW(manager.Get(), DRIVER_SERVICE, SERVICE_ALL_ACCESS) : nullptr);
     SERVICE_STATUS status = {};
     if (service.Get() == nullptr && GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST)
