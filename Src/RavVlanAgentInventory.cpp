@@ -18,6 +18,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
+constexpr int LOAD_ATTEMPTS = 3;
 constexpr size_t GUID_TEXT_SIZE = 39;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
 constexpr DWORD MINIPORT_KEY_CHARACTERS = 256;
@@ -250,12 +251,13 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlan");
     std::shared_ptr<CRavXmsVlan> vlan = IsVlanInfoLoaded(strVlanKey);
-    if (!vlan)
+    // Another thread may empty the cache between the two.
+    CResult loaded = CResult::Success();
+    for (int attempt = 0; !vlan && loaded.Succeeded() && attempt < LOAD_ATTEMPTS; ++attempt)
     {
-        CResult result;
         RAV_VLAN_INFO info;
-        LoadThisVlanInfo(result, strVlanKey, info);
-        if (result.Succeeded())
+        LoadThisVlanInfo(loaded, strVlanKey, info);
+        if (loaded.Succeeded())
             vlan = IsVlanInfoLoaded(strVlanKey);
     }
     if (!vlan)

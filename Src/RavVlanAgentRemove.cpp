@@ -41,7 +41,7 @@ CResult CannotTakeOff(const CRavString& vlan, const CRavString& member)
     return CResult();
 }
 
-// A lock that could not be had leaves the code at 0.
+// A write lock that could not be had may leave the code at 0.
 bool IsRemoved(const CResult& result)
 {
     return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
@@ -265,15 +265,11 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
     vlan.m_iVlanId = iVlanId;
     vlan.m_bRemovedByTeam = true; // for as long as the object lives
     std::vector<CRavString> members;
-    const bool known = vlan.GetTeamMembers_v(strTeamKey, members);
-    if (!known)
+    // Without it the members keep what the driver reads; but a team that is being dissolved must get rid of its VLANs.
+    if (!vlan.GetTeamMembers_v(strTeamKey, members))
         RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
     if (bLastVlan || bUnloadMembers)
-    {
-        if (!known)
-            return result; // nothing is changed yet, and the members would keep what the driver reads
         UpdateTeamMembers(vlan, members, bLastVlan);
-    }
     if (bLastVlan)
         vlan.DoLastVoTTAOps(vlan.m_strParentKey);
     if (vlan.DeleteVlanMiniport())
@@ -405,8 +401,7 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
 {
     // What the member was before it carried VLANs is kept in the entries that the removals delete: it comes back first.
     CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
-    HRESULT locked = S_OK;
-    if (!member.GiveMemberBack(strMemberKey, locked))
+    if (!member.GiveMemberBack(strMemberKey))
         return CResult();
     for (const CRavString& key : vlanKeys)
     {

@@ -36,8 +36,8 @@ void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
     Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
 }
 
-// For a check that ends with its first message.
-bool Told(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+// For a check that ends with its first message: it could be tried.
+bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
 {
     Stop(messages, code);
     return true;
@@ -170,14 +170,14 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
                                    const std::vector<CRavString>& vlans)
 {
     if (dwVlanId > RAV_MAX_VLAN_ID)
-        return Told(messages, RAV_MSG_ID_TOO_LARGE);
+        return StopAndEnd(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
     if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
-        return Told(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
+        return StopAndEnd(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
     if (isNew && vlans.size() >= MAX_VLANS)
-        return Told(messages, RAV_MSG_PARENT_FULL);
+        return StopAndEnd(messages, RAV_MSG_PARENT_FULL);
     if (dwVlanId == 0 && (vlans.empty() || (vlans.size() == 1 && !isNew)))
-        return Told(messages, RAV_MSG_UNTAGGED_ALONE);
+        return StopAndEnd(messages, RAV_MSG_UNTAGGED_ALONE);
     for (const CRavString& key : vlans)
     {
         RAV_VLAN_INFO info;
@@ -186,9 +186,9 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
         if (!ReadForValidation(key, info))
             return false;
         if (info.vlanId == dwVlanId)
-            return Told(messages, RAV_MSG_ID_IN_USE);
+            return StopAndEnd(messages, RAV_MSG_ID_IN_USE);
         if (info.vlanName.CompareI(strVlanName))
-            return Told(messages, RAV_MSG_NAME_IN_USE);
+            return StopAndEnd(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;
 }

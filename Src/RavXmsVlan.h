@@ -143,8 +143,8 @@ class CRavXmsVlan : public CRavAdapter
     bool DoLastVoTTAOps(const CRavString& strTeam);
     // Binds a former team member to its ordinary protocols again. True also when another program holds the write lock.
     bool BindMemberToTCPIP(const CRavString& strMember);
-    // The same, but true only when it was done. hLocked: negative when the write lock was not had.
-    bool GiveMemberBack(const CRavString& strMember, HRESULT& hLocked);
+    // The same, but true only when it was done. *phLocked: negative when the write lock was not had.
+    bool GiveMemberBack(const CRavString& strMember, HRESULT* phLocked = nullptr);
     bool IsThisBeingRemoved() const { return m_bBeingRemoved || m_bRemovedByTeam; }
 
     // --- state (RavXmsVlan.cpp) ---------------------------------------------------------------------------------
@@ -237,7 +237,7 @@ class CRavXmsVlan : public CRavAdapter
     bool UpdateForOneOfSeveral(const CRavString& strPath, CResult& result);
     bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
     bool CleanUpParent(bool bSkipMemberCleanup);
-    void RemoveMiniportOnce(bool bCleanUpAgain, bool bSkipMemberCleanup, CResult& result);
+    void RemoveMiniportOnce(bool bCleanUpAgain, CResult& result);
     bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();

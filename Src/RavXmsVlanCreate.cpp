@@ -199,12 +199,9 @@ void CRavXmsVlan::UndoCreation()
 {
     // Without its VLAN the parent would be cut off: no protocols but the driver's, and no address for them.
     CRavNetCfgInterface& netCfg = *GetNetCfgInterface();
-    int status = 0;
-    if (m_bDriverEntryMade)
-        status = netCfg.CleanUpAdapterFromXms(m_strParentKey, m_bParentBound);
-    else if (m_bParentBound)
-        status = CRavAdvSvcNetCfgComponent().UnbindAdapterFromXms(netCfg, m_strParentKey);
-    if (status != 0)
+    const bool bound = !m_bParentBound || CRavAdvSvcNetCfgComponent().UnbindAdapterFromXms(netCfg, m_strParentKey) == 0;
+    const bool cleaned = !m_bDriverEntryMade || netCfg.DeleteDriverEntries(m_strParentKey) == 0;
+    if (!bound || !cleaned)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the adapter %s could not be given back.",
                          m_strParentKey.c_str());
     m_bDriverEntryMade = false;

@@ -78,9 +78,9 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
         return result;
     if (last && m_iParentType == RAV_PARENT_TEAM)
         DoLastVoTTAOps(m_strParentKey);
-    // Bindings that were not applied would be lost with the last VLAN that could be removed again.
-    const bool cleanUpAgain = last && !result.Succeeded();
-    RemoveMiniportOnce(cleanUpAgain, bSkipMemberCleanup, result);
+    // Once the miniport is gone nobody can repeat the removal: what was not applied is prepared once more.
+    const bool cleanUpAgain = last && !result.Succeeded() && !(IsOnTeamMember() && bSkipMemberCleanup);
+    RemoveMiniportOnce(cleanUpAgain, result);
     return result;
 }
 
@@ -98,7 +98,7 @@ void CRavXmsVlan::UpdateTaggingBeforeRemoval(const CRavString& strPath)
         RavTrace().Print(L"ERROR: SetTaggingModeDisguise failed. ");
 }
 
-// Without the lock the class of the result says so, and the code only whether a restart is awaited.
+// Without the lock the class of the result says so. The code stays what it was, unless a restart is awaited.
 bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
 {
     if (lock.IsHeld())
@@ -202,14 +202,14 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
     return done;
 }
 
-void CRavXmsVlan::RemoveMiniportOnce(bool bCleanUpAgain, bool bSkipMemberCleanup, CResult& result)
+void CRavXmsVlan::RemoveMiniportOnce(bool bCleanUpAgain, CResult& result)
 {
     m_bMiniportRemoved = true; // before the lock: a failure below is not to be tried again
     CRavNetCfgWriteLock lock(*GetNetCfgInterface());
     if (!HasLock(lock, result))
         return;
     if (bCleanUpAgain)
-        CleanUpParent(bSkipMemberCleanup);
+        CleanUpParent(false);
     if (!RemoveMiniportByCharacteristics(L"CRavXmsVlan::RemoveVLANonAdapter() characteristics=0x%X"))
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");

@@ -137,12 +137,11 @@ bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
 {
     HRESULT locked = S_OK;
     // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
-    return GiveMemberBack(strMember, locked) || (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
+    return GiveMemberBack(strMember, &locked) || (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
 }
 
-bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember, HRESULT& hLocked)
+bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember, HRESULT* phLocked)
 {
-    hLocked = S_OK;
     RavTrace().Print(L"Entering CRavXmsVlan::BindMemberToTCPIP");
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
@@ -154,7 +153,8 @@ bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember, HRESULT& hLocked)
     if (!lock.IsHeld())
     {
         RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP-Acq write lock fails");
-        hLocked = lock.Status();
+        if (phLocked != nullptr)
+            *phLocked = lock.Status();
         return false;
     }
     if (netCfg->CleanUpAdapterFromXms(strMember, true) != 0)

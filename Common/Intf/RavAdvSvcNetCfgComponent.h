@@ -13,8 +13,8 @@ class CRavAdvSvcNetCfgComponent : public CRavNetCfgComponent
     // failure.
     int BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter);
     // The reversal, for a sequence of which a later step fails: takes the driver's protocol edge off the adapter, also
-    // when it was bound before, and binds again what BindAdapterToXms has taken off (TCP/IP when the driver was bound
-    // and nothing is remembered). Goes on after a failure. Needs the write lock, the same one or another. 0 on success,
+    // when it was bound before, and binds again what BindAdapterToXms has taken off (TCP/IP when nothing is
+    // remembered). Goes on after a failure. Needs the write lock, the same one or another. 0 on success,
     // -1 on failure.
     int UnbindAdapterFromXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter);
 };

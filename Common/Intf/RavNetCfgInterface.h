@@ -49,6 +49,8 @@ class CRavNetCfgInterface
     // success, -1 on failure. Needs the write lock; a clean-up that failed, or that could not be applied when the lock
     // was given back, can be done again.
     int CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings);
+    // The part of it that is not about bindings: gives "EnableDHCP" back and deletes both keys, at once. Needs no lock.
+    int DeleteDriverEntries(const CRavString& strAdapter);
 
     // The adapters below a team, as the driver's binding lists name them, in registry order.
     HRESULT EnumerateMemberAdapters(const CRavString& strTeam, std::vector<CRavString>& members);
@@ -57,9 +59,9 @@ class CRavNetCfgInterface
 
     // Remembers the answer of a changing INetCfg call that asks for a restart of the system (NETCFG_S_REBOOT).
     void NoteReboot(HRESULT hStatus);
-    // Notes that an adapter has got back what was taken off it: its record goes when that is applied, and not before,
-    // so that what could not be applied can be done again.
-    void NoteBindingsRestored(const CRavString& strAdapter);
+    // Notes whether an adapter has got back what was taken off it: its record goes when that is applied, and not
+    // before, so that what could not be applied can be done again.
+    void NoteBindings(const CRavString& strAdapter, bool bRestored);
     // Whether a change of this session takes full effect only with the next start of the system.
     bool NeedsReboot() const { return m_bNeedsReboot; }
 

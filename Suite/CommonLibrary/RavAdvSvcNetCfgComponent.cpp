@@ -139,17 +139,18 @@ HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid,
     HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
     if (SUCCEEDED(status) && adapter && SUCCEEDED(status = RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
     {
+        const std::vector<CRavString> protocols = ProtocolsToRestore(guid, wasBound);
+        if (restore && wasBound)
+            RavWriteBindingRecord(guid, protocols); // for another try, when the driver is off already
         status = RavBindXms(netCfg, *adapter.Get(), false);
-        HRESULT restored = S_OK; // also where the driver stays: the adapter is to be reached all the same
-        if (restore)
-            restored = RavBindProtocols(netCfg, *adapter.Get(), ProtocolsToRestore(guid, wasBound));
-        status = FAILED(status) ? status : restored;
+        if (SUCCEEDED(status) && restore)
+            status = RavBindProtocols(netCfg, *adapter.Get(), protocols);
     }
     if (FAILED(status))
         RavTrace().Print(L"CRavAdvSvcNetCfgComponent: the bindings of %s cannot be given back, 0x%X", guid.c_str(),
                          status);
     else if (restore)
-        netCfg.NoteBindingsRestored(guid);
+        netCfg.NoteBindings(guid, true);
     return status;
 }
 
@@ -167,6 +168,7 @@ HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgCo
     if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
         SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
         status = E_FAIL;
+    netCfg.NoteBindings(guid, false);
     if (SUCCEEDED(status))
         return status;
     RavBindProtocols(netCfg, adapter, taken);
@@ -197,7 +199,18 @@ int CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms(CRavNetCfgInterface& netCfg,
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms", &status);
-    if (netCfg.IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(netCfg, strAdapter, true)))
+    ComPtr<INetCfgComponent> adapter;
+    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter)
+        return status;
+    const HRESULT unbound = RavBindXms(netCfg, *adapter.Get(), false);
+    const HRESULT restored = RavBindProtocols(netCfg, *adapter.Get(), ProtocolsToRestore(strAdapter, true));
+    if (FAILED(unbound) || FAILED(restored))
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms - %s, 0x%X, 0x%X", strAdapter.c_str(),
+                         unbound, restored);
+    else
+    {
+        netCfg.NoteBindings(strAdapter, true);
         status = 0;
+    }
     return status;
 }

@@ -184,12 +184,19 @@ HRESULT CRavNetCfgInterface::ApplyChanges()
         RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
         return applied;
     }
-    return std::all_of(restored.begin(), restored.end(), RavDeleteBindingRecord) ? applied : E_FAIL;
+    for (const CRavString& adapter : restored)
+    {
+        if (!RavDeleteBindingRecord(adapter)) // does no harm: the next first VLAN writes it anew
+            RavTrace().Print(L"CRavNetCfgInterface: the record of the bindings of %s stays", adapter.c_str());
+    }
+    return applied;
 }
 
-void CRavNetCfgInterface::NoteBindingsRestored(const CRavString& strAdapter)
+void CRavNetCfgInterface::NoteBindings(const CRavString& strAdapter, bool bRestored)
 {
-    m_restored.push_back(strAdapter);
+    std::erase(m_restored, strAdapter);
+    if (bRestored)
+        m_restored.push_back(strAdapter);
 }
 
 void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)

@@ -61,7 +61,6 @@ bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
     entry.Close();
     return entries.DeleteSubKey(adapter);
 }
-
 } // namespace
 
 // Bindings first: they are only prepared here, while what is deleted cannot come back.
@@ -69,8 +68,16 @@ int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, boo
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
-    if (IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)) &&
-        GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
+    if (IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)))
+        status = DeleteDriverEntries(strAdapter);
+    return status;
+}
+
+int CRavNetCfgInterface::DeleteDriverEntries(const CRavString& strAdapter)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::DeleteDriverEntries", &status);
+    if (GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
         DeleteDriverEntry(CONFIGURATION, strAdapter))
         status = 0;
     return status;

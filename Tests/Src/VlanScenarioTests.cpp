@@ -316,6 +316,26 @@ TEST(Remove, WithoutTheWriteLock)
     EXPECT_EQ("0 class -1; - 0011", remove(9, S_OK));
 }
 
+// What a member was is kept in the entries that go with its VLANs: without the lock nothing of it comes back.
+TEST(Remove, AMemberKeepsItsVlansWithoutTheWriteLock)
+{
+    std::string text = SMALL_HOST;
+    CLabHost host(
+        text.replace(text.rfind('}'), 1, R"(, "vlans": [ { "parent": "Team", "id": 40, "name": "Forty" } ] })"));
+    host.Agent();
+    Microsoft::WRL::ComPtr<INetCfgLock> lock;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&lock)));
+    const CSlot slot(lock.Get(), 3, &AcquireWriteLock);
+    s_pLockSlot = &slot;
+    s_uLocks = 0;
+    s_hLockStatus = E_ACCESSDENIED;
+    const CRegistryChange change;
+    CResult result;
+    host.Agent().RemoveVlanFromTeamMember(result, host.Key("Team"), host.Key("Member 1"), L"");
+    EXPECT_EQ(CResult::FAILED, result.ulErrCode);
+    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
+}
+
 TEST(Remove, VlansOnTheHyperVSwitchAreRefusedBeforeAnyChange)
 {
     CLabHost host;

@@ -143,8 +143,8 @@ void Finish(Removal& removal, const std::string& failure, bool json)
         Print("removed " + text + "\n");
 }
 
-// A network configuration that is locked shows as code 0 with class 2, at the second of its two locks with the lists of
-// the parent changed already.
+// A network configuration that is locked shows by the class, mostly with code 0; at the second of its two locks the
+// lists of the parent are changed already.
 std::string RemoveOne(CSession& session, const Removal& removal, unsigned waitSeconds)
 {
     CResult result;
@@ -153,7 +153,8 @@ std::string RemoveOne(CSession& session, const Removal& removal, unsigned waitSe
         return "";
     if (!IsThere(session, removal.vlan.info.vlanKey))
         return "it is gone already; another program has removed it";
-    return FailureText(session, result) + (result.Succeeded() ? " (it may be removed in part: remove it again)" : "");
+    const bool locked = result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
+    return FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : "");
 }
 
 void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& options)
