@@ -125,7 +125,8 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
         return EXIT_REFUSED;
     if (options.dryRun)
     {
-        Print("would create " + options.ids + " on " + ToUtf8(parent.name) + "; nothing was changed\n");
+        Print("would create " + (options.ids == "0" ? "the untagged VLAN" : options.ids) + " on " +
+              ToUtf8(parent.name) + "; nothing was changed\n");
         return EXIT_DONE;
     }
     const std::vector<VlanRow> before = ReadVlans(session, parent.key);

@@ -70,7 +70,7 @@ CLI::App* AddRequestVerb(CLI::App& app, Options& options, const char* name, cons
                      "One id (10), several (10,20,30) or a range (5-9); 0 is the untagged VLAN")
         ->required();
     CLI::Option_group* const names = verb->add_option_group("name");
-    names->add_option("--name", options.create.name, "Name of the VLAN, up to 32 characters");
+    names->add_option("--name", options.create.name, "Name of the VLAN, up to 32 characters (most emoji count as two)");
     names->add_flag("--auto-names", options.create.autoNames, "Name each VLAN after its id");
     names->require_option(1);
     verb->add_flag("--json", options.create.json, "Output for programs");

@@ -32,9 +32,9 @@ const MessageText TEXTS[] = {
      "Install a current driver for the adapter."},
     {RAV_MSG_NAME_EMPTY, false, "the VLAN has no name", "Give one with --name, or use --auto-names."},
     {RAV_MSG_NAME_BEGINS_BLANK, false, "the name begins with a blank", "Leave the blank out."},
-    {RAV_MSG_NAME_TOO_LONG, false, "the name is longer than 32 characters", "Shorten it."},
+    {RAV_MSG_NAME_TOO_LONG, false, "the name is longer than 32 characters", "Shorten it; most emoji count as two."},
     {RAV_MSG_NAME_CHARACTER, false, "the name holds one of the characters / \\ * : > < | ? \"", "Leave it out."},
-    {RAV_MSG_NAME_IN_USE, false, "another VLAN of this parent has the same name, or would get it",
+    {RAV_MSG_NAME_IN_USE, false, "another VLAN of this parent has the same name, or several would get it",
      "Choose another, or use --auto-names for several VLANs."},
     {RAV_MSG_RANGE_ID_IN_USE, false, "an id is already used by a VLAN of this parent, or is named twice",
      "Leave that id out; 'vlanctl list --parent' shows which are used."},
@@ -42,7 +42,7 @@ const MessageText TEXTS[] = {
      "Create fewer, or remove some first."},
     {RAV_MSG_VIRTUAL_PARENT_OVERFULL, false, "with these the virtual device would have more than 63 VLANs",
      "Create fewer, or remove some first."},
-    {RAV_MSG_ID_NOT_VALID, false, "an id is not a number from 0 to 4094",
+    {RAV_MSG_ID_NOT_VALID, false, "the ids cannot be read, or one of several is above 4094",
      "Give one id, ids with commas (10,20) or a rising range (5-9), without blanks."},
     {RAV_MSG_ID_TOO_LARGE, false, "the id is above 4094", "Use an id from 1 to 4094, or 0 for the untagged VLAN."},
     {RAV_MSG_ID_IN_USE, false, "another VLAN of this parent has the same id",
@@ -52,9 +52,9 @@ const MessageText TEXTS[] = {
     {RAV_MSG_UNTAGGED_ALONE, false, "an untagged VLAN cannot be the only VLAN of its parent",
      "Create a tagged VLAN (id 1 to 4094) first."},
     {RAV_MSG_VMQ_ON_ADAPTER, false, "virtual machine queues are on and will be switched off",
-     "Nothing, if no virtual machine uses this adapter."},
+     "Nothing, if no virtual machine uses this adapter; else move its virtual machines to another one first."},
     {RAV_MSG_VMQ_ON_TEAM, false, "virtual machine queues are on for a member of the team and will be switched off",
-     "Nothing, if no virtual machine uses this team."},
+     "Nothing, if no virtual machine uses this team; else move its virtual machines elsewhere first."},
 };
 
 const MessageText* Find(DWORD code)

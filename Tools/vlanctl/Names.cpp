@@ -29,7 +29,10 @@ bool IsVlan(const VlanRow& row, const std::string& name)
         SameInstance(row.instance, name))
         return true;
     const size_t slash = name.rfind('/');
-    return slash != std::string::npos && name.substr(slash + 1) == std::to_string(row.info.vlanId) &&
+    if (slash == std::string::npos)
+        return false;
+    const std::string id = name.substr(slash + 1);
+    return (id == std::to_string(row.info.vlanId) || (row.info.vlanId == 0 && Same(L"untagged", id))) &&
            (Same(row.parentName, name.substr(0, slash)) || Same(row.parentKey, name.substr(0, slash)));
 }
 
@@ -45,7 +48,7 @@ std::string Describe(const VlanRow& row)
 }
 
 template <typename Row, typename Test>
-Row FindOne(const std::vector<Row>& rows, const std::string& kind, const std::string& name, Test test)
+Row FindOne(const std::vector<Row>& rows, const std::string& kind, const std::string& name, Test test, const char* hint)
 {
     std::vector<Row> found;
     for (const Row& row : rows)
@@ -56,7 +59,7 @@ Row FindOne(const std::vector<Row>& rows, const std::string& kind, const std::st
     if (found.size() == 1)
         return found.front();
     if (found.empty())
-        throw CommandError(EXIT_REFUSED, "there is no " + kind + " called \"" + name + "\"");
+        throw CommandError(EXIT_REFUSED, "there is no " + kind + " called \"" + name + "\"" + hint);
     std::string message = "\"" + name + "\" may be any of these; name one by its key:";
     for (const Row& row : found)
         message += "\n  " + Describe(row);
@@ -66,10 +69,11 @@ Row FindOne(const std::vector<Row>& rows, const std::string& kind, const std::st
 
 ParentRow FindParent(CSession& session, const std::string& name)
 {
-    return FindOne(ReadParents(session, false), "adapter or team", name, IsParent);
+    return FindOne(ReadParents(session, false), "adapter or team", name, IsParent,
+                   "; 'vlanctl parents --all' shows them");
 }
 
 VlanRow FindVlan(CSession& session, const std::string& name)
 {
-    return FindOne(ReadVlans(session), "VLAN", name, IsVlan);
+    return FindOne(ReadVlans(session), "VLAN", name, IsVlan, "; 'vlanctl list' shows them, PARENT/ID names one");
 }

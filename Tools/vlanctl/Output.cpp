@@ -47,8 +47,12 @@ CTable::CTable(std::vector<std::string> headings)
     m_rows.push_back(std::move(headings));
 }
 
+// Control characters, which the agent lets pass in names, would break the table.
 void CTable::Add(std::vector<std::string> cells)
 {
+    for (std::string& cell : cells)
+        std::replace_if(
+            cell.begin(), cell.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x20; }, '?');
     m_rows.push_back(std::move(cells));
 }
 

@@ -3,9 +3,11 @@
 #include "Common/Src/RavString.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cctype>
 #include <cstdio>
+#include <cstring>
 #include <functional>
 #include <iterator>
 #include <set>
@@ -349,7 +351,7 @@ LabHost ReadHostFile(const std::wstring& path)
 {
     FILE* const file = _wfopen(path.c_str(), L"rb");
     if (file == nullptr)
-        throw HostFileError("the file cannot be opened");
+        throw HostFileError("the host file cannot be opened: " + std::string(strerror(errno)));
     std::string text;
     char buffer[4096];
     for (size_t size = 0; (size = fread(buffer, 1, sizeof(buffer), file)) > 0;)

@@ -42,8 +42,11 @@ void RunUp(const std::string& file)
         TakeDown();
         throw;
     }
-    Write("the lab is up: " + std::to_string(host.adapters.size()) + " adapters, " + std::to_string(host.teams.size()) +
-          " teams, " + std::to_string(host.vlans.size()) + " VLANs\n");
+    const auto count = [](size_t number, const char* what) {
+        return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+    };
+    Write("the lab is up: " + count(host.adapters.size(), "adapter") + ", " + count(host.teams.size(), "team") + ", " +
+          count(host.vlans.size(), "VLAN") + "\n");
 }
 
 void RunDown()
@@ -77,7 +80,7 @@ int RunLab()
     CLI::App* const show = app.add_subcommand("show", "Show the host");
     show->add_flag("--json", json, "Output for programs");
     show->callback([&] { command = [&] { RunShow(json); }; });
-    CLI::App* const set = app.add_subcommand("set", "Change one property of an adapter or team");
+    CLI::App* const set = app.add_subcommand("set", "Change one property of an adapter, team or VLAN");
     set->add_option("NAME", name, "Display name, instance number or key")->required();
     set->add_option("PROPERTY", property, "What to change; an unknown one lists them")->required();
     set->add_option("VALUE", value, "on or off")->required();
