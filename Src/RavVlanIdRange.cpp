@@ -83,6 +83,6 @@ bool RavParseVlanIds(const CRavString& text, std::vector<DWORD>& ids)
     if (!parsed)
         ids.clear();
     else if (untagged && (ids.empty() || ids.back() != 0))
-        ids.push_back(0); // once, and last
+        ids.push_back(0); // last; a list that ends with one has it there already
     return parsed;
 }
