@@ -125,7 +125,8 @@ class CRavXmsVlan : public CRavAdapter
     CResult DoReload();
     bool SendNewVlanOid();
     // Takes back the miniport that a failed creation has installed, the binding that it has made, and the driver's
-    // entry with the DHCP flag in it; what it has written elsewhere stays. Needs the write lock.
+    // entry with the DHCP flag in it; what it has written elsewhere stays. Needs the write lock; without
+    // it only the entry goes.
     void UndoCreation();
     // Queue the miniport for the passes that run when the transaction is applied.
     void UnloadMiniport();
@@ -254,9 +255,10 @@ class CRavXmsVlan : public CRavAdapter
     CRavTeamAgentPvtIntf* m_pTeamAgentPvt =
         nullptr;                                   // good until the team agent is loaded again: ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter; // see ParentAdapter
-    bool m_bDriverEntryMade = false;               // these two by this object's creation
-    bool m_bParentBound = false;
     bool m_bBeingRemoved = false;
+    // By this object's creation, and undone when it fails:
+    bool m_bDriverEntryMade = false;
+    bool m_bParentBound = false;
 };
 
 // Lets a routine open a key of its own into the parent key handle: the handle that was there is put back, and the

@@ -187,8 +187,7 @@ bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
         return true;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
     CRavNetCfgWriteLock again(*GetNetCfgInterface());
-    if (again.IsHeld())
-        UndoCreation();
+    UndoCreation(); // without the lock as far as that goes: the DHCP flag comes back
     if (!again.IsHeld() || FAILED(again.Release()))
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the miniport %s could not be taken back.",
                          m_strMiniportInst.c_str());
@@ -197,6 +196,7 @@ bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
 
 void CRavXmsVlan::UndoCreation()
 {
+    RemoveVirtualMiniport();
     // Without its VLAN the parent would be cut off: no protocols but the driver's, and no address for them.
     CRavNetCfgInterface& netCfg = *GetNetCfgInterface();
     const bool bound = !m_bParentBound || CRavAdvSvcNetCfgComponent().UnbindAdapterFromXms(netCfg, m_strParentKey) == 0;
@@ -206,7 +206,6 @@ void CRavXmsVlan::UndoCreation()
                          m_strParentKey.c_str());
     m_bDriverEntryMade = false;
     m_bParentBound = false;
-    RemoveVirtualMiniport();
 }
 
 // --- steps ----------------------------------------------------------------------------------------------------------
@@ -375,9 +374,9 @@ bool CRavXmsVlan::SendNewVlanOid()
     std::transform(device.begin(), device.begin() + static_cast<ptrdiff_t>(length), announcement.name,
                    [](wchar_t character) { return static_cast<char>(character); });
     announcement.usLength = static_cast<USHORT>(length);
+    CRavMiniportDrv& driver = *parent->GetMiniportDrv();
     try
     {
-        CRavMiniportDrv& driver = *parent->GetMiniportDrv();
         if (driver.OpenDriver())
         {
             done = driver.SetOid(OID_NEW_VLAN, reinterpret_cast<const BYTE*>(&announcement), sizeof(announcement));
@@ -389,6 +388,7 @@ bool CRavXmsVlan::SendNewVlanOid()
     catch (...)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid - Exception caught");
+        driver.CloseDriver();
         done = false;
     }
     RavTrace().Print(done ? L"SendNewVlanOid succeeds." : L"SendNewVlanOid fails.");

@@ -273,7 +273,13 @@ bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
     const CRavTraceScope trace(L"CRavXmsVlan::UpdOOOKeyAdptr", &done);
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
-    if (core == nullptr || !core->IsDeviceCorvo(team ? m_strMemberKey : m_strParentKey))
+    if (core == nullptr)
+    {
+        RavTrace().Print(L"Unable to get core interface");
+        done = false;
+        return done;
+    }
+    if (!core->IsDeviceCorvo(team ? m_strMemberKey : m_strParentKey))
         return done;
     // A member's key is the one that is held: without one there is nothing to fall back to.
     const HKEY handle = !team                            ? GetMyParentRegistryKey()

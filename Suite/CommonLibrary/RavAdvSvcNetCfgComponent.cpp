@@ -49,7 +49,7 @@ HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bou
     return status;
 }
 
-// Which protocols an adapter gets back.
+// Which protocols an adapter gets back: those of its record, and without one TCP/IP if the driver was bound to it.
 std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBound)
 {
     std::vector<CRavString> protocols;
@@ -66,7 +66,7 @@ bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavSt
         return true;
     std::vector<CRavString> protocols;
     if (wasBound)
-        protocols = ProtocolsToRestore(adapter, wasBound);
+        protocols = ProtocolsToRestore(adapter, true);
     for (const CRavString& id : taken)
     {
         if (std::none_of(protocols.begin(), protocols.end(),
@@ -74,6 +74,27 @@ bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavSt
             protocols.push_back(id);
     }
     return RavWriteBindingRecord(adapter, protocols);
+}
+
+// The driver comes before the protocols go; half of it must not be applied with the rest: the adapter would have
+// neither TCP/IP nor VLANs.
+HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgComponent& adapter)
+{
+    std::vector<CRavString> taken;
+    bool wasBound = false;
+    HRESULT status = RavIsBoundToXms(netCfg, adapter, wasBound);
+    if (FAILED(status))
+        return status;
+    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
+        SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
+        status = E_FAIL;
+    netCfg.NoteBindings(guid, false);
+    if (SUCCEEDED(status))
+        return status;
+    RavBindProtocols(netCfg, adapter, taken);
+    if (!wasBound)
+        RavBindXms(netCfg, adapter, false);
+    return status;
 }
 } // namespace
 
@@ -153,30 +174,6 @@ HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid,
         netCfg.NoteBindings(guid, true);
     return status;
 }
-
-namespace
-{
-// The driver comes before the protocols go; half of it must not be applied with the rest: the adapter would have
-// neither TCP/IP nor VLANs.
-HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgComponent& adapter)
-{
-    std::vector<CRavString> taken;
-    bool wasBound = false;
-    HRESULT status = RavIsBoundToXms(netCfg, adapter, wasBound);
-    if (FAILED(status))
-        return status;
-    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
-        SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
-        status = E_FAIL;
-    netCfg.NoteBindings(guid, false);
-    if (SUCCEEDED(status))
-        return status;
-    RavBindProtocols(netCfg, adapter, taken);
-    if (!wasBound)
-        RavBindXms(netCfg, adapter, false);
-    return status;
-}
-} // namespace
 
 int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
 {

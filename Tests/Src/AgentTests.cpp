@@ -458,19 +458,23 @@ TEST(Module, IsLoadedUsedAndUnloaded)
 TEST(Module, OperationsHaveTheirPlaces)
 {
     using FULL = void (CVlanAgentWin::*)(CResult&, const CRavString&, bool&, bool&, bool&, const RAV_CLIENT_ID&);
-    EXPECT_EQ(4u, Place(&CRavNetworkAgentIntf::GetDriverInfo));
-    EXPECT_EQ(7u, Place(&CRavVlanAgentIntf::Reserved));
-    EXPECT_EQ(11u, Place(&CRavVlanAgentIntf::CreateVlan));
-    EXPECT_EQ(14u, Place(&CRavVlanAgentIntf::RemoveVlan));
-    EXPECT_EQ(19u, Place(&CRavVlanAgentIntf::GetVlanInfo));
-    EXPECT_EQ(22u, Place(&CRavVlanAgentIntf::ValidateUpdate));
-    EXPECT_EQ(23u, Place(static_cast<FULL>(&CVlanAgentWin::DoesParentSupportVlans)));
-    EXPECT_EQ(24u, Place(&CVlanAgentWin::IsParentVmqEnabled));
-    EXPECT_EQ(25u, Place(&CVlanAgentWin::CreateSingleVlan));
-    EXPECT_EQ(3u, Place(&CRavNetAgentPvt::ApplyDone_LoadDevice));
-    EXPECT_EQ(9u, Place(&CRavVlanAgentPvtIntf::RemoveVlanFromTeamMember));
-    EXPECT_EQ(19u, Place(&CRavVlanAgentPvtIntf::QueryHookThree));
-    EXPECT_EQ(29u, Place(&CRavVlanAgentPvtIntf::CreateVlan));
-    EXPECT_EQ(40u, Place(&CRavVlanAgentPvtIntf::GetReceiveScaleCapabilitiesFlag));
+    const size_t PLACES[][2] = {
+        {4, Place(&CRavNetworkAgentIntf::GetDriverInfo)},
+        {7, Place(&CRavVlanAgentIntf::Reserved)},
+        {11, Place(&CRavVlanAgentIntf::CreateVlan)},
+        {14, Place(&CRavVlanAgentIntf::RemoveVlan)},
+        {19, Place(&CRavVlanAgentIntf::GetVlanInfo)},
+        {22, Place(&CRavVlanAgentIntf::ValidateUpdate)},
+        {23, Place(static_cast<FULL>(&CVlanAgentWin::DoesParentSupportVlans))},
+        {24, Place(&CVlanAgentWin::IsParentVmqEnabled)},
+        {25, Place(&CVlanAgentWin::CreateSingleVlan)},
+        {3, Place(&CRavNetAgentPvt::ApplyDone_LoadDevice)},
+        {9, Place(&CRavVlanAgentPvtIntf::RemoveVlanFromTeamMember)},
+        {19, Place(&CRavVlanAgentPvtIntf::QueryHookThree)},
+        {29, Place(&CRavVlanAgentPvtIntf::CreateVlan)},
+        {40, Place(&CRavVlanAgentPvtIntf::GetReceiveScaleCapabilitiesFlag)},
+    };
+    for (const auto& [expected, place] : PLACES)
+        EXPECT_EQ(expected, place);
 }
 #endif
