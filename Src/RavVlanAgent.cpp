@@ -14,6 +14,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
 constexpr wchar_t COMPONENT_NAME[] = L"VLAN_AGENT";
 constexpr wchar_t LOG_FILE[] = L"VlanAgent.txt";
 constexpr DWORD LOG_LEVEL = 1;
@@ -51,7 +52,7 @@ void CVlanAgentWin::Initialize(CResult& result)
     }
     if (!RavTrace().IsConfigured())
         RavTrace().Configure(COMPONENT_NAME, LOG_FILE, LOG_LEVEL, 0, 0, nullptr);
-    const bool finished = Shielded(__LINE__, L"CVlanAgentWin::Initialize", result, [&] {
+    const bool finished = Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::Initialize", result, [&] {
         CreateNetCfg(result);
         ConnectCoreAgent(result);
         m_pCoreInterface = std::make_unique<CRavCoreInterface>(GetCoreAgentPvt());

@@ -4,6 +4,7 @@
 #include "Common/Intf/RavNetCfgInterface.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavPointerArray.h"
+#include "Src/RavShielded.h"
 #include "Src/RavVlanAgentIntf.h"
 #include "Src/RavVlanAgentPvtIntf.h"
 #include "Src/RavVlanAgentServices.h"
@@ -15,6 +16,7 @@
 
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 class CRavCoreInterface;
@@ -206,22 +208,14 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
         CVlanAgentWin& m_agent;
     };
 
-    // Runs the work; what another module throws out of it is traced with the line and becomes a failure. Whether
-    // nothing was thrown.
+    // Runs the work; what is thrown in it is traced and becomes a failure. Whether nothing was thrown.
     template <typename Work>
-    static bool Shielded(int line, const wchar_t* operation, CResult& result, Work&& work)
+    static bool Shielded(const wchar_t* file, int line, const wchar_t* operation, CResult& result, Work&& work)
     {
-        try
-        {
-            work();
-            return true;
-        }
-        catch (...)
-        {
-            RavTrace().Error(L"Src\\RavVlanAgent", line, L"%s - Exception caught", operation);
+        const bool finished = RavShielded(file, line, operation, std::forward<Work>(work));
+        if (!finished)
             result = CResult();
-            return false;
-        }
+        return finished;
     }
 
     // What the VLAN objects may ask.

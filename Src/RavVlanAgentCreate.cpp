@@ -15,7 +15,8 @@
 
 namespace
 {
-constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentCreate";
+constexpr wchar_t AGENT_FILE[] = L"Src\\RavVlanAgent"; // of the lines that support looks for by file and number
 constexpr int LOAD_LINE = 3333;
 constexpr int UNLOAD_LINE = 3407;
 constexpr DWORD MAX_VLAN_TYPE = 2;
@@ -65,7 +66,7 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
     const RAV_LOCK_RECORD record = lock;
-    Shielded(__LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -89,7 +90,7 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
     const RAV_LOCK_RECORD record = lock;
-    Shielded(__LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -135,7 +136,7 @@ void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, 
 void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock)
 {
     CResult ignored;
-    Shielded(__LINE__, L"PrepareForNewVlan", ignored, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"PrepareForNewVlan", ignored, [&] {
         if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
             team->PrepareForNewVlan(strParentKey, lock);
     });
@@ -186,7 +187,7 @@ void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParen
     if (vlan.m_iParentType != RAV_PARENT_ADAPTER)
     {
         // VLANs over teams are not offered yet, and nothing else can be a parent.
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid state");
+        RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
         result = CResult(ERROR_NOT_SUPPORTED);
         return;
     }
@@ -269,7 +270,7 @@ void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& resu
 {
     RavTrace().Print(L"Entering CVlanAgentWin::%s()", pass.operation);
     result = CResult();
-    Shielded(__LINE__, pass.operation, result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, pass.operation, result, [&] {
         if (strMiniportInst.IsEmpty())
         {
             RavTrace().Print(L"%s() - Invalid vlan guid.", pass.operation);
@@ -286,7 +287,7 @@ void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& resu
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
         if (!vlan)
         {
-            RavTrace().Error(SOURCE_FILE, pass.missingLine, pass.missing);
+            RavTrace().Error(AGENT_FILE, pass.missingLine, pass.missing);
             return;
         }
         result = vlan->ReloadMiniport(pass.load, bReboot);

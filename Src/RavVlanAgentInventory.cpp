@@ -18,6 +18,7 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
 constexpr int LOAD_ATTEMPTS = 3;
 constexpr size_t GUID_TEXT_SIZE = 39;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
@@ -104,7 +105,7 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
     vlanKeys.clear();
     EnumVlansPvt1(result, strParentKey, vlanKeys);
     // A client that lists all VLANs asks for each of them next.
-    Shielded(__LINE__, L"CVlanAgentWin::EnumerateVlans", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateVlans", result, [&] {
         if (result.Succeeded() && strParentKey.IsEmpty())
             Bind(vlanKeys);
     });
@@ -142,7 +143,7 @@ void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKe
 {
     const CRavTraceScope trace(L"CVlanAgentWin::EnumVlansPvt1", &result);
     result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::EnumVlansPvt1", result,
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumVlansPvt1", result,
              [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
 }
 
@@ -273,7 +274,7 @@ void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanK
 {
     const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
     result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::LoadThisVlanInfo", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::LoadThisVlanInfo", result, [&] {
         if (IsVlanInfoAvailable(strVlanKey, info))
         {
             RavTrace().Print(L"LoadThisVlanInfo - vlan is already loaded");
@@ -439,7 +440,7 @@ void CVlanAgentWin::GetVlanInfo(CResult& result, const CRavString& strVlanKey, R
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanInfo", &result);
     result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::GetVlanInfo", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanInfo", result, [&] {
         const CNetCfgSession session(*this);
         if (IsVlanInfoAvailable(strVlanKey, info))
             result = CResult::Success();
@@ -455,7 +456,7 @@ void CVlanAgentWin::GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, 
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanParent", &result);
     result = CResult();
-    Shielded(__LINE__, L"CVlanAgentWin::GetVlanParent", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanParent", result, [&] {
         WaitForApplyDone(client);
         if (const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey))
             result = vlan->GetParent(parent);
@@ -468,7 +469,7 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
     dwStatus = 0;
     bool release = true; // a fresh view of the configuration
     ReleaseNetCfgInterfaceObj(result, release);
-    Shielded(__LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -485,7 +486,7 @@ bool CVlanAgentWin::IsVlanEnabled(const CRavString& strVlanKey)
     bool enabled = false;
     const CRavTraceScope trace(L"CVlanAgentWin::IsVlanEnabled", &enabled);
     CResult ignored;
-    Shielded(__LINE__, L"CVlanAgentWin::IsVlanEnabled", ignored, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsVlanEnabled", ignored, [&] {
         const CNetCfgSession session(*this);
         CRavXmsVlan vlan(strVlanKey, *this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -508,7 +509,7 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
     const CRavTraceScope trace(L"CVlanAgentWin::EnumerateSettings", &result);
     result = CResult();
     settings.clear();
-    Shielded(__LINE__, L"CVlanAgentWin::EnumerateSettings", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateSettings", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
@@ -529,7 +530,7 @@ void CVlanAgentWin::GetSetting(CResult& result, const RAV_CLIENT_ID& client, con
     if (ppSetting == nullptr)
         return;
     *ppSetting = nullptr;
-    Shielded(__LINE__, L"CVlanAgentWin::GetSetting", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetSetting", result, [&] {
         WaitForApplyDone(client);
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);

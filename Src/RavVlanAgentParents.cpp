@@ -11,8 +11,9 @@
 
 namespace
 {
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentParents";
 constexpr DWORD XMS_SUPPORT_FILTERED = 3;
-}
+} // namespace
 
 void CVlanAgentWin::DoesParentSupportVlans(CResult& result, const CRavString& strParentKey, bool& bSupports,
                                            const RAV_CLIENT_ID& client)
@@ -30,7 +31,7 @@ void CVlanAgentWin::DoesParentSupportVlans(CResult& result, const CRavString& st
     bSupports = false;
     bNotLoaded = false;
     bTeamFlag = false;
-    Shielded(__LINE__, L"CVlanAgentWin::DoesParentSupportVlans", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::DoesParentSupportVlans", result, [&] {
         WaitForApplyDone(client);
         if (strParentKey.IsEmpty())
         {
@@ -148,7 +149,7 @@ void CVlanAgentWin::EnumerateVlanSupportingParents(CResult& result, std::vector<
     RavTrace().Print(L"Entering CVlanAgentWin::EnumerateVlanSupportingParents");
     result = CResult();
     parents.clear();
-    Shielded(__LINE__, L"CVlanAgentWin::EnumerateVlanSupportingParents", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateVlanSupportingParents", result, [&] {
         WaitForApplyDone(client);
         CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf();
         if (team == nullptr)
@@ -228,7 +229,7 @@ void CVlanAgentWin::IsParentVmqEnabled(CResult& result, const CRavString& strPar
     result = CResult();
     bVmqEnabled = false;
     bParentIsTeam = false;
-    Shielded(__LINE__, L"CVlanAgentWin::IsParentVmqEnabled", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsParentVmqEnabled", result, [&] {
         WaitForApplyDone(client);
         if (strParentKey.IsEmpty())
         {

@@ -16,7 +16,7 @@
 
 namespace
 {
-constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgent";
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentRemove";
 
 // The object stands for the VLAN on one member from now on.
 void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
@@ -59,7 +59,7 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
         ClearVlanCache();
         return;
     }
-    Shielded(__LINE__, L"CVlanAgentWin::RemoveVlan", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan", result, [&] {
         CResult locked;
         const CRavSuiteLock suiteLock(*this, lock, locked);
         // What was read before others could change it is worth nothing now.
@@ -214,7 +214,7 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
         RavTrace().Print(L"IsHyperV_EnabledOnVlan() - vlan guid is invalid.");
         return;
     }
-    Shielded(__LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
         if (!vlan)
@@ -308,7 +308,7 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
         RavTrace().Print(L"RemoveAllVlansOnTeam() - the team id passed in is invalid - exiting");
         return;
     }
-    Shielded(__LINE__, L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
         const CRavString team = RavCanonicalKey(strTeamKey);
         std::vector<CRavString> keys;
         CResult enumerated;
@@ -348,7 +348,7 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no team or no member is named");
         return;
     }
-    Shielded(__LINE__, L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
         const CRavString team = RavCanonicalKey(strTeamKey);
         const CRavString member = RavCanonicalKey(strMemberKey);
         const CRavString vlan = RavCanonicalKey(strVlanKey);

@@ -16,6 +16,7 @@
 
 namespace
 {
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentValidate";
 constexpr size_t MAX_NAME_LENGTH = 32;
 constexpr wchar_t FORBIDDEN_CHARACTERS[] = L"/\\*:><|?\"";
 constexpr size_t MAX_VLANS = 64;
@@ -55,7 +56,7 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
-    Shielded(__LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
         const CRavString parent = RavCanonicalKey(strParentKey);
         ValidateParent(messages, parent, client);
         // Rules that could not be tried were not met.

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "Common/Src/RavDebug.h"
+
+// Runs work that enters another module, or that another module has called. Whether nothing was thrown: what was is
+// traced with the caller's file, line and operation, and goes no further.
+template <typename Work>
+bool RavShielded(const wchar_t* file, int line, const wchar_t* operation, Work&& work)
+{
+    try
+    {
+        work();
+        return true;
+    }
+    catch (...)
+    {
+        RavTrace().Error(file, line, L"%s - Exception caught", operation);
+        return false;
+    }
+}
