@@ -271,8 +271,9 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
                     const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress);
     void TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock);
-    CRavString NameFor(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strRequested);
-    CRavString GenerateVlanName(const CRavString& strParentKey, DWORD dwVlanId);
+    bool ReadVlanNames(const CRavString& strParentKey, std::vector<CRavString>& names);
+    CResult CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,
+                          DWORD dwVlanType);
     CResult CreateOnAdapter(CRavXmsVlan& vlan);
     static void IsFirstVlanOnAdapter(CRavXmsVlan& vlan);
     void NotifyXmsOfNewVlan(CRavXmsVlan* pVlan);

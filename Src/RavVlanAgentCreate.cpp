@@ -30,10 +30,17 @@ bool IsVlanType(CResult& result, DWORD type)
     return false;
 }
 
-bool HasStopError(const CRavVlanMessages& messages)
+// "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
+CRavString GenerateVlanName(DWORD id, const std::vector<CRavString>& taken)
 {
-    return std::any_of(messages.begin(), messages.end(),
-                       [](const RAV_VALIDATION_MESSAGE& message) { return message.dwSeverity == RAV_SEVERITY_STOP; });
+    CRavString base(L"Untagged");
+    if (id != 0)
+        base.FormatString(L"VLAN%u", id);
+    CRavString name = base;
+    const auto isTaken = [&](const CRavString& other) { return other.CompareI(name); };
+    for (int number = 2; std::any_of(taken.begin(), taken.end(), isTaken); ++number)
+        name.FormatString(L"%s-%d", base.c_str(), number);
+    return name;
 }
 } // namespace
 
@@ -46,11 +53,15 @@ bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const C
     ClearVlanCache();
     CRavVlanMessages messages;
     ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
-    if (!result.Succeeded() || HasStopError(messages))
+    const auto stop = std::find_if(messages.begin(), messages.end(), [](const RAV_VALIDATION_MESSAGE& message) {
+        return message.dwSeverity == RAV_SEVERITY_STOP;
+    });
+    if (!result.Succeeded() || stop != messages.end())
     {
         RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", operation);
+        // A validation that was made has code 0, and a refusal must not look like success.
         if (result.Succeeded())
-            result = CResult(RAV_CODE_NOT_VALID);
+            result = CResult(stop->dwCode);
         return false;
     }
     VerifyClientID(result, lock.client);
@@ -79,7 +90,7 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
         if (!IsVlanType(result, dwVlanType) || !MayCreate(result, L"CreateVlan", parent, numbers, strVlanName, record))
             return;
         TellTeamAgent(parent, record);
-        CreateSingleVlan(result, parent, dwVlanId, NameFor(parent, dwVlanId, strVlanName), dwVlanType);
+        CreateSingleVlan(result, parent, dwVlanId, strVlanName, dwVlanType);
     });
 }
 
@@ -116,19 +127,31 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
 void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
                                const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
 {
+    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    std::vector<CRavString> taken;
+    if (generated && !ReadVlanNames(strParentKey, taken))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read", strParentKey.c_str());
+        result = CResult();
+        return;
+    }
     size_t done = 0;
     for (const DWORD id : ids)
     {
-        CreateSingleVlan(result, strParentKey, id, NameFor(strParentKey, id, strVlanName), dwVlanType);
+        const CRavString name = generated ? GenerateVlanName(id, taken) : strVlanName;
+        CreateSingleVlan(result, strParentKey, id, name, dwVlanType);
         if (!result.Succeeded())
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: VLAN %u could not be created; %u of %u were created", id,
                              static_cast<unsigned>(done), static_cast<unsigned>(ids.size()));
             return;
         }
+        taken.push_back(name);
         ++done;
-        if (pProgress != nullptr)
-            pProgress->OnVlanCreated(id, done, ids.size());
+        RavShielded(SOURCE_FILE, __LINE__, L"CRavVlanProgress::OnVlanCreated", [&] {
+            if (pProgress != nullptr)
+                pProgress->OnVlanCreated(id, done, ids.size());
+        });
     }
 }
 
@@ -142,24 +165,17 @@ void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK
     });
 }
 
-CRavString CVlanAgentWin::NameFor(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strRequested)
-{
-    return strRequested == RAV_AUTO_VLAN_NAMES ? GenerateVlanName(strParentKey, dwVlanId) : strRequested;
-}
-
-// "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
-CRavString CVlanAgentWin::GenerateVlanName(const CRavString& strParentKey, DWORD dwVlanId)
+bool CVlanAgentWin::ReadVlanNames(const CRavString& strParentKey, std::vector<CRavString>& names)
 {
     std::vector<CRavString> vlans;
-    CResult enumerated;
-    EnumerateVlans(enumerated, strParentKey, vlans);
-    CRavString base(L"Untagged");
-    if (dwVlanId != 0)
-        base.FormatString(L"VLAN%u", dwVlanId);
-    CRavString name = base;
-    for (int number = 2; HasVlanNamed(vlans, name, RAV_NEW_VLAN_KEY); ++number)
-        name.FormatString(L"%s-%d", base.c_str(), number);
-    return name;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return false;
+    return std::all_of(vlans.begin(), vlans.end(), [&](const CRavString& key) {
+        RAV_VLAN_INFO info;
+        const bool read = ReadForValidation(key, info);
+        names.push_back(info.vlanName);
+        return read;
+    });
 }
 
 void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
@@ -167,17 +183,24 @@ void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParen
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateSingleVlan", &result);
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateSingleVlan", result,
+             [&] { result = CreateNewVlan(strParentKey, dwVlanId, strVlanName, dwVlanType); });
+}
+
+CResult CVlanAgentWin::CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,
+                                     DWORD dwVlanType)
+{
     if (strVlanName.IsEmpty() || strParentKey.IsEmpty())
     {
         RavTrace().Print(L"vlanName or parentKey is empty");
-        return;
+        return CResult();
     }
     const CNetCfgSession session(*this);
     CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
     if (!session.IsOpen() || !vlan.Init().Succeeded())
     {
         RavTrace().Print(L"CVlanAgentWin::CreateVlan, CRavXmsVlan::Init() failed.");
-        return;
+        return CResult();
     }
     vlan.m_strParentKey = strParentKey;
     vlan.m_iVlanId = static_cast<int>(dwVlanId);
@@ -188,10 +211,9 @@ void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParen
     {
         // VLANs over teams are not offered yet, and nothing else can be a parent.
         RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
-        result = CResult(ERROR_NOT_SUPPORTED);
-        return;
+        return CResult(ERROR_NOT_SUPPORTED);
     }
-    result = CreateOnAdapter(vlan);
+    return CreateOnAdapter(vlan);
 }
 
 CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
@@ -226,7 +248,7 @@ void CVlanAgentWin::IsFirstVlanOnAdapter(CRavXmsVlan& vlan)
     vlan.m_bFirstVlan = !(vlan.GetTotNoOfVlansOnThisParent(count) && count >= 1);
 }
 
-// A driver that cannot be told learns of the VLAN when it is loaded again.
+// A driver that cannot be told learns of the VLAN when it is loaded again. The VLAN is there, whatever happens here.
 void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
 {
     if (pVlan == nullptr)
@@ -234,10 +256,15 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
         RavTrace().Print(L"NotifyXmsOfNewVlan - invalid vlan.");
         return;
     }
-    if (pVlan->SendNewVlanOid())
+    bool told = false;
+    RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid", [&] { told = pVlan->SendNewVlanOid(); });
+    if (told)
         return;
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
-    if (!m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey).Succeeded())
+    CResult reload;
+    RavShielded(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone",
+                [&] { reload = m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); });
+    if (!reload.Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
                          pVlan->m_strParentKey.c_str());
 }

@@ -67,11 +67,12 @@ class CRavVlanAgentIntf : public CRavNetworkAgentIntf
                                         const RAV_CLIENT_ID& client) = 0;
 
     // Creates one VLAN. Id 0 is the untagged VLAN, 1 to 4094 are tagged. dwVlanType is 0, 1 or 2 (see RAV_VLAN_INFO).
+    // What is refused for a stop error has the code of the first one: ValidateNewVlan tells them all.
     virtual void CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
                             const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock) = 0;
-    // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9". The name is RAV_AUTO_VLAN_NAMES: one name for
-    // several VLANs is refused, since VLANs of one parent have different names. The first that fails ends the call with
-    // its code; those created before it stay. pProgress may be null.
+    // Creates several VLANs: strVlanNumbers is "10", "10,20,30" or "5-9". With RAV_AUTO_VLAN_NAMES as the name each is
+    // named after its id; any other name is given to all of them. The first that fails ends the call with its code;
+    // those created before it stay. pProgress may be null.
     virtual void CreateMultipleVLANs(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                                      const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress,
                                      const RAV_LOCK_RECORD& lock) = 0;

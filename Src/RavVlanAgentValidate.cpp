@@ -135,8 +135,7 @@ bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& st
     }
     if (ids.size() > 1)
         return ValidateVlanRange(messages, ids, strVlanName, strParentKey);
-    return ValidateVlan(messages, RAV_NEW_VLAN_KEY, NameFor(strParentKey, ids.front(), strVlanName), ids.front(),
-                        strParentKey);
+    return ValidateVlan(messages, RAV_NEW_VLAN_KEY, strVlanName, ids.front(), strParentKey);
 }
 
 bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::vector<DWORD>& ids)
@@ -246,11 +245,9 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
     std::vector<DWORD> sorted(ids);
     std::sort(sorted.begin(), sorted.end());
-    // The same id twice, or one name for several, would clash as soon as the first of them exists.
+    // The same id twice would clash as soon as the first of them exists.
     if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
         Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
-    if (!generated)
-        Stop(messages, RAV_MSG_NAME_IN_USE);
     for (const CRavString& key : vlans)
     {
         RAV_VLAN_INFO info;

@@ -34,5 +34,13 @@ enum RAV_VLAN_MESSAGE : DWORD
     RAV_MSG_DRIVER_TOO_OLD = 0x340000AE           // 174
 };
 
+// Whether a result's code is that of a message.
+inline constexpr bool RavIsMessageCode(DWORD code)
+{
+    return (code & 0xF0000000) == 0x30000000;
+}
+
 inline constexpr DWORD RAV_CATEGORY_VLAN = 16;
+// Of the two warnings: queues are in use; a setting that creation switches off has them on.
 inline constexpr DWORD RAV_CATEGORY_VMQ = 33;
+inline constexpr DWORD RAV_CATEGORY_VMQ_SETTING = 36;

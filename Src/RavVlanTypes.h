@@ -69,7 +69,7 @@ inline constexpr wchar_t RAV_AUTO_VLAN_NAMES[] = L"AutoGenerateVlanNames";
 inline constexpr DWORD RAV_MAX_VLAN_ID = 4094;
 
 // Codes of results that an operation documents.
-inline constexpr DWORD RAV_CODE_NOT_VALID = ERROR_INVALID_PARAMETER; // stop errors: ValidateNewVlan tells which
+inline constexpr DWORD RAV_CODE_NOT_VALID = ERROR_INVALID_PARAMETER; // there is no such vlan type
 inline constexpr DWORD RAV_CODE_HYPER_V = 0x8FFF1050;                // the VLAN is bound to the Hyper-V switch
 
 // The class of a removal that was refused: for Hyper-V, or for the lack of the network configuration's write lock.

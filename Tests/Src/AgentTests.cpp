@@ -276,6 +276,85 @@ TEST(Inventory, TwoThreadsEachWithItsOwnConfigurationObject)
     EXPECT_EQ(60u, loaded[1]);
 }
 
+// --- creation -------------------------------------------------------------------------------------------------------
+
+namespace
+{
+std::string Names(CLabHost& host, const char* parent)
+{
+    std::string names;
+    for (const CRavString& key : host.Vlans(parent))
+    {
+        CResult result;
+        RAV_VLAN_INFO info;
+        host.Agent().GetVlanInfo(result, key, info);
+        names += Utf8(info.vlanName) + " ";
+    }
+    return names;
+}
+} // namespace
+
+TEST(Creation, NamesAreGeneratedForAListAloneAndNeverTwice)
+{
+    CLabHost host;
+    EXPECT_EQ(0u, host.Create("Port A", 5, L"vlan10").ulErrCode);
+    EXPECT_EQ(0u, host.Create("Port A", 6, RAV_AUTO_VLAN_NAMES).ulErrCode);
+    EXPECT_EQ("vlan10 AutoGenerateVlanNames ", Names(host, "Port A"));
+    // Each time another question for the VLANs fails.
+    static int s_coming;
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+    using QUERY = HRESULT(STDMETHODCALLTYPE*)(INetCfg*, const GUID*, REFIID, void**);
+    static QUERY s_query = nullptr;
+    s_coming = 0;
+    for (int failing = 1; s_coming <= 0; ++failing)
+    {
+        CResult result;
+        {
+            const CSlot slot(
+                netCfg.Get(), 9, +[](INetCfg* self, const GUID* kind, REFIID iid, void** out) {
+                    return --s_coming == 0 ? E_FAIL : s_query(self, kind, iid, out);
+                });
+            s_query = reinterpret_cast<QUERY>(slot.Original());
+            s_coming = failing;
+            host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"10", RAV_AUTO_VLAN_NAMES, 0, nullptr,
+                                             host.Lock());
+        }
+        const std::string created = result.Succeeded() ? "VLAN10-2 " : "";
+        EXPECT_EQ("vlan10 AutoGenerateVlanNames " + created, Names(host, "Port A")) << failing;
+        EXPECT_TRUE(!result.Succeeded() || host.Remove(host.Vlan("Port A", 10)).Succeeded());
+    }
+}
+
+TEST(Creation, WhatIsThrownAfterAVlanIsThereTakesNothingBack)
+{
+    struct CThrowing final : CRavVlanProgress
+    {
+        void OnVlanCreated(DWORD, size_t, size_t) override { CSlot::Throw(); }
+    } progress;
+    CLabHost host;
+    using RELOAD = CResult (*)(CRavCoreAgentPvtIntf*, const CRavString&);
+    static RELOAD s_reload = nullptr;
+    static int s_calls;
+    s_calls = 0;
+    CRavCoreAgentPvtIntf* const core = host.Agent().GetCoreAgentPvt();
+    // No driver is there to be told. For each VLAN the parent's reload is queued before, and again instead.
+    const CSlot slot(
+        core, Place(&CRavCoreAgentPvtIntf::UnloadMiniportDuringApplyDone),
+        +[](CRavCoreAgentPvtIntf* self, const CRavString& adapter) {
+            if (++s_calls % 2 == 0)
+                CSlot::Throw();
+            return s_reload(self, adapter);
+        });
+    s_reload = reinterpret_cast<RELOAD>(slot.Original());
+    CResult result;
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"10-12", RAV_AUTO_VLAN_NAMES, 0, &progress,
+                                     host.Lock());
+    EXPECT_EQ(0u, result.ulErrCode);
+    EXPECT_EQ(6, s_calls);
+    EXPECT_EQ("VLAN10 VLAN11 VLAN12 ", Names(host, "Port A"));
+}
+
 // --- transactions ---------------------------------------------------------------------------------------------------
 
 TEST(ApplyDone, PassesRunInOrderAndOutliveFailures)

@@ -36,7 +36,7 @@ void ExpectUnchanged(const CRegistryChange& change)
     EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
 }
 
-// The messages; what has a stop error among them is then tried all the same, and refused.
+// The messages; what has a stop error among them is then tried all the same, and refused with the first one's code.
 std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* ids, const wchar_t* name)
 {
     CResult result;
@@ -44,10 +44,12 @@ std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* id
     host.Agent().ValidateNewVlan(result, parent, ids, name, messages, host.Client());
     EXPECT_EQ(0u, result.ulErrCode);
     messages.erase(messages.begin());
-    if (std::any_of(messages.begin(), messages.end(), [](const auto& message) { return message.dwSeverity == 1; }))
+    const auto stop =
+        std::find_if(messages.begin(), messages.end(), [](const auto& one) { return one.dwSeverity == 1; });
+    if (stop != messages.end())
     {
         host.Agent().CreateMultipleVLANs(result, parent, ids, name, 0, nullptr, host.Lock());
-        EXPECT_EQ(RAV_CODE_NOT_VALID, result.ulErrCode);
+        EXPECT_EQ(stop->dwCode, result.ulErrCode);
     }
     return Numbers(messages);
 }
@@ -162,8 +164,9 @@ TEST(Validation, NamesAndIds)
         {L"0", L"New", ""},
         {L"9-11", RAV_AUTO_VLAN_NAMES, "138"},
         {L"20,20", RAV_AUTO_VLAN_NAMES, "138"},
-        {L"20,21", L"Same", "137"},
-        {L"20,21", L"BÜRO", "137 137"},
+        {L"20,21", L"Same", ""},
+        {L"20,21", L"BÜRO", "137"},
+        {L"10,20,20", L"BÜRO", "138 138 137"},
         {L"4090-4100", RAV_AUTO_VLAN_NAMES, "141"},
         {L"1-2147483647", RAV_AUTO_VLAN_NAMES, "141 139 138"},
         {L"20-83", RAV_AUTO_VLAN_NAMES, "139"},
@@ -402,7 +405,7 @@ TEST(Refusals, ChangeNothing)
     EXPECT_EQ(static_cast<int>(RAV_CODE_NOT_VALID), several(3, host.Lock()));
     EXPECT_EQ(-1, remove(L""));
     EXPECT_EQ(-1, remove(L"{00000000-0000-0000-0000-000000000000}"));
-    EXPECT_EQ(static_cast<int>(RAV_CODE_NOT_VALID),
+    EXPECT_EQ(static_cast<int>(RAV_MSG_NAME_CHARACTER),
               refused([&](CResult& result) { agent.CreateVlan(result, parent, 10, L"a|b", 0, host.Lock()); }));
     EXPECT_NE(std::string::npos,
               s_trace->Text().find("ERROR:  CreateVlan returned stop errors to prevent vlan creation!"));

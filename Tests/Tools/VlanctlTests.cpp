@@ -190,8 +190,9 @@ TEST(Vlanctl, RefusesWithReasonAndStatus)
                                             "warning 0x33000095"};
     for (size_t index = 0; index < cases.size(); index += 3)
         EXPECT_THAT(Do("vlanctl " + cases[index + 1], std::stoul(cases[index])), HasSubstr(cases[index + 2]));
-    const std::vector<std::string> ids = {"-1",  "141",  "1,,2", "141",         "5-5", "141",          " 7",
-                                          "141", "4095", "142",  "99999999999", "142", "1-2147483647", "141,139,137"};
+    const std::vector<std::string> ids = {"-1",           "141",     "1,,2",  "141", "5-5",         "141",
+                                          " 7",           "141",     "4095",  "142", "99999999999", "142",
+                                          "1-2147483647", "141,139", "20,21", "137"};
     for (size_t index = 0; index < ids.size(); index += 2)
         EXPECT_EQ(ids[index + 1], Each("number", "vlanctl create --parent 1 --name x --id \"" + ids[index] + '"', 1));
     for (const std::string name : {"/", "\\\\", "*", ":", ">", "<", "|", "?", "\\\""})

@@ -28,6 +28,25 @@ CRavString RequestedName(const CreateOptions& options)
     return options.autoNames ? CRavString(RAV_AUTO_VLAN_NAMES) : FromUtf8(options.name);
 }
 
+bool IsSingle(const std::string& ids)
+{
+    return ids.find_first_of(",-") == std::string::npos;
+}
+
+bool Holds(const CRavVlanMessages& messages, DWORD code)
+{
+    return std::any_of(messages.begin(), messages.end(),
+                       [&](const RAV_VALIDATION_MESSAGE& message) { return message.dwCode == code; });
+}
+
+// The agent would give one name to all of several VLANs; nobody could tell them apart.
+void RefuseSharedName(const CreateOptions& options, CRavVlanMessages& messages)
+{
+    if (!IsSingle(options.ids) && RequestedName(options) != RAV_AUTO_VLAN_NAMES &&
+        !Holds(messages, RAV_MSG_ID_NOT_VALID) && !Holds(messages, RAV_MSG_NAME_IN_USE))
+        messages.push_back({RAV_MSG_NAME_IN_USE, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP, {CRavString()}});
+}
+
 CRavVlanMessages Validate(CSession& session, const CreateOptions& options, const CRavString& parentKey)
 {
     CResult result;
@@ -36,6 +55,7 @@ CRavVlanMessages Validate(CSession& session, const CreateOptions& options, const
                                     session.Client());
     if (!result.Succeeded())
         throw CommandError(EXIT_REFUSED, "the request cannot be validated: " + CodeText(result));
+    RefuseSharedName(options, messages);
     return messages;
 }
 
@@ -43,11 +63,6 @@ bool HasStop(const CRavVlanMessages& messages)
 {
     return std::any_of(messages.begin(), messages.end(),
                        [](const RAV_VALIDATION_MESSAGE& message) { return message.dwSeverity == RAV_SEVERITY_STOP; });
-}
-
-bool IsSingle(const std::string& ids)
-{
-    return ids.find_first_of(",-") == std::string::npos;
 }
 
 CResult Create(CSession& session, const CreateOptions& options, const CRavString& parentKey)
@@ -132,7 +147,7 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
     const std::vector<VlanRow> before = ReadVlans(session, parent.key);
     const CResult result = Create(session, options, parent.key);
     // Somebody was quicker: the agent's own validation, under the lock, found what ours could not know yet.
-    if (result.ulErrCode == RAV_CODE_NOT_VALID && !Report(Validate(session, options, parent.key), options.json))
+    if (RavIsMessageCode(result.ulErrCode) && !Report(Validate(session, options, parent.key), options.json))
         return EXIT_REFUSED;
     ShowCreated(Created(session, before, parent.key), options.json);
     if (!result.Succeeded())

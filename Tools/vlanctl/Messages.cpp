@@ -35,7 +35,7 @@ const MessageText TEXTS[] = {
     {RAV_MSG_NAME_TOO_LONG, false, "the name is longer than 32 characters", "Shorten it; most emoji count as two."},
     {RAV_MSG_NAME_CHARACTER, false, "the name holds one of the characters / \\ * : > < | ? \"", "Leave it out."},
     {RAV_MSG_NAME_IN_USE, false, "another VLAN of this parent has the same name, or several would get it",
-     "Choose another, or use --auto-names for several VLANs."},
+     "Choose another; several VLANs need --auto-names, or one request and name for each."},
     {RAV_MSG_RANGE_ID_IN_USE, false, "an id is already used by a VLAN of this parent, or is named twice",
      "Leave that id out; 'vlanctl list --parent' shows which are used."},
     {RAV_MSG_PARENT_OVERFULL, false, "with these the parent would have more than 64 VLANs",
@@ -115,6 +115,8 @@ std::string CodeText(const CResult& result)
     default:
         break;
     }
+    if (RavIsMessageCode(result.ulErrCode))
+        return HexCode(result.ulErrCode) + ": " + Meaning(result.ulErrCode);
     wchar_t text[256] = {};
     DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, result.ulErrCode,
                                   0, text, 256, nullptr);
