@@ -255,8 +255,9 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult IsTeamVmqEnabled(const CRavString& strTeam, bool& bEnabled);
 
     void ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey, const RAV_CLIENT_ID& client);
-    void ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled);
-    static void ValidateTeam(CRavVlanMessages& messages, bool bRefused, bool bVmqEnabled);
+    bool ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter);
+    void WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam);
+    bool IsVmqSettingOn(const CRavString& strAdapter);
     bool ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                      const CRavString& strVlanName);
     bool ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,

@@ -3,10 +3,12 @@
 #include "Src/RavVlanAgent.h"
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/OsVersion.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
 #include "Src/RavCoreInterface.h"
+#include "Src/RavSetting.h"
 #include "Src/RavVlanIdRange.h"
 #include "Src/RavVlanMessages.h"
 #include "Src/RavXmsVlan.h"
@@ -44,10 +46,6 @@ bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
     return true;
 }
 
-void Warn(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
-{
-    Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
-}
 } // namespace
 
 void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
@@ -90,37 +88,56 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
         RavTrace().Print(L"IsParentVmqEnabled returned error!");
 
     if (isTeam)
-        ValidateTeam(messages, messages.size() != before, vmqEnabled);
-    else if (supports)
-        ValidateAdapter(messages, strParentKey, vmqEnabled);
-    else
+    {
+        // Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
+        if (messages.size() == before)
+            Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+    }
+    else if (!supports)
     {
         bool member = false;
         m_pCoreInterface->IsBoundToTeam(strParentKey, member);
         Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
     }
+    else if (!ValidateAdapter(messages, strParentKey))
+        return;
+    if (vmqEnabled)
+        WarnOfVmq(messages, strParentKey, isTeam);
 }
 
-void CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled)
+// False when nothing more is to be said of the adapter.
+bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter)
 {
     if (!m_pCoreInterface->IsDeviceCorvo(strAdapter))
     {
         Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
-        return;
+        return false;
     }
     if (!m_pCoreInterface->IsDriverSupportingVORN(strAdapter))
         Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
-    if (bVmqEnabled)
-        Warn(messages, RAV_MSG_VMQ_ON_ADAPTER);
+    return true;
 }
 
-// Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
-void CVlanAgentWin::ValidateTeam(CRavVlanMessages& messages, bool bRefused, bool bVmqEnabled)
+// That queues are in use, and that the setting of the parent, or of a member, will not stay as it is.
+void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam)
 {
-    if (!bRefused)
-        Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
-    if (bVmqEnabled)
-        Warn(messages, RAV_MSG_VMQ_ON_TEAM);
+    const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
+    Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
+    std::vector<CRavString> adapters{strParentKey};
+    CRavTeamAgentPvtIntf* const team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
+    if (bIsTeam && (team == nullptr || !team->GetTeamMembers(strParentKey, adapters).Succeeded()))
+        return;
+    if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))
+        Add(messages, code, RAV_CATEGORY_VMQ_SETTING, RAV_SEVERITY_WARNING);
+}
+
+bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
+{
+    RAV_SETTING* raw = nullptr;
+    const CResult read = m_pCoreInterface->GetSetting(strAdapter, L"*VMQ", &raw);
+    const std::unique_ptr<RAV_SETTING> setting(raw);
+    return read.Succeeded() && setting && setting->GetType() == RAV_SETTING_TYPE_ENUM &&
+           static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
 }
 
 // Whether the rules could be tried.

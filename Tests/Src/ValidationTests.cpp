@@ -13,7 +13,8 @@ namespace
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
 CModuleTrace* const s_trace = CModuleTrace::Register();
 
-// The numbers of the messages, with a "w" behind warnings. All that belongs to a number is checked here.
+// The numbers of the messages, behind warnings a "w", or an "s" for those of a setting. All that belongs to a number is
+// checked here.
 std::string Numbers(const CRavVlanMessages& messages)
 {
     std::string text;
@@ -22,11 +23,12 @@ std::string Numbers(const CRavVlanMessages& messages)
         const DWORD number = message.dwCode & 0xFFFF;
         const DWORD family = number == 226 ? 1 : number == 171 || number == 174 ? 4 : 3;
         const bool warning = number == 149 || number == 150;
+        const bool ofSetting = warning && message.dwCategory == 36;
         EXPECT_EQ(0x30000000 + (family << 24) + number, message.dwCode);
-        EXPECT_EQ(warning ? 33u : 16u, message.dwCategory) << number;
+        EXPECT_EQ(ofSetting ? 36u : warning ? 33u : 16u, message.dwCategory) << number;
         EXPECT_EQ(warning ? 2u : 1u, message.dwSeverity) << number;
         EXPECT_EQ(std::vector<CRavString>(1), message.parameters) << number;
-        text += (text.empty() ? "" : " ") + std::to_string(number) + (warning ? "w" : "");
+        text += (text.empty() ? "" : " ") + std::to_string(number) + (ofSetting ? "s" : warning ? "w" : "");
     }
     return text;
 }
@@ -195,8 +197,10 @@ TEST(Validation, Parents)
         {"Port A", R"(Class\0001\ZentraNdi XMSSupportFilter SZ 3)", ""},
         {"Port A", R"(- 0001)", "148"},
         {"Unloaded", "", "146 148"},
-        {"Queues", "", "149w"},
-        {"Queues", R"(Lab\Adapters\{6} Vorn DWORD 0)", "174 149w"},
+        {"Queues", "", "149w 149s"},
+        {"Queues", R"(Lab\Adapters\{6} Vorn DWORD 0)", "174 149w 149s"},
+        {"Queues", R"(Class\0006\ZentraNdi XMSSupportFilter DWORD 3)", "148 149w 149s"},
+        {"Queues", R"(- 0006\Ndi\Params\*VMQ)", "149w"},
         {"Port A", R"(Lab\Adapters\{1} Vorn DWORD 0)", "174"},
         {"Foreign", R"(Lab\Adapters\{7} Vorn DWORD 0; 0007 *VMQ SZ 1)", "171"},
         {"Member 1", "", "152"},
@@ -204,6 +208,9 @@ TEST(Validation, Parents)
         {"Team", R"(Lab\Devices\{8} Problem DWORD 22)", "146"},
         {"Team", "", "151"},
         {"Team", R"(0008 *VMQ SZ 1)", "151 150w"},
+        {"Team",
+         R"(0009 *VMQ SZ 1; 0009\Ndi\Params\*VMQ type SZ enum; 0009\Ndi\Params\*VMQ Default SZ 0; 0009\Ndi\Params\*VMQ\enum 1 SZ On)",
+         "151 150w 150s"},
     };
     for (const auto& one : CASES)
     {
