@@ -240,7 +240,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult FindVlan(const CRavString& strVlanKey);
     void ForgetVlan(const CRavXmsVlan& vlan);
     void AddToCache(std::shared_ptr<CRavXmsVlan> pVlan);
-    CResult LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& info);
+    CResult LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info);
+    static bool ReadParentKey(CRavXmsVlan& vlan);
     static void ReadVlanId(CRavXmsVlan& vlan, HKEY hKey);
     static void ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey);
     static int ReadJumboPacket(CRavXmsVlan& vlan);

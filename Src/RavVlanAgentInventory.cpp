@@ -3,6 +3,7 @@
 #include "Src/RavVlanAgent.h"
 
 #include "Common/Src/ComApartment.h"
+#include "Common/Src/RavKey.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavSetting.h"
@@ -44,16 +45,18 @@ bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 
 // The text up to its first NUL; what is longer than the buffer, or no text, counts as missing.
 template <DWORD Characters>
-bool QueryText(HKEY key, const CRavString& name, CRavString& text)
+LONG QueryText(HKEY key, const CRavString& name, CRavString& text)
 {
     wchar_t buffer[Characters + 1] = {};
     DWORD size = Characters * sizeof(wchar_t);
     DWORD type = REG_NONE;
-    if (RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size) != ERROR_SUCCESS ||
-        type != REG_SZ)
-        return false;
+    const LONG status = RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
+    if (status != ERROR_SUCCESS)
+        return status;
+    if (type != REG_SZ)
+        return ERROR_INVALID_DATA;
     text = buffer;
-    return true;
+    return ERROR_SUCCESS;
 }
 
 // An INetCfg session for one walk over the network class.
@@ -282,12 +285,12 @@ void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanK
             return;
         }
         if (IsBound(strVlanKey))
-            result = LoadVlan(strVlanKey, info);
+            result = LoadVlan(strVlanKey, false, info);
         if (result.Succeeded())
             return;
         result = FindVlan(strVlanKey);
         if (result.Succeeded())
-            result = LoadVlan(strVlanKey, info);
+            result = LoadVlan(strVlanKey, true, info);
     });
 }
 
@@ -308,27 +311,32 @@ CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
     return CResult();
 }
 
-CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
+// A VLAN whose device or driver key cannot be resolved has defaults for what is not known of it: it is there, and can
+// be shown and removed.
+CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info)
 {
     std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
     const CNetCfgSession session(*this);
-    if (!vlan)
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (!vlan || netCfg == nullptr)
     {
         RavTrace().Print(L"LoadThisVlanInfo - invalid vlan.");
         return CResult();
     }
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (netCfg == nullptr || !vlan->Initialize(*netCfg).Succeeded() || !vlan->Init().Succeeded() ||
-        FAILED(vlan->GetOOOKeyFromVk(L"")))
+    const bool found = vlan->InitializeComponent(*netCfg);
+    vlan->Init();
+    vlan->m_strVlanKey = strVlanKey;
+    if (!(ReadParentKey(*vlan) && found))
     {
         RavTrace().Print(L"LoadThisVlanInfo - %s is gone or damaged.", strVlanKey.c_str());
-        return CResult();
+        if (!bDamagedToo)
+            return CResult();
     }
-    vlan->m_strVlanKey = strVlanKey;
     const HKEY key = vlan->GetParentClassKey();
-    vlan->m_strParentKey = GetParentKeyofThisOpenOOOKey(key);
     vlan->m_ravVlanInfo.vlanKey = strVlanKey;
     vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
+    if (!found) // by its device; its key may have been found all the same
+        QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
     vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & 1) != 0;
     vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     GetOtherVlanDetails(*vlan, key, vlan->m_bFeatureFlag);
@@ -337,6 +345,14 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, RAV_VLAN_INFO& inf
     RavTrace().Print(L"vlanInfo.vlanId= %d", info.vlanId);
     AddToCache(std::move(vlan));
     return CResult::Success();
+}
+
+// Resolves the VLAN's own key, which stays open, and reads whose VLAN it is.
+bool CVlanAgentWin::ReadParentKey(CRavXmsVlan& vlan)
+{
+    const bool resolved = SUCCEEDED(vlan.GetOOOKeyFromVk(L""));
+    vlan.m_strParentKey = GetParentKeyofThisOpenOOOKey(vlan.GetParentClassKey());
+    return resolved;
 }
 
 void CVlanAgentWin::ForgetVlan(const CRavXmsVlan& vlan)
@@ -399,7 +415,7 @@ void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
         RavTrace().Print(L"pVlan->m_ravVlanInfo.vlanId= %d", id);
         return;
     }
-    RavTrace().Print(L"RegQueryValueEx failed. err= %d", status);
+    RavTrace().Print(L"RegQueryValueEx failed. err= %d", status != ERROR_SUCCESS ? status : ERROR_INVALID_DATA);
     if (vlan.m_iVlanId != -1)
     {
         id = static_cast<DWORD>(vlan.m_iVlanId);
@@ -410,19 +426,18 @@ void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
     RavTrace().Print(L"Assumed this to be an untagged vlan. Set ID to 0.");
 }
 
-// A VLAN that lost the value gets it back.
+// A VLAN that lost the value gets it back; one that has something else there keeps it.
 void CVlanAgentWin::ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey)
 {
     const CRavString name = RavName(RAV_NAME_XMS_MINIPORT_KEY);
     CRavString text;
-    QueryText<MINIPORT_KEY_CHARACTERS>(hKey, name, text);
-    if (text.IsEmpty())
-    {
-        CRavNetCfgComponent component(vlan.m_strVlanKey);
-        component.SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", name, vlan.m_strMiniportInst);
-    }
-    else
+    const LONG status = QueryText<MINIPORT_KEY_CHARACTERS>(hKey, name, text);
+    if (!text.IsEmpty())
         vlan.m_ravVlanInfo.xmsMiniportKey = text;
+    else if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND)
+        CRavNetCfgComponent(vlan.m_strVlanKey)
+            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", name,
+                               RavCanonicalKey(vlan.m_strMiniportInst));
 }
 
 int CVlanAgentWin::ReadJumboPacket(CRavXmsVlan& vlan)
@@ -473,9 +488,13 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-        if (netCfg != nullptr && vlan.Initialize(*netCfg).Succeeded() && vlan.Init().Succeeded())
-            dwStatus = vlan.GetLoadStatus(*netCfg);
+        if (netCfg == nullptr)
+            return;
+        vlan.Initialize(*netCfg);
+        vlan.Init();
+        dwStatus = vlan.GetLoadStatus(*netCfg);
         RAV_VLAN_PARENT parent;
+        ReadParentKey(vlan);
         vlan.GetParent(parent);
     });
     result = CResult::Success();
@@ -490,8 +509,11 @@ bool CVlanAgentWin::IsVlanEnabled(const CRavString& strVlanKey)
         const CNetCfgSession session(*this);
         CRavXmsVlan vlan(strVlanKey, *this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-        enabled = netCfg != nullptr && vlan.Initialize(*netCfg).Succeeded() && vlan.Init().Succeeded() &&
-                  vlan.IsDriverLoaded(*netCfg);
+        if (netCfg == nullptr)
+            return;
+        vlan.Initialize(*netCfg);
+        vlan.Init();
+        enabled = vlan.IsDriverLoaded(*netCfg);
     });
     return enabled;
 }

@@ -28,6 +28,14 @@ CResult CRavXmsVlan::Init()
     return result;
 }
 
+bool CRavXmsVlan::InitializeComponent(CRavNetCfgInterface& netCfg)
+{
+    if (Initialize(netCfg).Succeeded())
+        return true;
+    m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strVlanKey);
+    return false;
+}
+
 CResult CRavXmsVlan::IsHyperV_Enabled(bool& bEnabled)
 {
     CResult result;

@@ -31,6 +31,9 @@ class CRavXmsVlan : public CRavAdapter
 
     // Makes the object ready for work on the calling thread. Fails without a network configuration session.
     CResult Init();
+    // Initialises the object as an adapter. When its device or driver key cannot be resolved it has its component all
+    // the same, by which it can be removed.
+    bool InitializeComponent(CRavNetCfgInterface& netCfg);
 
     // --- the parent (RavXmsVlanParent.cpp) ----------------------------------------------------------------------
 

@@ -146,6 +146,9 @@ TEST(Inventory, MissingAndDamagedValues)
         {"SupportedFeatures  REG_DWORD  12", "0 10|Ten|Port A - VLAN : Ten|0|12|0|own|-1"},
         {"LogicalGroupID  REG_DWORD  3", "0 10|Ten|Port A - VLAN : Ten|0|8|3|own|-1"},
         {"RavXmsMiniportKey", "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
+        {"RavXmsMiniportKey  REG_SZ  ", "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
+        {"RavXmsMiniportKey  REG_DWORD  7", "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
+        {"RavXmsMiniportKey  REG_SZ  {7}", "0 10|Ten|Port A - VLAN : Ten|0|8|0|{7}|-1"},
         {"RavXmsMiniportKey  REG_SZ  " + tooLong, "0 10|Ten|Port A - VLAN : Ten|0|8|0||-1"},
         {"NetCfgInstanceId", "4294967295 0|||0|0|0||-1"},
     };
@@ -157,11 +160,39 @@ TEST(Inventory, MissingAndDamagedValues)
             CLabHost::Delete("Class\\0003", Wide(one.change).c_str());
         else
             host.Hive().Add("Class\\0003  " + one.change);
-        EXPECT_EQ(one.record, Record(host, key)) << one.change;
-        // Whatever it was: the VLAN has the value that the driver looks for.
-        EXPECT_EQ(one.change == "NetCfgInstanceId" ? "" : "REG_SZ  \"" + Utf8(key) + "\"",
-                  one.change == "NetCfgInstanceId" ? "" : host.Hive().Value("Class\\0003", "RavXmsMiniportKey"));
+        const std::string before = host.Hive().Value("Class\\0003", "RavXmsMiniportKey");
+        const bool isEmpty = before.empty() || before == "REG_SZ  \"\"";
+        EXPECT_EQ(one.record, Record(host, isEmpty ? LowerCase(key) : key)) << one.change;
+        // Where the driver would find nothing it finds the key now, as it is spelled; all else stays somebody's choice.
+        EXPECT_EQ(isEmpty ? "REG_SZ  \"" + Utf8(key) + "\"" : before,
+                  host.Hive().Value("Class\\0003", "RavXmsMiniportKey"));
     }
+}
+
+// Nor does it stand in the way of the other VLANs of its parent.
+TEST(Inventory, AVlanWhoseDeviceIsDamagedIsShownAndRemoved)
+{
+    CLabHost host(VLAN_HOST);
+    const CRavString key = host.Vlan("Port A", 10);
+    CLabHost::Delete("Enum\\" + Utf8(LabText(LabPath(CLASS_KEY, L"0003"), L"DeviceInstanceID")), L"Driver");
+    EXPECT_EQ("0 10|Ten|Port A - VLAN : Ten|0|8|0|own|-1", Record(host, key));
+    DWORD status = 0;
+    CResult result;
+    host.Agent().GetVlanStatus(result, key, status);
+    EXPECT_EQ(RAV_LOAD_STATUS_LOADED, status);
+    {
+        CJournal journal;
+        journal.FailNext("CoCreateInstance", 0, 3); // behind the session and the enumeration: its key is not found, too
+        journal.Start();
+        s_trace->Forget();
+        EXPECT_EQ("0 0|||0|0|0||-1", Record(host, key));
+        EXPECT_EQ("CVlanAgentWin::GetOtherVlanDetails, hKey is NULL\n", Traced("hKey is NULL"));
+    }
+    EXPECT_EQ(0u, host.Create("Port A", 11, L"Eleven").ulErrCode);
+    EXPECT_EQ(RAV_MSG_ID_IN_USE, host.Create("Port A", 10, L"Another").ulErrCode);
+    EXPECT_EQ(0u, host.Remove(key).ulErrCode);
+    EXPECT_EQ("", Utf8(host.Vlan("Port A", 10)));
+    EXPECT_EQ(2u, host.Vlans("Port A").size());
 }
 
 TEST(Inventory, AnIdThatTheObjectKnowsStandsInForAMissingOne)
