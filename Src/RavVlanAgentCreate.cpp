@@ -138,15 +138,15 @@ void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, 
     size_t done = 0;
     for (const DWORD id : ids)
     {
-        const CRavString name = generated ? GenerateVlanName(id, taken) : strVlanName;
-        CreateSingleVlan(result, strParentKey, id, name, dwVlanType);
+        taken.push_back(generated ? GenerateVlanName(id, taken) : strVlanName);
+        CreateSingleVlan(result, strParentKey, id, taken.back(), dwVlanType);
         if (!result.Succeeded())
         {
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: VLAN %u could not be created; %u of %u were created", id,
-                             static_cast<unsigned>(done), static_cast<unsigned>(ids.size()));
+            RavTrace().Error(SOURCE_FILE, __LINE__,
+                             L"ERROR: VLAN %u could not be created; %u of %u were created. err= 0x%X", id,
+                             static_cast<unsigned>(done), static_cast<unsigned>(ids.size()), result.ulErrCode);
             return;
         }
-        taken.push_back(name);
         ++done;
         RavShielded(SOURCE_FILE, __LINE__, L"CRavVlanProgress::OnVlanCreated", [&] {
             if (pProgress != nullptr)
@@ -207,13 +207,11 @@ CResult CVlanAgentWin::CreateNewVlan(const CRavString& strParentKey, DWORD dwVla
     vlan.m_strVlanName = strVlanName;
     vlan.m_dwVlanType = dwVlanType + 1; // stored from 1 on
     vlan.GetParentType(vlan.m_iParentType);
-    if (vlan.m_iParentType != RAV_PARENT_ADAPTER)
-    {
-        // VLANs over teams are not offered yet, and nothing else can be a parent.
-        RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
-        return CResult(ERROR_NOT_SUPPORTED);
-    }
-    return CreateOnAdapter(vlan);
+    if (vlan.m_iParentType == RAV_PARENT_ADAPTER)
+        return CreateOnAdapter(vlan);
+    // VLANs over teams are not offered yet, and nothing else can be a parent.
+    RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
+    return CResult(ERROR_NOT_SUPPORTED);
 }
 
 CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)

@@ -124,7 +124,7 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
     const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
     Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
     std::vector<CRavString> adapters{strParentKey};
-    CRavTeamAgentPvtIntf* const team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
+    const auto team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
     if (bIsTeam && (team == nullptr || !team->GetTeamMembers(strParentKey, adapters).Succeeded()))
         return;
     if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))

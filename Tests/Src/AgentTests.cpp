@@ -1,5 +1,5 @@
-// The agent itself: its start, what it lists and reads, the passes of an applied transaction, and the module as its
-// clients have it.
+// The agent itself: its start, what it lists and reads, how it creates lists of VLANs, the passes of an applied
+// transaction, and the module as its clients have it.
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Tests/Common/ModuleTrace.h"
@@ -48,6 +48,19 @@ std::string Record(CLabHost& host, const CRavString& key)
          << info.vlanType << "|" << info.supportedFeatures << "|" << info.logicalGroupId << "|"
          << (info.xmsMiniportKey == key ? "own" : Utf8(info.xmsMiniportKey)) << "|" << info.jumboPacket;
     return text.str();
+}
+
+std::string Names(CLabHost& host, const char* parent)
+{
+    std::string names;
+    for (const CRavString& key : host.Vlans(parent))
+    {
+        CResult result;
+        RAV_VLAN_INFO info;
+        host.Agent().GetVlanInfo(result, key, info);
+        names += Utf8(info.vlanName) + " ";
+    }
+    return names;
 }
 
 [[noreturn]] void Throw()
@@ -308,22 +321,6 @@ TEST(Inventory, TwoThreadsEachWithItsOwnConfigurationObject)
 }
 
 // --- creation -------------------------------------------------------------------------------------------------------
-
-namespace
-{
-std::string Names(CLabHost& host, const char* parent)
-{
-    std::string names;
-    for (const CRavString& key : host.Vlans(parent))
-    {
-        CResult result;
-        RAV_VLAN_INFO info;
-        host.Agent().GetVlanInfo(result, key, info);
-        names += Utf8(info.vlanName) + " ";
-    }
-    return names;
-}
-} // namespace
 
 TEST(Creation, NamesAreGeneratedForAListAloneAndNeverTwice)
 {
