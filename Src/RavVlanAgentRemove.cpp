@@ -258,7 +258,7 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
         return result;
     }
     CRavXmsVlan vlan(strVlanKey, *this);
-    vlan.Initialize(*GetNetCfgInterface());
+    vlan.InitializeComponent(*GetNetCfgInterface());
     vlan.Init();
     vlan.m_strParentKey = strTeamKey;
     vlan.m_iParentType = RAV_PARENT_TEAM;

@@ -185,9 +185,22 @@ TEST(Inventory, MissingAndDamagedValues)
 // Nor does it stand in the way of the other VLANs of its parent.
 TEST(Inventory, AVlanWhoseDeviceIsDamagedIsShownAndRemoved)
 {
+    const auto damage = [](const wchar_t* instance) {
+        CLabHost::Delete("Enum\\" + Utf8(LabText(LabPath(CLASS_KEY, instance), L"DeviceInstanceID")), L"Driver");
+    };
+    {
+        CLabHost team(
+            R"({ "adapters": [ { "name": "A", "mac": "001B21000001" }, { "name": "B", "mac": "001B21000002" } ],
+                           "teams": [ { "name": "Team", "members": ["A", "B"], "mode": 2 } ],
+                           "vlans": [ { "parent": "Team", "id": 10, "name": "Ten" } ] })");
+        damage(L"0004");
+        EXPECT_EQ("0 10|Ten|Team - VLAN : Ten|0|9|0|own|-1", Record(team, team.Vlan("Team", 10)));
+        EXPECT_EQ(0u, team.Remove(team.Vlan("Team", 10)).ulErrCode);
+        EXPECT_EQ(0u, team.Vlans().size());
+    }
     CLabHost host(VLAN_HOST);
     const CRavString key = host.Vlan("Port A", 10);
-    CLabHost::Delete("Enum\\" + Utf8(LabText(LabPath(CLASS_KEY, L"0003"), L"DeviceInstanceID")), L"Driver");
+    damage(L"0003");
     EXPECT_EQ("0 10|Ten|Port A - VLAN : Ten|0|8|0|own|-1", Record(host, key));
     DWORD status = 0;
     CResult result;
