@@ -102,6 +102,20 @@ CRavString RAV_SETTING_ENUM::GetDisplayValue() const
     return strCurrentDisplay;
 }
 
+CRavString RAV_SETTING_ENUM::Description(size_t uIndex) const
+{
+    return uIndex < descriptions.size() ? descriptions[uIndex] : CRavString();
+}
+
+bool RAV_SETTING_ENUM::ShowCurrent()
+{
+    const auto choice = std::find(values.begin(), values.end(), iCurrent);
+    if (choice == values.end())
+        return false;
+    strCurrentDisplay = Description(static_cast<size_t>(choice - values.begin()));
+    return true;
+}
+
 bool RAV_SETTING_ENUM::IsListed(int32_t number) const
 {
     return std::find(values.begin(), values.end(), number) != values.end();

@@ -119,12 +119,16 @@ struct RAV_SETTING_ENUM : RAV_SETTING
     bool ResolveDisplayValue(RAV_SETTING_VAL* pValue) const override;
     bool SetValueFromDisplay(RAV_SETTING_VAL* pValue) const override;
     CRavString GetDisplayValue() const override;
+    // The text of a choice; empty for one that has none.
+    CRavString Description(size_t uIndex) const;
+    // Sets the current display text; false, and no change, when the current value is none of the choices.
+    bool ShowCurrent();
 
     int32_t iDefault = 0;
     int32_t iCurrent = 0;
     CRavString strCurrentDisplay;
     std::vector<int32_t> values;          // in registry order
-    std::vector<CRavString> descriptions; // parallel to values
+    std::vector<CRavString> descriptions; // parallel to values; another module may hand over a shorter list
 
   private:
     bool IsListed(int32_t number) const;

@@ -195,7 +195,6 @@ class CRavXmsVlan : public CRavAdapter
     bool QueryParentName(CRavString& strParentName);
     bool WriteOwnText(const wchar_t* name, const CRavString& strText);
 
-    CResult WriteSetting(const RAV_SETTING& setting);
     CResult CreateJumboSetting(RAV_SETTING& setting);
     CResult FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING** ppSetting, bool& bFound);
 

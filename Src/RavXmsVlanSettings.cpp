@@ -7,7 +7,6 @@
 #include "Common/Src/RavDebug.h"
 #include "Src/RavSetting.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cwchar>
 
@@ -24,27 +23,59 @@ constexpr size_t MANY_CHOICES = 99;
 constexpr int STANDARD_FRAME = 1514;
 constexpr wchar_t STANDARD_FRAME_TEXT[] = L"1514";
 
-CRavString TextOf(CRavRegKey& key, const wchar_t* name)
-{
-    CRavString text;
-    key.GetValue(name, text);
-    return text;
-}
+constexpr wchar_t CREATE_ROUTINE[] = L"CreateVlanAdvancedSettings";
+constexpr wchar_t RESYNC_ROUTINE[] = L"ReSyncJumboFrameSettingEnumValues";
 
-// A number that does not parse counts as far as it goes, one that is too large as the nearest limit; neither stops the
-// template, and both are told.
-int NumberOf(CRavRegKey& key, const wchar_t* name)
+// One template's key, and the routine that reads it: its name stands before what is told.
+class CTemplate
 {
-    const CRavString text = TextOf(key, name);
-    const int number = _wtoi(text);
-    wchar_t* end = nullptr;
-    errno = 0;
-    wcstol(text, &end, 10);
-    if (*end != L'\0' || errno == ERANGE)
-        RavTrace().Print(L"CreateVlanAdvancedSettings() - the value %s is no number: %s, %d is taken", name,
-                         text.c_str(), number);
-    return number;
-}
+  public:
+    explicit CTemplate(const wchar_t* routine) : m_routine(routine) {}
+
+    bool Open(HKEY parent, const CRavString& path) { return m_key.Open(parent, path, false); }
+    CRavRegKey& Key() { return m_key; }
+
+    CRavString Text(const wchar_t* name)
+    {
+        CRavString text;
+        m_key.GetValue(name, text);
+        return text;
+    }
+
+    // A number that does not parse counts as far as it goes, one that is too large as the nearest limit; neither stops
+    // the template, and both are told.
+    int Number(const wchar_t* name)
+    {
+        const CRavString text = Text(name);
+        const int number = _wtoi(text);
+        wchar_t* end = nullptr;
+        errno = 0;
+        wcstol(text, &end, 10);
+        if (*end != L'\0' || errno == ERANGE)
+            RavTrace().Print(L"%s() - the value %s is no number: %s, %d is taken", m_routine, name, text.c_str(),
+                             number);
+        return number;
+    }
+
+    void ReadHead(RAV_SETTING_ENUM& setting)
+    {
+        setting.iDefault = Number(L"Default");
+        setting.iCurrent = setting.iDefault;
+        setting.ulExposeLevel = static_cast<uint32_t>(Number(L"ExposeLevel"));
+        setting.strDisplayName = Text(L"ParamDesc");
+    }
+
+    void ShowCurrent(RAV_SETTING_ENUM& setting) const
+    {
+        if (!setting.ShowCurrent())
+            RavTrace().Print(L"%s() - the default %d is none of the choices - %s", m_routine, setting.iDefault,
+                             setting.strName.c_str());
+    }
+
+  private:
+    CRavRegKey m_key;
+    const wchar_t* m_routine;
+};
 
 // Settings that no value, or not the default, fits are created as they stand: support finds the reason in the trace.
 void TellLimits(const RAV_SETTING_INT& setting)
@@ -65,52 +96,34 @@ void FillCommon(RAV_SETTING& setting, const CRavString& name)
     setting.ulCode4 = TEMPLATE_CODE;
 }
 
-void ReadEnumHead(CRavRegKey& key, RAV_SETTING_ENUM& setting)
-{
-    setting.iDefault = NumberOf(key, L"Default");
-    setting.iCurrent = setting.iDefault;
-    setting.ulExposeLevel = static_cast<uint32_t>(NumberOf(key, L"ExposeLevel"));
-    setting.strDisplayName = TextOf(key, L"ParamDesc");
-}
-
-void ShowCurrent(RAV_SETTING_ENUM& setting)
-{
-    const auto choice = std::find(setting.values.begin(), setting.values.end(), setting.iCurrent);
-    if (choice != setting.values.end())
-        setting.strCurrentDisplay = setting.descriptions[static_cast<size_t>(choice - setting.values.begin())];
-    else
-        RavTrace().Print(L"CreateVlanAdvancedSettings() - the default %d is none of the choices - %s", setting.iDefault,
-                         setting.strName.c_str());
-}
-
-std::unique_ptr<RAV_SETTING> ReadEnumTemplate(CRavRegKey& key, const CRavString& name)
+std::unique_ptr<RAV_SETTING> ReadEnumTemplate(CTemplate& source, const CRavString& name)
 {
     auto setting = std::make_unique<RAV_SETTING_ENUM>();
     FillCommon(*setting, name);
-    ReadEnumHead(key, *setting);
-    if (!CRavMiniportReg::GetEnumDataTypesSubKey(key, *setting).Succeeded())
+    source.ReadHead(*setting);
+    if (!CRavMiniportReg::GetEnumDataTypesSubKey(source.Key(), *setting).Succeeded())
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to get the enum values - %s", name.c_str());
         return nullptr;
     }
-    ShowCurrent(*setting);
+    source.ShowCurrent(*setting);
     return setting;
 }
 
-std::unique_ptr<RAV_SETTING> ReadIntTemplate(CRavRegKey& key, const CRavString& name)
+std::unique_ptr<RAV_SETTING> ReadIntTemplate(CTemplate& source, const CRavString& name)
 {
     auto setting = std::make_unique<RAV_SETTING_INT>();
     FillCommon(*setting, name);
     setting->usCode2 = INT_TEMPLATE_CODE;
-    setting->iDefault = NumberOf(key, L"Default");
+    setting->iDefault = source.Number(L"Default");
     setting->iCurrent = setting->iDefault;
-    setting->iBase = NumberOf(key, L"Base");
-    setting->ulExposeLevel = static_cast<uint32_t>(NumberOf(key, L"ExposeLevel"));
-    setting->iMax = NumberOf(key, L"Max");
-    setting->iMin = NumberOf(key, L"Min");
-    setting->iStep = NumberOf(key, L"Step");
-    setting->strDisplayName = TextOf(key, L"ParamDesc");
-    setting->iScale = NumberOf(key, L"Scale");
+    setting->iBase = source.Number(L"Base");
+    setting->ulExposeLevel = static_cast<uint32_t>(source.Number(L"ExposeLevel"));
+    setting->iMax = source.Number(L"Max");
+    setting->iMin = source.Number(L"Min");
+    setting->iStep = source.Number(L"Step");
+    setting->strDisplayName = source.Text(L"ParamDesc");
+    setting->iScale = source.Number(L"Scale");
     setting->strCurrentDisplay.FormatString(L"%d", setting->iCurrent);
     TellLimits(*setting);
     return setting;
@@ -124,14 +137,14 @@ std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavStrin
         RavTrace().Print(L"CreateVlanAdvancedSettings() - setting not supported - %s", name.c_str());
         return nullptr;
     }
-    CRavRegKey key;
-    if (!key.Open(templates.GetHKey(), name, false))
+    CTemplate source(CREATE_ROUTINE);
+    if (!source.Open(templates.GetHKey(), name))
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to open the sub key - %s", name.c_str());
         return nullptr;
     }
     CRavString type;
-    if (!key.GetValue(L"Type", type))
+    if (!source.Key().GetValue(L"Type", type))
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - failed to get the setting type - %s", name.c_str());
         return nullptr;
@@ -139,12 +152,12 @@ std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavStrin
     if (type.CompareI(L"enum"))
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - Setting type ENUM");
-        return ReadEnumTemplate(key, name);
+        return ReadEnumTemplate(source, name);
     }
     if (type.CompareI(L"int"))
     {
         RavTrace().Print(L"CreateVlanAdvancedSettings() - Setting type INT");
-        return ReadIntTemplate(key, name);
+        return ReadIntTemplate(source, name);
     }
     return nullptr;
 }
@@ -227,19 +240,11 @@ CResult CRavXmsVlan::CreateSetting(RAV_SETTING* pSetting)
         RavTrace().Print(L"CreateSetting(), invalid MiniportReg pointer.");
         return result;
     }
-    if (pSetting->strName.CompareI(JUMBO_PACKET))
-        result = CreateJumboSetting(*pSetting);
-    else
-        result = WriteSetting(*pSetting);
-    RavTrace().Print(L"Exiting CRavXmsVlan::CreateSetting");
-    return result;
-}
-
-CResult CRavXmsVlan::WriteSetting(const RAV_SETTING& setting)
-{
-    const CResult result = GetMiniportReg()->CreateSetting(setting);
-    if (!result.Succeeded())
+    const bool isJumbo = pSetting->strName.CompareI(JUMBO_PACKET);
+    result = isJumbo ? CreateJumboSetting(*pSetting) : GetMiniportReg()->CreateSetting(*pSetting);
+    if (!isJumbo && !result.Succeeded())
         RavTrace().Print(L"CreateSetting() - unable to create the setting in the new vlan's registry space.");
+    RavTrace().Print(L"Exiting CRavXmsVlan::CreateSetting");
     return result;
 }
 
@@ -282,10 +287,10 @@ CResult CRavXmsVlan::CreateJumboSetting(RAV_SETTING& setting)
             setting.ulExposeLevel = RAV_EXPOSE_HIDDEN;
     }
     if (!parentSetting)
-        return WriteSetting(setting);
+        return GetMiniportReg()->CreateSetting(setting);
     parentSetting->strName = JUMBO_PACKET;
     parentSetting->strRegistryName = JUMBO_PACKET;
-    return WriteSetting(*parentSetting);
+    return GetMiniportReg()->CreateSetting(*parentSetting);
 }
 
 CResult CRavXmsVlan::GetLCDJumboFramesForTeam(CRavString strTeamGuid, RAV_SETTING** ppSetting, bool* pFound)
@@ -363,17 +368,17 @@ CResult CRavXmsVlan::ReSyncJumboFrameSettingEnumValues(CRavString strTopValue)
         RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - call to DeleteSetting() failed.");
         return result;
     }
-    CRavRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, CRavString(TEMPLATE_KEY) + L"\\" + JUMBO_PACKET, false))
+    CTemplate source(RESYNC_ROUTINE);
+    if (!source.Open(HKEY_LOCAL_MACHINE, CRavString(TEMPLATE_KEY) + L"\\" + JUMBO_PACKET))
     {
         RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - unable to open the Jumbo Packet registry key");
         return result;
     }
     RAV_SETTING_ENUM setting;
     FillCommon(setting, JUMBO_PACKET);
-    ReadEnumHead(key, setting);
+    source.ReadHead(setting);
     CRavRegKey choices;
-    if (!choices.Open(key.GetHKey(), L"Enum", false))
+    if (!choices.Open(source.Key().GetHKey(), L"Enum", false))
     {
         RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - error opening the enum key - exiting");
         return result;
@@ -392,7 +397,7 @@ CResult CRavXmsVlan::ReSyncJumboFrameSettingEnumValues(CRavString strTopValue)
             break;
         setting.ulExposeLevel = RAV_EXPOSE_HIDDEN;
     }
-    ShowCurrent(setting);
+    source.ShowCurrent(setting);
     result = GetMiniportReg()->CreateSetting(setting);
     if (!result.Succeeded())
         RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - failed to create the jumbo packet setting.");

@@ -12,12 +12,17 @@ namespace
 {
 constexpr wchar_t PARAMS[] = L"Ndi\\Params";
 
+CResult Failed(DWORD status, const CRavString& setting)
+{
+    RavTrace().Print(L"CRavMiniportReg - setting %s, error %u", setting.c_str(), status);
+    return CResult(status);
+}
+
 // What the last call on the key said, for the setting that it was about.
 CResult Failed(CRavRegKey& key, const CRavString& setting)
 {
-    const LONG status = key.LastResult();
-    RavTrace().Print(L"CRavMiniportReg - setting %s, error %d", setting.c_str(), status);
-    return CResult(status != ERROR_SUCCESS ? static_cast<DWORD>(status) : ERROR_GEN_FAILURE);
+    const auto status = static_cast<DWORD>(key.LastResult());
+    return Failed(status != ERROR_SUCCESS ? status : ERROR_GEN_FAILURE, setting);
 }
 
 constexpr int DECIMAL = 10;
@@ -35,11 +40,29 @@ bool ParseNumber(const CRavString& text, int32_t& number, int base = DECIMAL)
     return true;
 }
 
-// A number stored as text; what is absent leaves it as it was, what does not parse is an error.
-bool ReadNumber(CRavRegKey& key, const wchar_t* name, int32_t& number, int base = DECIMAL)
+// Drivers and their installers keep a number as text or as REG_DWORD. What is absent leaves it as it was, what does
+// not parse is an error.
+bool ReadNumber(CRavRegKey& key, const CRavString& name, int32_t& number, int base = DECIMAL)
 {
     CRavString text;
-    return !key.GetValue(name, text) || ParseNumber(text, number, base);
+    DWORD stored = 0;
+    const DWORD type = key.GetRegType(name);
+    if (type != REG_DWORD)
+        return type == REG_NONE || !key.GetValue(name, text) || ParseNumber(text, number, base);
+    if (!key.GetValue(name, stored))
+        return false;
+    number = static_cast<int32_t>(std::min<DWORD>(stored, INT32_MAX));
+    return true;
+}
+
+// With a sign in either base: an unsigned form would come back as the largest number.
+CRavString NumberText(int32_t value, int base)
+{
+    CRavString text;
+    const int64_t magnitude = value < 0 ? -int64_t{value} : value;
+    text.FormatString(base == HEXADECIMAL ? L"%s%x" : L"%s%u", value < 0 ? L"-" : L"",
+                      static_cast<uint32_t>(magnitude));
+    return text;
 }
 
 int BaseOf(const RAV_SETTING_INT& setting)
@@ -59,9 +82,7 @@ class TextWriter
     }
     TextWriter& Number(const wchar_t* name, int32_t value, int base = DECIMAL)
     {
-        CRavString text;
-        text.FormatString(base == HEXADECIMAL ? L"%x" : L"%d", value);
-        return Text(name, text);
+        return Text(name, NumberText(value, base));
     }
     // 0 stands for a value that is not there.
     TextWriter& OptionalNumber(const wchar_t* name, int32_t value, int base = DECIMAL)
@@ -94,13 +115,8 @@ bool WriteEnum(CRavRegKey& key, const RAV_SETTING_ENUM& setting)
         !choices.Create(key.GetHKey(), L"Enum", true, false))
         return false;
     TextWriter choiceWriter(choices);
-    const size_t count = std::min(setting.values.size(), setting.descriptions.size());
-    for (size_t index = 0; index < count; ++index)
-    {
-        CRavString name;
-        name.FormatString(L"%d", setting.values[index]);
-        choiceWriter.Text(name, setting.descriptions[index]);
-    }
+    for (size_t index = 0; index < setting.values.size(); ++index)
+        choiceWriter.Text(NumberText(setting.values[index], DECIMAL), setting.Description(index));
     return choiceWriter.Done();
 }
 
@@ -122,13 +138,6 @@ int32_t CurrentOf(const RAV_SETTING& setting)
 {
     return setting.GetType() == RAV_SETTING_TYPE_ENUM ? static_cast<const RAV_SETTING_ENUM&>(setting).iCurrent
                                                       : static_cast<const RAV_SETTING_INT&>(setting).iCurrent;
-}
-
-void ShowCurrent(RAV_SETTING_ENUM& setting)
-{
-    const auto choice = std::find(setting.values.begin(), setting.values.end(), setting.iCurrent);
-    if (choice != setting.values.end())
-        setting.strCurrentDisplay = setting.descriptions[static_cast<size_t>(choice - setting.values.begin())];
 }
 
 std::unique_ptr<RAV_SETTING> ReadEnum(CRavRegKey& key)
@@ -153,19 +162,6 @@ std::unique_ptr<RAV_SETTING> ReadInt(CRavRegKey& key)
     return setting;
 }
 
-// Drivers and their installers keep a value as text or as a number.
-bool ReadStored(CRavRegKey& instance, const CRavString& name, int base, int32_t& current)
-{
-    CRavString text;
-    DWORD number = 0;
-    if (instance.GetRegType(name) != REG_DWORD)
-        return instance.GetValue(name, text) && ParseNumber(text, current, base);
-    if (!instance.GetValue(name, number))
-        return false;
-    current = static_cast<int32_t>(std::min<DWORD>(number, INT32_MAX));
-    return true;
-}
-
 // The present value; without one, or with one that is no number, the default stands.
 void ReadCurrent(CRavRegKey& instance, RAV_SETTING& setting)
 {
@@ -173,13 +169,13 @@ void ReadCurrent(CRavRegKey& instance, RAV_SETTING& setting)
     {
         auto& choice = static_cast<RAV_SETTING_ENUM&>(setting);
         choice.iCurrent = choice.iDefault;
-        ReadStored(instance, setting.strName, DECIMAL, choice.iCurrent);
-        ShowCurrent(choice);
+        ReadNumber(instance, setting.strName, choice.iCurrent);
+        choice.ShowCurrent();
         return;
     }
     auto& number = static_cast<RAV_SETTING_INT&>(setting);
     number.iCurrent = number.iDefault;
-    ReadStored(instance, setting.strName, BaseOf(number), number.iCurrent);
+    ReadNumber(instance, setting.strName, number.iCurrent, BaseOf(number));
     number.strCurrentDisplay.FormatString(L"%d", number.iCurrent);
 }
 
@@ -220,7 +216,7 @@ CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
     CRavRegKey key;
     const bool isEnum = setting.GetType() == RAV_SETTING_TYPE_ENUM;
     if (setting.strName.IsEmpty() || (!isEnum && setting.GetType() != RAV_SETTING_TYPE_INT))
-        return result;
+        return result = Failed(ERROR_INVALID_PARAMETER, setting.strName);
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
         return result = Failed(instance, setting.strName);
     if (!params.Create(instance.GetHKey(), PARAMS, true, false))
@@ -232,7 +228,7 @@ CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
         return result = Failed(older, setting.strName);
     older.Close();
     if (isThere && !params.DeleteSubKey(setting.strName))
-        return result = CResult(ERROR_ACCESS_DENIED);
+        return result = Failed(ERROR_ACCESS_DENIED, setting.strName);
     if (!key.Create(params.GetHKey(), setting.strName, true, false))
         return result = Failed(key, setting.strName);
     const bool described = isEnum ? WriteEnum(key, static_cast<const RAV_SETTING_ENUM&>(setting))
@@ -258,7 +254,7 @@ CResult CRavMiniportReg::GetSetting(const CRavString& strName, std::unique_ptr<R
     if (!key.Open(instance.GetHKey(), CRavString(PARAMS) + L"\\" + strName, false))
         return result = Failed(key, strName);
     setting = ReadSetting(instance, key, strName);
-    return result = setting ? CResult::Success() : CResult(ERROR_INVALID_DATA);
+    return result = setting ? CResult::Success() : Failed(ERROR_INVALID_DATA, strName);
 }
 
 CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTING>>& settings)
@@ -270,12 +266,11 @@ CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTI
     settings.clear();
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
         return result = Failed(instance, L"(all)");
-    result = CResult::Success();
+    if (!params.Open(instance.GetHKey(), PARAMS, false) && params.LastResult() != ERROR_FILE_NOT_FOUND)
+        return result = Failed(params, L"(all)");
     CRavString name;
-    while (params.IsOpened() || params.Open(instance.GetHKey(), PARAMS, false))
+    while (params.IsOpened() && params.EnumSubKey(name))
     {
-        if (!params.EnumSubKey(name))
-            break;
         CRavRegKey key;
         std::unique_ptr<RAV_SETTING> setting;
         if (key.Open(params.GetHKey(), name, false))
@@ -285,7 +280,9 @@ CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTI
         else
             RavTrace().Print(L"CRavMiniportReg::EnumerateSettings - %s cannot be read and is left out", name.c_str());
     }
-    return result;
+    if (params.IsOpened() && params.LastResult() != ERROR_NO_MORE_ITEMS)
+        return result = Failed(params, L"(all)");
+    return result = CResult::Success();
 }
 
 CResult CRavMiniportReg::SetSetting(const CRavString& strName, const RAV_SETTING_VAL& value)
@@ -295,7 +292,7 @@ CResult CRavMiniportReg::SetSetting(const CRavString& strName, const RAV_SETTING
     if (!found.Succeeded())
         return found;
     if (!setting->IsValueValid(&value))
-        return CResult(ERROR_INVALID_PARAMETER);
+        return Failed(ERROR_INVALID_PARAMETER, strName);
     CRavRegKey instance;
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
         return Failed(instance, strName);
@@ -324,7 +321,7 @@ CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
         return result = Failed(refused, strName);
     description.Close();
     if (described && !params.DeleteSubKey(strName))
-        return result = CResult(ERROR_ACCESS_DENIED);
+        return result = Failed(ERROR_ACCESS_DENIED, strName);
     // A described setting may have no value of its own.
     if (!instance.DeleteValue(strName) && !(described && instance.LastResult() == ERROR_FILE_NOT_FOUND))
         return result = Failed(instance, strName);

@@ -2,6 +2,10 @@
 // This test program once more, as another version of Windows: the version that a program sees is fixed when it starts,
 // so each system takes a process of its own.
 
+#include "Tests/Harness/RegistryText.h"
+
+#include <gtest/gtest.h>
+
 #include <windows.h>
 
 #include <string>
@@ -20,9 +24,17 @@ inline std::wstring PosesAs()
     return version;
 }
 
-// Runs the tests that match the filter; 0 when they passed.
+// Runs one test, "Suite.Test", or all of a suite, "Suite.*"; 0 when they passed, and there were any.
 inline DWORD RunAs(const std::wstring& version, const std::wstring& filter)
 {
+    bool any = false;
+    const auto& tests = *testing::UnitTest::GetInstance();
+    for (int suite = 0; suite < tests.total_test_suite_count(); ++suite)
+        for (int test = 0; test < tests.GetTestSuite(suite)->total_test_count(); ++test)
+            for (const std::string name : {"*", tests.GetTestSuite(suite)->GetTestInfo(test)->name()})
+                any = any || tests.GetTestSuite(suite)->name() + ("." + name) == Utf8(filter);
+    if (!any)
+        return ~0u;
     wchar_t path[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, path, MAX_PATH);
     const std::wstring program(path);

@@ -502,7 +502,7 @@ TEST(Initialize, FailsUntilAllIsThere)
     CLabHost host;
     CTempFolder other; // with a core agent that lacks its export
     const CRavString folder = LabText(SUITE_KEY, L"InstalledDir");
-    CopyFileW(folder + L"\\NetCfg.dll", other.Path(L"CoreAgent.dll").c_str(), FALSE);
+    ASSERT_TRUE(CopyFileW(folder + L"\\NetCfg.dll", other.Path(L"CoreAgent.dll").c_str(), FALSE));
     // The right module lies beside the program and in the current folder: from there it is never taken.
     SetCurrentDirectoryW(folder);
     CVlanAgentWin agent;

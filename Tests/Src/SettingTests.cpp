@@ -210,7 +210,11 @@ TEST(Setting, SetsTheNumberFromTheText)
     Check(Choices({-2, -7, 4}, {L"A", L"B", L"C"}), set, {{0, L"b", true, -7}, {0, L"D", false, -8}});
     Check(Choices({}), set, {{3, L"A", false, -1}});
     // Damaged lists: a choice without a description can't be named, but its number is taken.
-    Check(Choices({1, -1}, {L"One"}), set, {{0, L"One", true, 1}, {0, L"Two", false, -2}});
+    RAV_SETTING_ENUM shorter = Choices({1, -1}, {L"One"});
+    Check(shorter, set, {{0, L"One", true, 1}, {0, L"Two", false, -2}});
+    shorter.iCurrent = -1;
+    EXPECT_TRUE(shorter.ShowCurrent());
+    EXPECT_EQ(L"", shorter.GetDisplayValue());
     Check(Choices({1}, {L"One", L"Two"}), set, {{0, L"Two", false, -1}});
     Check(Choices({1}, {MEANINGLESS}), set, {{0, MEANINGLESS, false, -1}});
 }

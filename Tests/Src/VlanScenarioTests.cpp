@@ -340,6 +340,7 @@ TEST(Remove, VlansOnTheHyperVSwitchAreRefusedBeforeAnyChange)
 {
     CLabHost host;
     Create(host, "10 0");
+    ASSERT_EQ(2u, host.Vlans().size());
     for (const CRavString& bound : host.Vlans())
     {
         host.Hive().Add("Services\\VMSP\\Linkage  Bind  REG_MULTI_SZ  \\Device\\" + Utf8(bound));

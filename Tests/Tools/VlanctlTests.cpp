@@ -13,7 +13,8 @@
 #include <nlohmann/json.hpp>
 
 #include <fstream>
-#include <random>
+#include <functional>
+#include <tuple>
 
 using Json = nlohmann::json;
 using testing::ContainsRegex;
@@ -28,6 +29,8 @@ const std::wstring TEMP = std::wstring(_wgetenv(L"TEMP")) + L"\\";
 class CProgram
 {
   public:
+    static constexpr DWORD KILLED = 99;
+
     explicit CProgram(const std::string& command, const wchar_t* folder = nullptr)
     {
         std::wstring line = Wide(command); // the folder of the test program is searched first
@@ -38,11 +41,12 @@ class CProgram
         EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder, &startup, &m_run));
     }
     DWORD Id() const { return m_run.dwProcessId; }
-    void Kill() const { TerminateProcess(m_run.hProcess, 99); }
+    void Kill() const { EXPECT_TRUE(TerminateProcess(m_run.hProcess, KILLED)); }
+    bool IsOver(DWORD milliseconds) const { return WaitForSingleObject(m_run.hProcess, milliseconds) == WAIT_OBJECT_0; }
     DWORD Status() const
     {
         DWORD status = 98;
-        WaitForSingleObject(m_run.hProcess, 90000);
+        IsOver(90000);
         GetExitCodeProcess(m_run.hProcess, &status);
         return status;
     }
@@ -75,7 +79,7 @@ std::string Do(const std::string& command, DWORD status = 0)
 Json DoJson(const std::string& command, DWORD status = 0)
 {
     const std::string text = Do(command + " --json", status);
-    return Json::parse(text.substr(text.find_first_of("[{")), nullptr, false);
+    return Json::parse(text.substr(text.find_first_of("[{")));
 }
 
 // One member of each object of the list that is printed: "10,20".
@@ -91,26 +95,43 @@ std::string Each(const char* member, const std::string& command, DWORD status = 
 std::string Changes()
 {
     HKEY key = nullptr;
-    RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet", 0, KEY_READ, &key);
+    EXPECT_EQ(0, RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet", 0, KEY_READ, &key));
     static CRegistrySnapshot s_before(key);
     const CRegistrySnapshot before = std::exchange(s_before, CRegistrySnapshot(key));
+    RegCloseKey(key);
     return CRegistrySnapshot::Difference(before, s_before);
 }
 
-// The lists that the driver reads name just the VLANs that are there.
-void ExpectListsAreRight(const std::string& parent)
+// What the driver and its administrator go by for the first adapter, in its instance key and in the driver's entry.
+const CRavString INSTANCE = LabPath(CLASS_KEY, L"0001");
+size_t Bound()
+{
+    return LabList(LabPath(XMS_ADAPTERS_KEY, LabText(INSTANCE, L"NetCfgInstanceId")), L"MiniportBindingList").size();
+}
+
+// An event that another program brings about comes before the program ends.
+bool Comes(const CProgram& program, const std::function<bool()>& event)
+{
+    while (!event())
+        if (program.IsOver(1))
+            return event();
+    return true;
+}
+
+// The lists that the driver reads name just the VLANs that are there, so many of them.
+void ExpectListsAreRight(size_t vlans)
 {
     std::vector<CRavString> ids;
     std::vector<CRavString> devices;
-    for (const Json& vlan : DoJson("vlanctl list --parent " + parent))
+    for (const Json& vlan : DoJson("vlanctl list --parent 0001"))
     {
         devices.push_back(Wide("\\Device\\" + vlan["key"].get<std::string>()).c_str());
         if (vlan["id"] != 0)
             ids.emplace_back(vlan["id"].get<int>());
     }
-    const CRavString instance = LabPath(CLASS_KEY, Wide(parent).c_str());
-    const CRavString driver = LabPath(XMS_ADAPTERS_KEY, LabText(instance, L"NetCfgInstanceId"));
-    EXPECT_THAT(LabList(instance, L"VLANID"), UnorderedElementsAreArray(ids));
+    const CRavString driver = LabPath(XMS_ADAPTERS_KEY, LabText(INSTANCE, L"NetCfgInstanceId"));
+    EXPECT_EQ(vlans, devices.size());
+    EXPECT_THAT(LabList(INSTANCE, L"VLANID"), UnorderedElementsAreArray(ids));
     EXPECT_THAT(LabList(driver, L"MiniportBindingList"), UnorderedElementsAreArray(devices));
     EXPECT_EQ(devices.size(), LabNumber(driver, L"MiniportBindingListCount", 0));
 }
@@ -142,6 +163,7 @@ TEST(Lab, LeavesNothingHalfDone)
 TEST(Vlanctl, ShowsVlansAndParents)
 {
     Up("server.json");
+    EXPECT_EQ("Port A,Port B,Virtual Function 1,Port E,Port F", Each("name", "vlanctl parents"));
     for (const Json& parent : DoJson("vlanctl parents --all"))
         EXPECT_EQ(parent["supportsVlans"], parent["reason"] == "") << parent;
     Up("vlans.json");
@@ -211,13 +233,13 @@ TEST(Vlanctl, CreatesAndRemoves)
          {"🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊", "Zu\u0308rich", "склад", "=--yes"})
         EXPECT_EQ(name, Each("name", "vlanctl create --parent 1 --id " + std::to_string(id++) + " --name=" + name));
     Do("vlanctl create --parent 1 --id 0 --name Untagged");
-    ExpectListsAreRight("0001");
+    ExpectListsAreRight(5);
     const std::string requests = DoJson("lab show")["driverRequests"].dump();
     for (const Json& vlan : DoJson("vlanctl list"))
         EXPECT_THAT(requests, HasSubstr(R"("bytes":258,"oid":"0xFF010109","text":"\\Device\\)" +
                                         vlan["key"].get<std::string>() + "\"}"));
     EXPECT_EQ("removed,removed,removed", Each("state", "vlanctl remove --yes \"Port A/10\" 13 14"));
-    ExpectListsAreRight("0001");
+    ExpectListsAreRight(2);
     Do("lab set \"Port A - VLAN : Untagged\" hyperV on");
     Changes();
     EXPECT_EQ("refused", Each("state", "vlanctl remove \"Port A/13\" --dry-run", 1));
@@ -238,8 +260,7 @@ TEST(Vlanctl, NamesWhoHoldsALock)
     ASSERT_EQ(S_OK, netCfg.As(&lock));
     ASSERT_EQ(S_OK, lock->AcquireWriteLock(0, L"the network window", nullptr));
     const CProgram first("vlanctl create --parent 1 --id 5 --name x"); // takes the suite's lock, waits for ours
-    for (int attempt = 0; attempt < 500 && LabSuiteLockHolder().IsEmpty(); ++attempt)
-        Sleep(20);
+    ASSERT_TRUE(Comes(first, [] { return !LabSuiteLockHolder().IsEmpty(); }));
     const std::string holder = "locked by process " + std::to_string(first.Id()) + " (vlanctl.exe)";
     EXPECT_THAT(Do("vlanctl create --parent 2 --id 5 --name x --wait 0", 1), HasSubstr(holder));
     EXPECT_THAT(Do("vlanctl remove Sales --yes --wait 0", 1), HasSubstr(holder));
@@ -260,34 +281,46 @@ TEST(Vlanctl, SeveralAtTheSameTime)
     const CProgram three("vlanctl create --parent 1 --id 11-14 --auto-names --wait 60");
     const CProgram unknown("vlanctl create --parent 2 --id 10 --name Unknown --wait 60");
     const CRavString client = LabPath(LAB_CLIENTS, Wide(std::to_string(unknown.Id())).c_str());
-    for (int attempt = 0; attempt < 500 && !LabHasKey(client); ++attempt)
-        Sleep(20);
+    for (const CProgram* const program : {&one, &two, &three, &unknown})
+        ASSERT_TRUE(Comes(*program, [&] { return LabIsWaiting(program->Id()); })) << program->Out();
     EXPECT_EQ(0, RegDeleteTreeW(HKEY_LOCAL_MACHINE, client)); // the core agent knows it no longer
-    Sleep(1000);
     lock.Release();
     EXPECT_EQ(1u, one.Status() + two.Status());
     EXPECT_THAT(one.Out() + two.Out(), HasSubstr("0x3300008F"));
     EXPECT_EQ(0u, three.Status()) << three.Out();
     EXPECT_EQ(1u, unknown.Status()) << unknown.Out();
     EXPECT_EQ(5u, DoJson("vlanctl list").size());
-    ExpectListsAreRight("0001");
+    ExpectListsAreRight(5);
 }
 
+// Killed where its work has got as far as can be seen from outside, and no further: it never ends by itself.
 TEST(Vlanctl, SurvivesAKilledProgram)
 {
-    Up("server.json");
-    std::minstd_rand random(20);
-    for (int round = 0; round < 8; ++round)
+    const std::string create = "vlanctl create --parent 1 --id 10-40 --auto-names";
+    const std::string remove = "vlanctl remove --all --parent 1 --yes";
+    const std::tuple<size_t, std::string, std::function<bool()>> CASES[] = {
+        {0, create, [] { return !LabSuiteLockHolder().IsEmpty(); }},
+        {0, create, [] { return !LabWriteLockHolder().IsEmpty(); }},
+        {0, create, [] { return !LabList(INSTANCE, L"VLANID").empty(); }},
+        {0, create, [] { return Bound() >= 3; }},
+        {8, remove, [] { return !LabWriteLockHolder().IsEmpty(); }},
+        {8, remove, [] { return Bound() <= 6; }},
+    };
+    for (const auto& one : CASES)
     {
+        SCOPED_TRACE(&one - CASES);
+        const auto& [vlans, work, event] = one;
+        Up("server.json");
         Do("vlanctl create --parent 2 --id 5 --name Other");
-        const CProgram victim(round % 2 == 0 ? "vlanctl create --parent 1 --id 10-40 --auto-names"
-                                             : "vlanctl remove --all --parent 1 --yes");
-        Sleep(200 + random() % 600);
+        if (vlans != 0)
+            Do("vlanctl create --parent 1 --id 10-" + std::to_string(9 + vlans) + " --auto-names");
+        const CProgram victim(work);
+        EXPECT_TRUE(Comes(victim, event));
         victim.Kill();
-        victim.Status();
+        EXPECT_EQ(CProgram::KILLED, victim.Status()) << victim.Out();
         EXPECT_EQ("", DoJson("lab show")["lockHolder"]);
         EXPECT_LE(1u, DoJson("vlanctl list").size());
-        EXPECT_EQ("removed", Each("state", "vlanctl remove Other --yes")) << round;
+        EXPECT_EQ("removed", Each("state", "vlanctl remove Other --yes"));
     }
 }
 
@@ -296,7 +329,7 @@ TEST(Vlanctl, LoadsTheSuiteFromItsFolderAlone)
     Up("server.json");
     const CRavString bin = LabText(SUITE_KEY, L"InstalledDir");
     CreateDirectoryW((TEMP + L"planted").c_str(), nullptr);
-    CopyFileW(bin + L"\\CoreAgent.dll", (TEMP + L"planted\\CoreAgent.dll").c_str(), FALSE);
+    ASSERT_TRUE(CopyFileW(bin + L"\\CoreAgent.dll", (TEMP + L"planted\\CoreAgent.dll").c_str(), FALSE));
     LabSetText(SUITE_KEY, L"InstalledDir", bin + L"\\..");
     const CProgram planted("vlanctl list", (TEMP + L"planted").c_str());
     EXPECT_EQ(3u, planted.Status());

@@ -65,7 +65,7 @@ Json ToJson(const RAV_SETTING& setting)
         json.update(
             {{"type", "enum"}, {"value", choice.iCurrent}, {"default", choice.iDefault}, {"choices", Json::array()}});
         for (size_t index = 0; index < choice.values.size(); ++index)
-            json["choices"].push_back({{"value", choice.values[index]}, {"text", ToUtf8(choice.descriptions[index])}});
+            json["choices"].push_back({{"value", choice.values[index]}, {"text", ToUtf8(choice.Description(index))}});
     }
     else
     {
@@ -92,7 +92,7 @@ std::string RangeText(const RAV_SETTING& setting)
     const auto& choice = static_cast<const RAV_SETTING_ENUM&>(setting);
     for (size_t index = 0; index < choice.values.size(); ++index)
         text +=
-            (index > 0 ? ", " : "") + std::to_string(choice.values[index]) + " " + ToUtf8(choice.descriptions[index]);
+            (index > 0 ? ", " : "") + std::to_string(choice.values[index]) + " " + ToUtf8(choice.Description(index));
     return text;
 }
 

@@ -9,6 +9,7 @@
 #include "Suite/Lab/State/LabState.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace
 {
@@ -98,6 +99,28 @@ enum class Change
     Failed
 };
 
+// Lets others see who waits, until the wait ends.
+class CWaitNote
+{
+  public:
+    explicit CWaitNote(const RAV_CLIENT_ID& client) : m_client(ClientPath(client.dwProcessId))
+    {
+        CRavRegKey note;
+        note.Create(HKEY_LOCAL_MACHINE, LabPath(m_client, LAB_WAITS), true, true);
+    }
+    ~CWaitNote()
+    {
+        CRavRegKey key;
+        if (key.Open(HKEY_LOCAL_MACHINE, m_client, true))
+            key.DeleteSubKey(LAB_WAITS);
+    }
+    CWaitNote(const CWaitNote&) = delete;
+    CWaitNote& operator=(const CWaitNote&) = delete;
+
+  private:
+    CRavString m_client;
+};
+
 // Stops or starts a device; one that is not there, or was not running before, is left alone.
 Change ChangeDevice(const CRavString& adapter, bool load, bool onlyIfLoaded, bool& reboot)
 {
@@ -177,6 +200,7 @@ DWORD CLabCoreAgent::TryGrant(const RAV_CLIENT_ID& client, RAV_LOCK_TOKEN& token
 CResult CLabCoreAgent::StartLock(const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token)
 {
     const ULONGLONG start = GetTickCount64();
+    std::optional<CWaitNote> note;
     for (;;)
     {
         const DWORD status = TryGrant(request.client, token);
@@ -187,6 +211,8 @@ CResult CLabCoreAgent::StartLock(const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN&
         if (status != ERROR_LOCK_VIOLATION ||
             (request.dwWaitMilliseconds != INFINITE && GetTickCount64() - start >= request.dwWaitMilliseconds))
             return CResult(status);
+        if (!note)
+            note.emplace(request.client);
         Sleep(POLL_MILLISECONDS);
     }
 }

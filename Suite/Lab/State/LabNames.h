@@ -7,6 +7,7 @@ inline constexpr wchar_t LAB_ADAPTERS[] = L"SOFTWARE\\VlanLab\\Adapters";
 inline constexpr wchar_t LAB_TEAMS[] = L"SOFTWARE\\VlanLab\\Teams";
 inline constexpr wchar_t LAB_DEVICES[] = L"SOFTWARE\\VlanLab\\Devices";
 inline constexpr wchar_t LAB_CLIENTS[] = L"SOFTWARE\\VlanLab\\Clients";
+inline constexpr wchar_t LAB_WAITS[] = L"Waits"; // below a client's key, while it waits for the suite's lock
 inline constexpr wchar_t LAB_SUITE_LOCK[] = L"SOFTWARE\\VlanLab\\SuiteLock";
 
 // The holder of the network configuration's write lock, noted by the COM server.

@@ -140,6 +140,13 @@ CRavString LabWriteLockHolder()
     return IsHeld(LAB_WRITE_LOCK_FILE, LAB_WRITE_LOCK) ? LabText(LAB_WRITE_LOCK, L"Holder") : CRavString();
 }
 
+bool LabIsWaiting(DWORD process)
+{
+    CRavString client;
+    client.FormatString(L"%s\\%u\\%s", LAB_CLIENTS, process, LAB_WAITS);
+    return LabHasKey(client);
+}
+
 bool LabIsApplying()
 {
     return IsHeld(LAB_APPLY_FILE, LAB_SUITE_LOCK);
