@@ -324,10 +324,7 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
         return true;
     }
     if (key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false))
-    {
-        m_bDriverEntryMade = true;
         return MoveDhcp(strAdapter);
-    }
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. path: %s err= %d", strPath.c_str(), key.LastResult());
     return false;
 }
@@ -352,7 +349,6 @@ bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
                              false) &&
         configuration.SetValue(name, dhcp))
         return true;
-    tcpip.SetValue(name, dhcp); // nobody would know it any more
     return failed(L"kept", configuration.LastResult());
 }
 
