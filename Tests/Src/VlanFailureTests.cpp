@@ -134,11 +134,9 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
         std::optional<CRegistryChange> behind;
         CJournal journal;
         journal.FailCall(k, 0, [&] {
-            behind.emplace();
             if (throwing)
-            {
                 throw std::bad_alloc();
-            }
+            behind.emplace();
         });
         s_trace->Forget();
         journal.Start();
@@ -207,6 +205,19 @@ TEST(Failures, EveryPlatformCallOfARemoval)
                 EXPECT_EQ(left, LabList(entry, L"MiniportBindingList").size());
                 EXPECT_EQ(left, LabNumber(entry, L"MiniportBindingListCount", 0));
                 ExpectParentHas(host, !other);
+            });
+}
+
+// Memory runs out in the middle of whatever the module does: while a second VLAN is created, while the last one goes.
+TEST(Failures, EveryPlatformCallThrows)
+{
+    const OPERATION removal = [](CLabHost& host, const CRavString& ten) { return host.Remove(ten); };
+    for (const bool create : {true, false})
+        FailEachCall(
+            create, !create, true, create ? CreateTen : removal, [&](CLabHost& host, const RAV_OUTCOME& outcome) {
+                const auto again = [&] { return create ? CreateTen(host, L"") : host.Remove(outcome.prepared); };
+                EXPECT_TRUE(outcome.result.Succeeded() || again().Succeeded() || again().Succeeded());
+                EXPECT_EQ(create ? 2u : 0u, CLabHost::Miniports());
             });
 }
 
