@@ -23,6 +23,7 @@ bool HasGuid(INetCfgComponent& component, const CRavString& guid)
     return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
            guid.CompareI(text);
 }
+
 // A record that stays does no harm: the next first VLAN writes it anew. Whatever goes wrong, the write lock behind it
 // has to be given back.
 void DropBindingRecord(const CRavString& adapter)
