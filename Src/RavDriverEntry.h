@@ -12,6 +12,12 @@ inline CRavString RavDriverEntryPath(const CRavString& adapter)
     return RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter;
 }
 
+// Whether a number was not read because there is none, or something else under its name: not because it could not be.
+inline bool RavIsNoNumber(LONG status)
+{
+    return status == ERROR_FILE_NOT_FOUND || status == ERROR_SUCCESS || status == ERROR_MORE_DATA;
+}
+
 // Reads a REG_MULTI_SZ. A value of another type is not that list and never taken for it: then the result is false, and
 // the key's last result ERROR_SUCCESS.
 inline bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list)

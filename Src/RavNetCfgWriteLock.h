@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Intf/RavNetCfgInterface.h"
+#include "Src/RavShielded.h"
 
 // Holds the network configuration's write lock for a scope.
 class CRavNetCfgWriteLock
@@ -10,7 +11,11 @@ class CRavNetCfgWriteLock
         : m_netCfg(netCfg), m_hStatus(netCfg.AcquireLockForWrite())
     {
     }
-    ~CRavNetCfgWriteLock() { Release(); }
+    // That the changes could not be applied is told to nobody here but the trace.
+    ~CRavNetCfgWriteLock()
+    {
+        RavShielded(L"Src\\RavNetCfgWriteLock", __LINE__, L"CRavNetCfgWriteLock::Release", [this] { Release(); });
+    }
     CRavNetCfgWriteLock(const CRavNetCfgWriteLock&) = delete;
     CRavNetCfgWriteLock& operator=(const CRavNetCfgWriteLock&) = delete;
 
@@ -25,6 +30,8 @@ class CRavNetCfgWriteLock
         m_hStatus = E_ABORT;
         return m_netCfg.ReleaseLockForWrite();
     }
+    // After a release.
+    void TakeAgain() { m_hStatus = m_netCfg.AcquireLockForWrite(); }
 
   private:
     CRavNetCfgInterface& m_netCfg;

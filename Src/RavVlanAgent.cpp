@@ -175,8 +175,10 @@ CVlanAgentWin::CNetCfgSession::CNetCfgSession(CVlanAgentWin& agent) : m_agent(ag
 
 CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
 {
-    CResult released;
-    m_agent.ReleaseNetCfgInterfaceObj(released, m_bCreated);
+    RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ReleaseNetCfgInterfaceObj", [this] {
+        CResult released;
+        m_agent.ReleaseNetCfgInterfaceObj(released, m_bCreated);
+    });
 }
 
 // --- siblings and components ----------------------------------------------------------------------------------------

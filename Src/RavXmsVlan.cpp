@@ -25,6 +25,8 @@ CResult CRavXmsVlan::Init()
     const CRavTraceScope trace(L"CRavXmsVlan::Init", &result);
     if (GetNetCfgInterface() != nullptr)
         result = CResult::Success();
+    else
+        RavTrace().Print(L"CRavXmsVlan::Init, no network configuration.");
     return result;
 }
 
@@ -54,18 +56,29 @@ CResult CRavXmsVlan::ReloadMiniport(bool bLoad, bool& bReboot)
     CResult result;
     const CRavTraceScope trace(L"CRavXmsVlan::ReloadMiniport", &result);
     result = ReloadDevice(bLoad, bReboot);
+    if (!result.Succeeded())
+        RavTrace().Print(L"CRavXmsVlan::ReloadMiniport, ReloadDevice fails for %s.", m_strMiniportInst.c_str());
     return result;
 }
 
 DWORD CRavXmsVlan::GetSupportedFeatures()
 {
+    const CRavTraceScope trace(L"CRavXmsVlan::GetSupportedFeatures");
     RAV_PARAMETER parameter;
     parameter.strName = RavName(RAV_NAME_SUPPORTED_FEATURES);
-    return GetParameter(parameter).Succeeded() && parameter.dwType == REG_DWORD ? parameter.dwValue : 0;
+    if (GetParameter(parameter).Succeeded() && parameter.dwType == REG_DWORD)
+        return parameter.dwValue;
+    RavTrace().Print(L"CRavXmsVlan::GetSupportedFeatures, the features of %s cannot be read.", m_strVlanKey.c_str());
+    return 0;
 }
 
 bool CRavXmsVlan::LoadTeamAgent()
 {
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::LoadTeamAgent", &done);
     m_pTeamAgentPvt = m_services.LoadTeamAgent();
-    return m_pTeamAgentPvt != nullptr;
+    done = m_pTeamAgentPvt != nullptr;
+    if (!done)
+        RavTrace().Print(L"CRavXmsVlan::LoadTeamAgent, there is no team agent.");
+    return done;
 }

@@ -115,7 +115,8 @@ class CRavXmsVlan : public CRavAdapter
 
     // --- creation (RavXmsVlanCreate.cpp, RavXmsVlanSave.cpp) ----------------------------------------------------
 
-    // Creates the VLAN over its adapter and queues its miniport for the apply passes, whatever the outcome.
+    // Creates the VLAN over its adapter and queues its miniport for the apply passes, whatever the outcome. A creation
+    // that fails takes its miniport away again; what it has written and bound stays.
     void CreatVlanOnAdapter(int& status);
     void CreatFirstVlanOnAdapter(int& status);
     void CreatFurtherVlanOnAdapter(int& status);
@@ -127,10 +128,6 @@ class CRavXmsVlan : public CRavAdapter
     void SetParentAdapterNA(int& status);
     CResult DoReload();
     bool SendNewVlanOid();
-    // Takes back the miniport that a failed creation has installed, the binding that it has made, and the driver's
-    // entry with the DHCP flag in it; what it has written elsewhere stays. Needs the write lock; without
-    // it only the entry goes.
-    void UndoCreation();
     // Queue the miniport for the passes that run when the transaction is applied.
     void UnloadMiniport();
     void UnloadMiniportDuringApplyDone();
@@ -205,12 +202,14 @@ class CRavXmsVlan : public CRavAdapter
         int exit;
         const wchar_t* failure;
     };
+    class InstalledMiniport;
     // Runs the steps in order up to the first that fails; its exit, or 0. What a step throws is its failure.
     int RunSteps(std::initializer_list<Step> steps);
     bool RunStep(const Step& step);
-    int RunFirstVlanSequence();
-    bool FinishCreation(CRavNetCfgWriteLock& lock);
-    bool InstallMiniport();
+    void RunSequence(const wchar_t* sequence, int& status, std::initializer_list<Step> steps);
+    // The exit of the step that failed, those of the lock before and behind them, or 0.
+    int RunUnderLock(std::initializer_list<Step> steps);
+    void InstallMiniport(int& status);
     void PrepareMiniport(int& status);
     void NameMiniport(int& status);
     void ReloadParent(int& status);
@@ -258,9 +257,6 @@ class CRavXmsVlan : public CRavAdapter
         nullptr;                                   // good until the team agent is loaded again: ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter; // see ParentAdapter
     bool m_bBeingRemoved = false;
-    // By this object's creation, and undone when it fails:
-    bool m_bDriverEntryMade = false;
-    bool m_bParentBound = false;
 };
 
 // Lets a routine open a key of its own into the parent key handle: the handle that was there is put back, and the

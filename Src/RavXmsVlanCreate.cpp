@@ -7,6 +7,7 @@
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavNetCfgWriteLock.h"
+#include "Src/RavShielded.h"
 
 #include <algorithm>
 #include <iterator>
@@ -18,7 +19,6 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanCreate";
 constexpr wchar_t MEDIA_TYPE_ETHERNET[] = L"0";
 constexpr DWORD OID_NEW_VLAN = 0xFF010109;
 constexpr size_t OID_NAME_SIZE = 256;
-constexpr int FURTHER = 1; // the one failure exit of the further sequence, which has no numbers
 
 // What the driver is told: the device name of the new miniport, in single-byte characters, not terminated.
 #pragma pack(push, 1)
@@ -30,32 +30,35 @@ struct NEW_VLAN_ANNOUNCEMENT
 #pragma pack(pop)
 static_assert(sizeof(NEW_VLAN_ANNOUNCEMENT) == 258, "the driver refuses any other size");
 
-// Takes the VLAN's miniport away again unless the sequence is finished.
-class InstalledMiniport
+} // namespace
+
+// Takes away again the miniport that a sequence has installed, unless the sequence is finished.
+class CRavXmsVlan::InstalledMiniport
 {
   public:
     explicit InstalledMiniport(CRavXmsVlan& vlan) : m_vlan(vlan) {}
     ~InstalledMiniport()
     {
-        try
-        {
-            if (m_undo)
-                m_vlan.UndoCreation();
-        }
-        catch (...)
-        {
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::UndoCreation - Exception caught");
-        }
+        if (m_undo)
+            RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::RemoveVirtualMiniport", [this] { Undo(); });
     }
     InstalledMiniport(const InstalledMiniport&) = delete;
     InstalledMiniport& operator=(const InstalledMiniport&) = delete;
     void Keep() { m_undo = false; }
 
   private:
+    void Undo()
+    {
+        if (m_vlan.m_strVlanKey == RAV_NEW_VLAN_KEY)
+            return;
+        if (!m_vlan.m_pNetCfgComponent) // its preparation was not finished
+            m_vlan.m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_vlan.m_strVlanKey);
+        m_vlan.RemoveVirtualMiniport();
+    }
+
     CRavXmsVlan& m_vlan;
     bool m_undo = true;
 };
-} // namespace
 
 void CRavXmsVlan::CreatVlanOnAdapter(int& status)
 {
@@ -102,22 +105,55 @@ bool CRavXmsVlan::RunStep(const Step& step)
     return status == 0;
 }
 
+// From 9 on there was a miniport, and it was taken away again.
 void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::CreatFirstVlanOnAdapter", &status);
-    const int exit = RunFirstVlanSequence();
+    RunSequence(L"CreatFirstVlanOnAdapter", status,
+                {{&CRavXmsVlan::SetupVlanParentRegistry, 11, L"ERROR: SetupVlanParentRegistry failed."},
+                 {&CRavXmsVlan::ReloadParent, 11, L"ERROR: DoReload failed."},
+                 {&CRavXmsVlan::InstallMiniport, 10, L"ERROR: InstallVirtualComponent failed."},
+                 {&CRavXmsVlan::PrepareMiniport, 9, nullptr},
+                 {&CRavXmsVlan::NameMiniport, 9, nullptr},
+                 {&CRavXmsVlan::GenNewLogicalGroupId, 8, nullptr},
+                 {&CRavXmsVlan::SaveParentAdptrToReg, 7, nullptr},
+                 {&CRavXmsVlan::SaveVlanParamsToReg, 6, nullptr},
+                 {&CRavXmsVlan::BindParent, 5, nullptr},
+                 {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}});
+}
+
+// The two saves stand the other way round than for the first VLAN; the driver relies on it.
+void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
+{
+    status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::CreatFurtherVlanOnAdapter", &status);
+    RunSequence(L"CreatFurtherVlanOnAdapter", status,
+                {{&CRavXmsVlan::TakeParentLogicalGroupId, 11, L"ERROR: the parent's LogicalGroupID cannot be read."},
+                 {&CRavXmsVlan::TraceTaggedVlans, 10, L"ERROR: IsParentWithTaggedVlan failed."},
+                 {&CRavXmsVlan::ReloadParent, 9, L"ERROR: DoReload failed."},
+                 {&CRavXmsVlan::InstallMiniport, 8, L"ERROR: InstallVirtualComponent failed."},
+                 {&CRavXmsVlan::PrepareMiniport, 7, nullptr},
+                 {&CRavXmsVlan::NameMiniport, 6, nullptr},
+                 {&CRavXmsVlan::SaveVlanParamsToReg, 5, nullptr},
+                 {&CRavXmsVlan::SaveParentAdptrToReg, 4, nullptr},
+                 {&CRavXmsVlan::SetParentAdapterNA, 3, nullptr}});
+}
+
+// Each exit of a sequence has its number, which counts down as the sequence advances.
+void CRavXmsVlan::RunSequence(const wchar_t* sequence, int& status, std::initializer_list<Step> steps)
+{
+    const int exit = RunUnderLock(steps);
     if (exit == 0)
     {
         status = 0;
-        RavTrace().Print(L"Exiting CRavXmsVlan::CreatFirstVlanOnAdapter.");
+        RavTrace().Print(L"Exiting CRavXmsVlan::%s.", sequence);
     }
     else
-        RavTrace().Print(L"Exiting CRavXmsVlan::CreatFirstVlanOnAdapter-%d", exit);
+        RavTrace().Print(L"Exiting CRavXmsVlan::%s-%d", sequence, exit);
 }
 
-// The number of the exit that was taken, which counts down as the sequence advances; 0 for success.
-int CRavXmsVlan::RunFirstVlanSequence()
+int CRavXmsVlan::RunUnderLock(std::initializer_list<Step> steps)
 {
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
@@ -125,87 +161,18 @@ int CRavXmsVlan::RunFirstVlanSequence()
     CRavNetCfgWriteLock lock(*netCfg);
     if (!lock.IsHeld())
         return 12;
-    int exit = RunSteps({{&CRavXmsVlan::SetupVlanParentRegistry, 11, L"ERROR: SetupVlanParentRegistry failed."},
-                         {&CRavXmsVlan::ReloadParent, 10, L"ERROR: DoReload failed."}});
+    InstalledMiniport installed(*this);
+    const int exit = RunSteps(steps);
     if (exit != 0)
         return exit;
-    if (!InstallMiniport())
-        return 9;
-    InstalledMiniport installed(*this);
-    exit = RunSteps({{&CRavXmsVlan::PrepareMiniport, 9, nullptr},
-                     {&CRavXmsVlan::NameMiniport, 9, nullptr},
-                     {&CRavXmsVlan::GenNewLogicalGroupId, 8, nullptr},
-                     {&CRavXmsVlan::SaveParentAdptrToReg, 7, nullptr},
-                     {&CRavXmsVlan::SaveVlanParamsToReg, 6, nullptr},
-                     {&CRavXmsVlan::BindParent, 5, nullptr},
-                     {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}});
-    if (exit != 0)
-        return exit;
-    installed.Keep();
-    return FinishCreation(lock) ? 0 : 2;
-}
-
-void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
-{
-    status = -1;
-    const CRavTraceScope trace(L"CRavXmsVlan::CreatFurtherVlanOnAdapter", &status);
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (netCfg == nullptr)
+    if (FAILED(lock.Release()))
     {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no network configuration.");
-        return;
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
+        lock.TakeAgain(); // the miniport cannot be taken away without
+        return 2;
     }
-    CRavNetCfgWriteLock lock(*netCfg);
-    if (!lock.IsHeld())
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: AcquireLockForWrite failed. hr= %X", lock.Status());
-        return;
-    }
-    if (RunSteps(
-            {{&CRavXmsVlan::TakeParentLogicalGroupId, FURTHER, L"ERROR: the parent's LogicalGroupID cannot be read."},
-             {&CRavXmsVlan::TraceTaggedVlans, FURTHER, L"ERROR: IsParentWithTaggedVlan failed."},
-             {&CRavXmsVlan::ReloadParent, FURTHER, L"ERROR: DoReload failed."}}) != 0)
-        return;
-    if (!InstallMiniport())
-        return;
-    InstalledMiniport installed(*this);
-    // The two saves stand the other way round than for the first VLAN; the driver relies on it.
-    if (RunSteps({{&CRavXmsVlan::PrepareMiniport, FURTHER, nullptr},
-                  {&CRavXmsVlan::NameMiniport, FURTHER, nullptr},
-                  {&CRavXmsVlan::SaveVlanParamsToReg, FURTHER, nullptr},
-                  {&CRavXmsVlan::SaveParentAdptrToReg, FURTHER, nullptr},
-                  {&CRavXmsVlan::SetParentAdapterNA, FURTHER, nullptr}}) != 0)
-        return;
     installed.Keep();
-    if (FinishCreation(lock))
-        status = 0;
-}
-
-bool CRavXmsVlan::FinishCreation(CRavNetCfgWriteLock& lock)
-{
-    if (SUCCEEDED(lock.Release()))
-        return true;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-    CRavNetCfgWriteLock again(*GetNetCfgInterface());
-    UndoCreation(); // without the lock as far as that goes: the DHCP flag comes back
-    if (!again.IsHeld() || FAILED(again.Release()))
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the miniport %s could not be taken back.",
-                         m_strMiniportInst.c_str());
-    return false;
-}
-
-void CRavXmsVlan::UndoCreation()
-{
-    RemoveVirtualMiniport();
-    // Without its VLAN the parent would be cut off: no protocols but the driver's, and no address for them.
-    CRavNetCfgInterface& netCfg = *GetNetCfgInterface();
-    const bool bound = !m_bParentBound || CRavAdvSvcNetCfgComponent().UnbindAdapterFromXms(netCfg, m_strParentKey) == 0;
-    const bool cleaned = !m_bDriverEntryMade || netCfg.DeleteDriverEntries(m_strParentKey) == 0;
-    if (!bound || !cleaned)
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the adapter %s could not be given back.",
-                         m_strParentKey.c_str());
-    m_bDriverEntryMade = false;
-    m_bParentBound = false;
+    return 0;
 }
 
 // --- steps ----------------------------------------------------------------------------------------------------------
@@ -271,23 +238,18 @@ bool CRavXmsVlan::AddTeamMembers(std::vector<CRavString>& adapters)
     return true;
 }
 
-bool CRavXmsVlan::InstallMiniport()
+void CRavXmsVlan::InstallMiniport(int& status)
 {
-    bool done = false;
-    const CRavTraceScope trace(L"CRavXmsVlan::InstallMiniport", &done);
+    status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::InstallMiniport", &status);
     m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>();
-    CRavString instance;
-    done = m_pNetCfgComponent->InstallVirtualComponent(*GetNetCfgInterface(), instance) == 0;
-    if (!done)
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: InstallVirtualComponent failed.");
-        return false;
-    }
-    m_strMiniportInst = instance;
-    m_strVlanNetCfgInstanceId = instance;
-    m_strVlanKey = instance;
-    m_ravVlanInfo.vlanKey = instance;
-    return done;
+    // From here on the key names what the undo has to take away.
+    if (m_pNetCfgComponent->InstallVirtualComponent(*GetNetCfgInterface(), m_strVlanKey) != 0)
+        return;
+    m_strMiniportInst = m_strVlanKey;
+    m_strVlanNetCfgInstanceId = m_strVlanKey;
+    m_ravVlanInfo.vlanKey = m_strVlanKey;
+    status = 0;
 }
 
 void CRavXmsVlan::PrepareMiniport(int& status)
@@ -295,10 +257,7 @@ void CRavXmsVlan::PrepareMiniport(int& status)
     status = -1;
     SetMiniportInstance(m_strMiniportInst);
     if (!CreateNetCfgComponentObj(*GetNetCfgInterface()))
-    {
-        m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strMiniportInst); // for the undo
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: CreateNetCfgComponentObj failed.");
-    }
     else if (SetParameter(RAV_PARAMETER::Text(RavName(RAV_NAME_MEDIA_TYPE), MEDIA_TYPE_ETHERNET)).Succeeded())
         status = 0;
     else
@@ -314,8 +273,7 @@ void CRavXmsVlan::NameMiniport(int& status)
 
 void CRavXmsVlan::BindParent(int& status)
 {
-    m_bParentBound = BindParentAdapterToXms();
-    status = m_bParentBound ? 0 : -1;
+    status = BindParentAdapterToXms() ? 0 : -1;
 }
 
 bool CRavXmsVlan::BindParentAdapterToXms()
@@ -325,6 +283,8 @@ bool CRavXmsVlan::BindParentAdapterToXms()
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     CRavAdvSvcNetCfgComponent component;
     done = netCfg != nullptr && component.BindAdapterToXms(*netCfg, m_strParentKey) == 0;
+    if (!done)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: BindAdapterToXms failed.");
     return done;
 }
 
@@ -351,6 +311,7 @@ CRavAdapter* CRavXmsVlan::ParentAdapter()
 
 void CRavXmsVlan::UnloadMiniport()
 {
+    const CRavTraceScope trace(L"CRavXmsVlan::UnloadMiniport");
     m_services.QueueForUnload(m_strMiniportInst);
 }
 
@@ -366,7 +327,10 @@ bool CRavXmsVlan::SendNewVlanOid()
     const CRavTraceScope trace(L"CRavXmsVlan::SendNewVlanOid", &done);
     CRavAdapter* const parent = ParentAdapter();
     if (parent == nullptr || !parent->IsDriverLoaded(*GetNetCfgInterface()))
+    {
+        RavTrace().Print(L"CRavXmsVlan::SendNewVlanOid, the driver of %s is not loaded.", m_strParentKey.c_str());
         return false;
+    }
     const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanNetCfgInstanceId;
     NEW_VLAN_ANNOUNCEMENT announcement = {};
     // GUID text is ASCII: each character is one byte.

@@ -21,8 +21,9 @@ void CRavXmsVlan::FinishDisplayName(const CRavString& strParentName)
 
 void CRavXmsVlan::ConstructVlanDisplayName(const CRavString& strParentName, int& status)
 {
-    FinishDisplayName(strParentName);
     status = 0;
+    const CRavTraceScope trace(L"CRavXmsVlan::ConstructVlanDisplayName", &status);
+    FinishDisplayName(strParentName);
     RavTrace().Print(L"CRavXmsVlan::ConstructVlanDisplayName() - (ParentNameUpdate) VlanDisplayName = %s "
                      L"(ReturnCode=%u)",
                      m_strVlanDisplayName.c_str(), status);
@@ -87,7 +88,10 @@ void CRavXmsVlan::SetMiniportDisplayName(int& status)
     const CRavTraceScope trace(L"CRavXmsVlan::SetMiniportDisplayName", &status);
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no network configuration.");
         return;
+    }
     CRavNetCfgWriteLock lock(*netCfg);
     CRavNetCfgComponent component(m_strVlanNetCfgInstanceId);
     if (lock.IsHeld() && component.SetDisplayName(*netCfg, m_strVlanDisplayName) == 0 && SUCCEEDED(lock.Release()))
@@ -156,11 +160,6 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SetVLANId", &status);
-    if (iVlanId < 1 || iVlanId > static_cast<int>(RAV_MAX_VLAN_ID))
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID %d", iVlanId);
-        return;
-    }
     if (!OpenThisMiniportRegKey())
     {
         RavTrace().Print(L"CRavXmsVlan::SetVLANId, Open vlan miniport key fails");
@@ -230,12 +229,16 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
     };
     CRavRegKey key;
     if (m_hParentClassKey == nullptr || !key.Open(m_hParentClassKey, L"", true))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent's key is not open.");
         return failed();
+    }
     CRavString address;
-    // Only an address that is not there may be replaced: one that cannot be read is somebody's choice.
+    // What is there but is no text is no address; an address that cannot be read is somebody's choice.
     const DWORD type = key.GetRegType(RavName(RAV_NAME_NETWORK_ADDRESS));
-    if (key.LastResult() != ERROR_FILE_NOT_FOUND &&
-        (type != REG_SZ || !key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address)))
+    if (type == REG_SZ)
+        key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address);
+    if (key.LastResult() != ERROR_SUCCESS && key.LastResult() != ERROR_FILE_NOT_FOUND)
         return failed();
     if (!address.IsEmpty())
     {
@@ -247,7 +250,10 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
     m_strNetworkAddress.ClearString();
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (core == nullptr)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no core agent.");
         return failed();
+    }
     const bool isVirtual = core->IsVirtualDevice(m_strParentKey);
     RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress bIsVirtual_Device - %d", isVirtual);
     if (isVirtual)

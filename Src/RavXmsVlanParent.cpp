@@ -28,7 +28,10 @@ CResult CRavXmsVlan::GetParent(RAV_VLAN_PARENT& parent)
     CResult result;
     const CRavTraceScope trace(L"CRavXmsVlan::GetParent", &result);
     if (m_strParentKey.IsEmpty())
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetParent, the VLAN has no parent.");
         return result;
+    }
     parent.parentKey = m_strParentKey;
     // The features of the VLAN itself tell what it lies over, and need no network configuration.
     parent.parentType = m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
@@ -44,7 +47,10 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     ComPtr<INetCfgComponent> component;
     if (netCfg == nullptr || FAILED(netCfg->FindNetworkComponentByGUID(m_strParentKey, component)) || !component)
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetParentType, %s cannot be found.", m_strParentKey.c_str());
         return result;
+    }
     CRavRegKey key;
     DWORD features = 0;
     HKEY handle = nullptr;
@@ -52,7 +58,10 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
         key = handle;
     // A team whose key cannot be read must not be taken for an adapter.
     if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetParentType, the features of %s cannot be read.", m_strParentKey.c_str());
         return result;
+    }
     const bool team = (features & FEATURE_TEAM) != 0 && (features & FEATURE_VLAN) == 0;
     iParentType = team ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     result = CResult::Success();
@@ -107,6 +116,8 @@ bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavSt
         return false;
     }
     done = m_pTeamAgentPvt->GetTeamMembers(strTeam, members).Succeeded();
+    if (!done)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTeamMembers failed.");
     return done;
 }
 

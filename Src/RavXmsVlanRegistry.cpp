@@ -167,13 +167,13 @@ bool CRavXmsVlan::OpenThisMiniportRegKey()
 {
     bool done = m_ownKey.IsOpened();
     const CRavTraceScope trace(L"CRavXmsVlan::OpenThisMiniportRegKey", &done);
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (done || netCfg == nullptr)
+    if (done)
         return done;
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     ComPtr<INetCfgComponent> component;
     HKEY key = nullptr;
-    done = SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) && component &&
-           SUCCEEDED(component->OpenParamKey(&key));
+    done = netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) &&
+           component && SUCCEEDED(component->OpenParamKey(&key));
     if (done)
         m_ownKey = key;
     else
@@ -225,7 +225,10 @@ HKEY CRavXmsVlan::GetMyRegistryKey(const CRavString& strGuid)
 
 HRESULT CRavXmsVlan::GetParentOOOKey()
 {
-    return OpenKeyOf(m_strParentKey);
+    HRESULT status = E_FAIL;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetParentOOOKey", &status);
+    status = OpenKeyOf(m_strParentKey);
+    return status;
 }
 
 // An empty GUID is nobody's: it must not be taken for this VLAN's own.
@@ -240,7 +243,11 @@ HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid)
 
 HKEY CRavXmsVlan::GetMyParentRegistryKey()
 {
-    return m_strParentKey.IsEmpty() ? nullptr : GetMyRegistryKey(m_strParentKey);
+    const CRavTraceScope trace(L"CRavXmsVlan::GetMyParentRegistryKey");
+    if (!m_strParentKey.IsEmpty())
+        return GetMyRegistryKey(m_strParentKey);
+    RavTrace().Print(L"CRavXmsVlan::GetMyParentRegistryKey, no parent is named.");
+    return nullptr;
 }
 
 bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVlanGuid, CRavString& strAdapter)
@@ -288,8 +295,9 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
 
 void CRavXmsVlan::GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& strVlanGuid, int& status)
 {
-    RavTrace().Print(L"Entering CRavXmsVlan::GetVlanNiidFrmPk");
     status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetVlanNiidFrmPk", &status);
+    RavTrace().Print(L"Entering CRavXmsVlan::GetVlanNiidFrmPk");
     strVlanGuid.ClearString();
     const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY);
     CRavRegKey networkClass;

@@ -30,13 +30,14 @@ enum class Parameter
     Unreadable
 };
 
-// A text-valued advanced parameter of the adapter; a number of the same name is another one and does not count.
+// A text-valued advanced parameter of the adapter; a number of the same name is another one and does not count. A text
+// that is too long to be read is none of those that are asked for, and stays empty here.
 Parameter ReadTextParameter(CRavRegKey& key, const wchar_t* name, CRavString& text)
 {
     const DWORD type = key.GetRegType(name);
     if (key.LastResult() == ERROR_FILE_NOT_FOUND || (key.LastResult() == ERROR_SUCCESS && type != REG_SZ))
         return Parameter::Missing;
-    if (key.LastResult() == ERROR_SUCCESS && key.GetValue(name, text))
+    if (key.LastResult() == ERROR_SUCCESS && (key.GetValue(name, text) || key.LastResult() == ERROR_MORE_DATA))
         return Parameter::Text;
     RavTrace().Print(L"SetupVlanParentRegistry() - unable to read the registry value %s", name);
     return Parameter::Unreadable;
@@ -72,12 +73,6 @@ void SwitchVmqOff(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
         RavTrace().Print(L"CRavXmsVlan::DisableVMQ VMQ is already disabled");
     else if (!core.SetSetting(adapter, VMQ, &disabled).Succeeded())
         RavTrace().Print(L"CRavXmsVlan::DisableVMQ SetSetting failed");
-}
-
-// Whether a number was not read because there is none, or something else under its name: not because it could not be.
-bool IsNoValue(LONG status)
-{
-    return status == ERROR_FILE_NOT_FOUND || status == ERROR_SUCCESS;
 }
 
 void CannotTellGroups(LONG status)
@@ -184,6 +179,7 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
 // Virtual machine queues and the intermediate driver's VLANs exclude each other. What fails is traced alone.
 void CRavXmsVlan::DisableVMQ(const CRavString& strAdapter)
 {
+    const CRavTraceScope trace(L"CRavXmsVlan::DisableVMQ");
     RavTrace().Print(L"Entering CRavXmsVlan::DisableVMQ device %s", strAdapter.c_str());
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (strAdapter.IsEmpty())
@@ -236,7 +232,11 @@ bool CRavXmsVlan::GetParentLogicalGrpIdFromGuid(const CRavString& strGuid, CRavS
     CRavAdapter adapter(strGuid);
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr || !adapter.Initialize(*netCfg).Succeeded())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetParentLogicalGrpIdFromGuid failed for %s.",
+                         strGuid.c_str());
         return false;
+    }
     strInstancePath = adapter.GetInstancePath();
     return true;
 }
@@ -257,18 +257,24 @@ void CRavXmsVlan::GenNewLogicalGroupId(int& status)
         return;
     }
     CRavString name;
+    DWORD next = 0; // wraps behind the largest number
+    DWORD largest = 0;
     while (adapters.EnumSubKey(name))
     {
         CRavRegKey adapter;
         DWORD group = 0;
         if (adapter.Open(adapters.GetHKey(), name, false) &&
             adapter.GetValue(RavName(RAV_NAME_LOGICAL_GROUP_ID), group))
-            m_dwLogicalGroupId = std::max(m_dwLogicalGroupId, group + 1);
-        else if (!IsNoValue(adapter.LastResult()))
-            return CannotTellGroups(adapter.LastResult());
+        {
+            largest = std::max(largest, group);
+            next = largest + 1;
+        }
+        else if (!RavIsNoNumber(adapter.LastResult()))
+            RavTrace().Print(L"LogicalGroupID of %s cannot be read. err= %d", name.c_str(), adapter.LastResult());
     }
     if (adapters.LastResult() != ERROR_NO_MORE_ITEMS)
         return CannotTellGroups(adapters.LastResult());
+    m_dwLogicalGroupId = next;
     status = 0;
 }
 
@@ -324,10 +330,7 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
         return true;
     }
     if (key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false))
-    {
-        m_bDriverEntryMade = true;
         return MoveDhcp(strAdapter);
-    }
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. path: %s err= %d", strPath.c_str(), key.LastResult());
     return false;
 }
@@ -342,17 +345,18 @@ bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
     const CRavString name = RavName(RAV_NAME_ENABLE_DHCP);
     CRavRegKey tcpip;
     DWORD dhcp = 0;
-    if (!tcpip.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_TCPIP_INTERFACES_KEY) + strAdapter, true) ||
-        !tcpip.GetValue(name, dhcp))
-        return IsNoValue(tcpip.LastResult()) || failed(L"read", tcpip.LastResult());
+    if (!tcpip.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_TCPIP_INTERFACES_KEY) + strAdapter, true))
+        return tcpip.LastResult() == ERROR_FILE_NOT_FOUND || failed(L"read", tcpip.LastResult());
+    const bool known = tcpip.GetValue(name, dhcp);
+    if (!known && !RavIsNoNumber(tcpip.LastResult()))
+        return failed(L"read", tcpip.LastResult());
     if (!tcpip.SetValue(name, DWORD{0}))
         return failed(L"switched off", tcpip.LastResult());
     CRavRegKey configuration;
     if (configuration.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_CONFIGURATION_KEY) + strAdapter, true,
                              false) &&
-        configuration.SetValue(name, dhcp))
+        (!known || configuration.SetValue(name, dhcp)))
         return true;
-    tcpip.SetValue(name, dhcp); // nobody would know it any more
     return failed(L"kept", configuration.LastResult());
 }
 
@@ -421,6 +425,7 @@ bool CRavXmsVlan::SaveTeamParams()
     if (netCfg == nullptr || FAILED(netCfg->GetTeamMode(m_strParentKey, mode)))
     {
         RavTrace().Print(L"CRavXmsVlan::SaveVlanParamsToReg, GetTeamMode fails. Exiting");
+        RemoveVirtualMiniport();
         return false;
     }
     return ValueWriter(m_ownKey)

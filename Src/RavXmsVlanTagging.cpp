@@ -11,6 +11,7 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanTagging";
+constexpr int MAX_LISTED_ID = 9999; // four digits
 
 int NumberOf(const CRavString& text)
 {
@@ -116,6 +117,8 @@ int CRavXmsVlan::CountRemainingVlans()
     std::vector<CRavString> keys;
     if (m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded())
         count = static_cast<int>(keys.size());
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of %s cannot be counted.", m_strParentKey.c_str());
     return count;
 }
 
@@ -139,7 +142,7 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
     }
     // No mode is written for an adapter that never had a VLAN.
     DWORD mode = 0xFFFFFFFF;
-    done = key.GetValue(L"TaggingMode", mode) || IsMissing(key);
+    done = key.GetValue(L"TaggingMode", mode) || RavIsNoNumber(key.LastResult());
     if (mode == 0xFFFFFFFF)
         RavTrace().Print(L"GetValue missed for %s on the key %s", L"TaggingMode", path.c_str());
     if (!done)
@@ -261,8 +264,9 @@ void CRavXmsVlan::UpdateVlanMode(int& status)
 
 void CRavXmsVlan::SetParamsForAdptrOOOKey(int& status)
 {
-    RavTrace().Print(L"Entering CRavXmsVlan::SetParamsForAdptrOOOKey");
     status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::SetParamsForAdptrOOOKey", &status);
+    RavTrace().Print(L"Entering CRavXmsVlan::SetParamsForAdptrOOOKey");
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     HRESULT opened = S_OK;
     if (team)
@@ -327,18 +331,18 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
     const auto failed = [] { RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi fails-1.Exiting"); };
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
-    if (m_iVlanId < 1 || m_iVlanId > static_cast<int>(RAV_MAX_VLAN_ID) || FAILED(OpenKeyOf(strParentGuid)) ||
+    if (m_iVlanId < 0 || m_iVlanId > MAX_LISTED_ID || FAILED(OpenKeyOf(strParentGuid)) ||
         !key.Open(m_hParentClassKey, L"", true))
         return failed();
     std::vector<CRavString> ids;
-    // Only a list that is not there is begun anew: one that cannot be read holds the ids of other VLANs.
-    if (!RavReadList(key, L"VLANID", ids) && !IsMissing(key))
+    if (RavReadList(key, L"VLANID", ids))
+    {
+        std::erase_if(ids, [&](const CRavString& id) { return NumberOf(id) == m_iPreviousVlanId; });
+        if (ids.empty())
+            RavTrace().Print(L"Empty array of VLAN ID's");
+    }
+    else if (!IsMissing(key)) // a list that cannot be read holds the ids of other VLANs
         return failed();
-    // An id that an interrupted removal left behind must not stand there twice.
-    std::erase_if(ids,
-                  [&](const CRavString& id) { return NumberOf(id) == m_iPreviousVlanId || NumberOf(id) == m_iVlanId; });
-    if (ids.empty())
-        RavTrace().Print(L"Empty array of VLAN ID's");
     ids.emplace_back(m_iVlanId);
     if (!key.SetValue(L"VLANID", ids))
         return failed();

@@ -59,15 +59,16 @@ bool TaggingModeSpy::ModeForTagged(DWORD& dwInUse, DWORD& dwMode)
 
 bool TaggingModeSpy::GetTaggingModeStrDisguise(CRavString& strMode)
 {
+    bool done = false;
+    const CRavTraceScope trace(L"TaggingModeSpy::GetTaggingModeStrDisguise", &done);
     DWORD inUse = 0;
     DWORD mode = 0;
-    if (!GetTaggingModeIntDisguise(inUse, mode))
-    {
+    done = GetTaggingModeIntDisguise(inUse, mode);
+    if (done)
+        strMode = static_cast<int>(mode);
+    else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTaggingModeIntDisguise failed.");
-        return false;
-    }
-    strMode = static_cast<int>(mode);
-    return true;
+    return done;
 }
 
 void TaggingModeSpy::SetTaggingModeDisguise(int& status, CRavRegKey& xmsKey, const CRavString& strAdapterId)
@@ -135,6 +136,7 @@ bool TaggingModeSpy::OpenDeviceKey(const CRavString& strAdapterId)
 void TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise(int& status, HKEY hKey, DWORD dwInUse)
 {
     status = 0;
+    const CRavTraceScope trace(L"TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise", &status);
     const LONG result =
         RegSetValueExW(hKey, L"TaggingMode", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dwInUse), sizeof(dwInUse));
     if (result == ERROR_SUCCESS)

@@ -8,13 +8,7 @@ class CRavAdvSvcNetCfgComponent : public CRavNetCfgComponent
   public:
     // Binds the intermediate driver's protocol edge to the adapter and takes the other protocols off it, except those
     // that have to stay (the ones that watch rather than carry traffic, switches, bridges and teams of the system's
-    // own). What was taken off is remembered for CleanUpAdapterFromXms and UnbindAdapterFromXms. Already bound is
-    // success. All or nothing: on failure the bindings are what they were. Needs the write lock. 0 on success, -1 on
-    // failure.
+    // own). What was taken off is remembered for CleanUpAdapterFromXms. Already bound is success. All or nothing: on
+    // failure the bindings are what they were. Needs the write lock. 0 on success, -1 on failure.
     int BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter);
-    // The reversal, for a sequence of which a later step fails: takes the driver's protocol edge off the adapter, also
-    // when it was bound before, and binds again what BindAdapterToXms has taken off (TCP/IP when nothing is
-    // remembered). Goes on after a failure. Needs the write lock, the same one or another. 0 on success,
-    // -1 on failure.
-    int UnbindAdapterFromXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter);
 };

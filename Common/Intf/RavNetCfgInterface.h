@@ -49,8 +49,6 @@ class CRavNetCfgInterface
     // success, -1 on failure. Needs the write lock; a clean-up that failed, or that could not be applied when the lock
     // was given back, can be done again.
     int CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings);
-    // The part of it that is not about bindings: gives "EnableDHCP" back and deletes both keys, at once. Needs no lock.
-    int DeleteDriverEntries(const CRavString& strAdapter);
 
     // The adapters below a team, as the driver's binding lists name them, in registry order.
     HRESULT EnumerateMemberAdapters(const CRavString& strTeam, std::vector<CRavString>& members);
@@ -77,6 +75,7 @@ class CRavNetCfgInterface
     HRESULT GiveLockBack();
     HRESULT TakeLock();
     HRESULT ApplyChanges();
+    int DeleteDriverEntries(const CRavString& strAdapter);
 
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     bool m_bViewStarted = false;

@@ -191,23 +191,3 @@ int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, con
                          bound);
     return status;
 }
-
-int CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
-{
-    int status = -1;
-    const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms", &status);
-    ComPtr<INetCfgComponent> adapter;
-    if (!netCfg.IsLockedForWrite() || FAILED(netCfg.FindNetworkComponentByGUID(strAdapter, adapter)) || !adapter)
-        return status;
-    const HRESULT unbound = RavBindXms(netCfg, *adapter.Get(), false);
-    const HRESULT restored = RavBindProtocols(netCfg, *adapter.Get(), ProtocolsToRestore(strAdapter, true));
-    if (FAILED(unbound) || FAILED(restored))
-        RavTrace().Print(L"CRavAdvSvcNetCfgComponent::UnbindAdapterFromXms - %s, 0x%X, 0x%X", strAdapter.c_str(),
-                         unbound, restored);
-    else
-    {
-        netCfg.NoteBindings(strAdapter, true);
-        status = 0;
-    }
-    return status;
-}

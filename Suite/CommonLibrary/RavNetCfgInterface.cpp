@@ -23,6 +23,23 @@ bool HasGuid(INetCfgComponent& component, const CRavString& guid)
     return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
            guid.CompareI(text);
 }
+
+// A record that stays does no harm: the next first VLAN writes it anew. Whatever goes wrong, the write lock behind it
+// has to be given back.
+void DropBindingRecord(const CRavString& adapter)
+{
+    bool done = false;
+    try
+    {
+        done = RavDeleteBindingRecord(adapter);
+    }
+    catch (...)
+    {
+        RavTrace().Print(L"CRavNetCfgInterface: RavDeleteBindingRecord - Exception caught");
+    }
+    if (!done)
+        RavTrace().Print(L"CRavNetCfgInterface: the record of the bindings of %s stays", adapter.c_str());
+}
 } // namespace
 
 CRavNetCfgInterface::~CRavNetCfgInterface()
@@ -185,10 +202,7 @@ HRESULT CRavNetCfgInterface::ApplyChanges()
         return applied;
     }
     for (const CRavString& adapter : restored)
-    {
-        if (!RavDeleteBindingRecord(adapter)) // does no harm: the next first VLAN writes it anew
-            RavTrace().Print(L"CRavNetCfgInterface: the record of the bindings of %s stays", adapter.c_str());
-    }
+        DropBindingRecord(adapter);
     return applied;
 }
 

@@ -376,6 +376,7 @@ struct RAV_JOURNAL_STATE
     size_t failable = 0;
     size_t failIndex = 0;
     DWORD failStatus = 0;
+    std::function<void()> failAction;
     bool recording = false;
     bool failed = false;
     DWORD thread = 0;
@@ -559,6 +560,8 @@ struct HOOK<Index, Style, Subject, Result(Args...)>
             due = CJournalHooks::Due(journal, Index);
             if constexpr (Style != STYLE::Never)
                 fail = CJournalHooks::MustFail(journal, Index, status);
+            if (fail && journal.failable == journal.failIndex && journal.failAction)
+                due.push_back(journal.failAction);
         }
         const IN_ACTION inAction;
         for (const auto& action : due)
@@ -688,6 +691,7 @@ void CJournal::Stop()
     const GUARD guard(m_pState->lock);
     m_pState->recording = false;
     m_pState->failIndex = 0;
+    m_pState->failAction = nullptr;
     m_pState->failures.clear();
     m_pState->actions.clear();
 }
@@ -728,11 +732,12 @@ std::string CJournal::OpenHandles() const
     return text;
 }
 
-void CJournal::FailCall(size_t k, DWORD status)
+void CJournal::FailCall(size_t k, DWORD status, std::function<void()> action)
 {
     const GUARD guard(m_pState->lock);
     m_pState->failIndex = k;
     m_pState->failStatus = status;
+    m_pState->failAction = std::move(action);
 }
 
 void CJournal::FailNext(std::string_view function, DWORD status, size_t n)

@@ -58,8 +58,9 @@ class CJournal
     std::string OpenHandles() const;
 
     // The following three hold for the next record, or for the rest of the current one.
-    // Fails the k-th failable call, k from 1. Status 0 is each function's usual refusal: access denied, E_FAIL, ...
-    void FailCall(size_t k, DWORD status = 0);
+    // Fails the k-th failable call, k from 1. Status 0 is each function's usual refusal: access denied, E_FAIL, ... An
+    // action runs just before, and may throw in its place.
+    void FailCall(size_t k, DWORD status = 0, std::function<void()> action = {});
     // Fails the n-th coming call of one function.
     void FailNext(std::string_view function, DWORD status = 0, size_t n = 1);
     // Runs an action just before the n-th coming call of one function; what the action calls is not recorded.

@@ -1,10 +1,11 @@
 // Creation and removal with each of their platform calls failing in turn.
 
-#include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Tests/Common/ModuleTrace.h"
-#include "Tests/Src/LabFixture.h"
+#include "Tests/Src/VlanObjectFixture.h"
 
 #include <functional>
+#include <new>
+#include <optional>
 #include <set>
 
 namespace
@@ -83,74 +84,140 @@ void ExpectParentHas(CLabHost& host, bool protocols)
     EXPECT_EQ(protocols ? 1u : 0u, LabNumber(LabPath(TCPIP_INTERFACES_KEY, host.Key("Port A")), L"EnableDHCP", 9));
 }
 
-using OPERATION = std::function<CResult(CLabHost& host, const CRavString& prepared)>;
-using CHECK = std::function<void(CLabHost& host, const CResult& result, const CRavString& prepared)>;
+// In the short notation of CVlanLab, without the lab's own notes. The VLAN with the id 5 is {5}, a new one {V}.
+std::string Short(const CRegistryChange& change, const CRavString& five)
+{
+    std::string text = CVlanLab::Short(CLabHost::Readable(change.Text(), {}));
+    if (!five.IsEmpty())
+        text = Replaced(text, ("\\" + Utf8(five)).c_str(), "{5}");
+    return Replaced(text, R"(\{[0-9A-F]{8}-[0-9A-F-]+\})", "{V}");
+}
 
-// Runs an operation on one new host after the other, on each with another of its platform calls failing. Whatever
-// fails: it is reported, every lock is given back, nothing stays open, and the VLAN with id 5, if there is to be one,
-// stays whole.
-void FailEachCall(bool other, bool prepare, const OPERATION& operation, const CHECK& check)
+using OPERATION = std::function<CResult(CLabHost& host, const CRavString& prepared)>;
+struct RAV_OUTCOME
+{
+    CResult result;
+    CRavString prepared; // the VLAN with the id 10
+    std::string change;  // of the whole registry, a line for each
+    std::string usual;   // the same with no call failing
+    std::string behind;  // the part of it after the failing call, in one line
+};
+using CHECK = std::function<void(CLabHost& host, const RAV_OUTCOME& outcome)>;
+
+// Of a change, what is not the miniport's own: its keys, and its place in lists.
+std::string WithoutMiniport(const std::string& change)
+{
+    const std::string rest = Replaced(change, R"(- (000\d|Network\\\{V\}|Enum\\ROOT)[^;]*(; )?)", "");
+    return Replaced(Replaced(rest, R"re(, "\\Device\\\{V\}")re", ""), R"(~ [^;]* MULTI_SZ ([^;]*) -> \1(; |$))", "");
+}
+
+CResult CreateTen(CLabHost& host, const CRavString&)
+{
+    return host.Create("Port A", 10, L"Ten");
+}
+
+// Runs an operation on one new host after the other, on each with another of its platform calls refused, or throwing.
+// Whatever fails: it is reported, every lock is given back, nothing stays open, and the VLAN with the id 5, if there is
+// to be one, stays whole.
+void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& operation, const CHECK& check)
 {
     std::set<std::string> usual;
+    RAV_OUTCOME outcome;
     for (size_t k = 0; !testing::Test::HasFailure(); ++k)
     {
         CLabHost host(TINY_HOST);
         ASSERT_TRUE(!other || host.Create("Port A", 5, L"Five").Succeeded());
         ASSERT_TRUE(!prepare || host.Create("Port A", 10, L"Ten").Succeeded());
         const CRavString five = host.Vlan("Port A", 5);
-        const CRavString ten = host.Vlan("Port A", 10);
+        outcome.prepared = host.Vlan("Port A", 10);
+        const CRegistryChange change;
+        std::optional<CRegistryChange> behind;
         CJournal journal;
-        journal.FailCall(k);
+        journal.FailCall(k, 0, [&] {
+            if (throwing)
+                throw std::bad_alloc();
+            behind.emplace();
+        });
         s_trace->Forget();
         journal.Start();
-        const CResult result = operation(host, ten);
+        outcome.result = operation(host, outcome.prepared);
         const bool failed = journal.HasFailed();
         journal.Stop();
-        SCOPED_TRACE("call " + std::to_string(k));
-        if (k == 0)
-            usual = Said();
-        else if (!failed)
+        SCOPED_TRACE("call " + std::to_string(k) + (throwing ? " throws" : ""));
+        if (k != 0 && !failed)
             return;
         EXPECT_EQ("", OpenHandles(journal));
-        if (result.Succeeded() && result.ulErrClass != 2 && HasFailedChange(journal))
+        outcome.change = Replaced(Short(change, five), "; ", "\n");
+        outcome.behind = behind ? Short(*behind, five) : "";
+        if (k == 0)
+        {
+            usual = Said();
+            outcome.usual = outcome.change;
+        }
+        if (outcome.result.Succeeded() && outcome.result.ulErrClass != 2 && HasFailedChange(journal))
         {
             const std::set<std::string> said = Said();
             EXPECT_FALSE(std::includes(usual.begin(), usual.end(), said.begin(), said.end())) << journal.Calls();
         }
         ExpectTheRestWhole(host, five);
-        check(host, result, ten);
+        check(host, outcome);
     }
 }
 } // namespace
 
+// A creation that fails leaves what was there when it did, without its miniport, and can be done again. One that
+// succeeds all the same lacks no more than a setting, or the question that the team agent was to be asked.
 TEST(Failures, EveryPlatformCallOfACreation)
 {
+    const char* const bound = R"(~ Services\oXMSProtocol\Linkage Bind MULTI_SZ -> "\Device\{1}"; )"
+                              R"(~ Services\oXMSProtocol\Linkage Disabled MULTI_SZ "\Device\{1}" ->; )"
+                              R"(~ Services\Tcpip\Linkage Bind MULTI_SZ "\Device\{1}" ->; )"
+                              R"(~ Services\Tcpip\Linkage Disabled MULTI_SZ -> "\Device\{1}"; )"
+                              R"(~ Services\Tcpip6\Linkage Bind MULTI_SZ "\Device\{1}" ->; )"
+                              R"(~ Services\Tcpip6\Linkage Disabled MULTI_SZ -> "\Device\{1}")";
     for (const bool other : {false, true})
-        FailEachCall(
-            other, false, [](CLabHost& host, const CRavString&) { return host.Create("Port A", 10, L"Ten"); },
-            [&](CLabHost& host, const CResult& result, const CRavString&) {
-                const bool any = other || result.Succeeded();
-                EXPECT_EQ((other ? 1u : 0u) + (result.Succeeded() ? 1 : 0), CLabHost::Miniports());
-                ExpectParentHas(host, !any);
-            });
+        FailEachCall(other, false, false, CreateTen, [&](CLabHost& host, const RAV_OUTCOME& outcome) {
+            const bool created = outcome.result.Succeeded();
+            const bool wasBound = s_trace->Text().find("::BindAdapterToXms, nReturn=0") != std::string::npos;
+            EXPECT_EQ((other ? 1u : 0u) + (created ? 1 : 0), CLabHost::Miniports());
+            if (created)
+                EXPECT_EQ("", Replaced(CLabHost::Delta(outcome.usual, outcome.change),
+                                       R"(. . (000\d(\\Ndi\\Params| \*Num)|0001 VlanFiltering)[^\n]*\n)", ""));
+            else
+                EXPECT_EQ(wasBound ? bound : "", WithoutMiniport(outcome.behind));
+            EXPECT_TRUE(created || CreateTen(host, L"").Succeeded());
+        });
 }
 
 TEST(Failures, EveryPlatformCallOfARemoval)
 {
     for (const bool other : {false, true})
         FailEachCall(
-            other, true, [](CLabHost& host, const CRavString& ten) { return host.Remove(ten); },
-            [&](CLabHost& host, const CResult& result, const CRavString& ten) {
+            other, true, false, [](CLabHost& host, const CRavString& ten) { return host.Remove(ten); },
+            [&](CLabHost& host, const RAV_OUTCOME& outcome) {
                 const size_t left = other ? 1 : 0;
-                const bool removed = result.Succeeded() && result.ulErrClass != 2;
+                const bool removed = outcome.result.Succeeded() && outcome.result.ulErrClass != 2;
                 // What was interrupted can be done again; twice, when it was counted before it was taken off the list.
-                EXPECT_TRUE(removed || CLabHost::Miniports() == left || host.Remove(ten).Succeeded() ||
-                            host.Remove(ten).Succeeded());
+                EXPECT_TRUE(removed || CLabHost::Miniports() == left || host.Remove(outcome.prepared).Succeeded() ||
+                            host.Remove(outcome.prepared).Succeeded());
                 const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
                 EXPECT_EQ(left, CLabHost::Miniports());
                 EXPECT_EQ(left, LabList(entry, L"MiniportBindingList").size());
                 EXPECT_EQ(left, LabNumber(entry, L"MiniportBindingListCount", 0));
                 ExpectParentHas(host, !other);
+            });
+}
+
+// Memory runs out in the middle of whatever the module does: while a second VLAN is created, while the last one goes.
+TEST(Failures, EveryPlatformCallThrows)
+{
+    const OPERATION removal = [](CLabHost& host, const CRavString& ten) { return host.Remove(ten); };
+    for (const bool create : {true, false})
+        FailEachCall(
+            create, !create, true, create ? CreateTen : removal, [&](CLabHost& host, const RAV_OUTCOME& outcome) {
+                const auto again = [&] { return create ? CreateTen(host, L"") : host.Remove(outcome.prepared); };
+                EXPECT_TRUE(outcome.result.Succeeded() || again().Succeeded() || again().Succeeded());
+                EXPECT_EQ(create ? 2u : 0u, CLabHost::Miniports());
             });
 }
 

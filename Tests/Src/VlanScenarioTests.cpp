@@ -122,7 +122,14 @@ TEST(Create, FollowsTheParent)
         {R"(TcpIp\{1} EnableDHCP DWORD 0)",
          R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; )"
          R"(+ + XMS\Configuration\{1} EnableDHCP DWORD 0)"},
+        // Without a flag there is nothing to keep, and DHCP is off all the same.
+        {R"(- TcpIp\{1} EnableDHCP)",
+         R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; )"
+         R"(+ + XMS\Configuration\{1}; + + TcpIp\{1} EnableDHCP DWORD 0)"},
         {R"(- TcpIp\{1})", R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0)"},
+        {"0001 NetworkAddress DWORD 1; 0001 VlanFiltering DWORD 0; 0001 *PriorityVLANTag MULTI_SZ 1",
+         R"(- ~ 0001 *PriorityVLANTag SZ "1" -> "3"; - + 0001 NetworkAddress SZ "001B21000001"; )"
+         R"(- ~ 0001 VlanFiltering SZ "0" -> "1"; + ~ 0001 NetworkAddress DWORD 1 -> SZ "001B21000001")"},
         {"{2} LogicalGroupID DWORD 7",
          R"(- + 0011 LogicalGroupID DWORD 1; - + {1} LogicalGroupID DWORD 1; + + 0011 LogicalGroupID DWORD 8; )"
          R"(+ + {1} LogicalGroupID DWORD 8)"},
