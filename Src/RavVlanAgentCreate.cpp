@@ -137,7 +137,7 @@ void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK
 {
     CResult ignored;
     Shielded(SOURCE_FILE, __LINE__, L"PrepareForNewVlan", ignored, [&] {
-        if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
+        if (const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf())
             team->PrepareForNewVlan(strParentKey, lock);
     });
 }
@@ -167,31 +167,35 @@ void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParen
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateSingleVlan", &result);
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateSingleVlan", result,
+             [&] { result = CreateNewVlan(strParentKey, dwVlanId, strVlanName, dwVlanType); });
+}
+
+CResult CVlanAgentWin::CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,
+                                     DWORD dwVlanType)
+{
     if (strVlanName.IsEmpty() || strParentKey.IsEmpty())
     {
         RavTrace().Print(L"vlanName or parentKey is empty");
-        return;
+        return CResult();
     }
     const CNetCfgSession session(*this);
     CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
     if (!session.IsOpen() || !vlan.Init().Succeeded())
     {
         RavTrace().Print(L"CVlanAgentWin::CreateVlan, CRavXmsVlan::Init() failed.");
-        return;
+        return CResult();
     }
     vlan.m_strParentKey = strParentKey;
     vlan.m_iVlanId = static_cast<int>(dwVlanId);
     vlan.m_strVlanName = strVlanName;
     vlan.m_dwVlanType = dwVlanType + 1; // stored from 1 on
     vlan.GetParentType(vlan.m_iParentType);
-    if (vlan.m_iParentType != RAV_PARENT_ADAPTER)
-    {
-        // VLANs over teams are not offered yet, and nothing else can be a parent.
-        RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
-        result = CResult(ERROR_NOT_SUPPORTED);
-        return;
-    }
-    result = CreateOnAdapter(vlan);
+    if (vlan.m_iParentType == RAV_PARENT_ADAPTER)
+        return CreateOnAdapter(vlan);
+    // VLANs over teams are not offered yet, and nothing else can be a parent.
+    RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
+    return CResult(ERROR_NOT_SUPPORTED);
 }
 
 CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
@@ -237,7 +241,7 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
     if (pVlan->SendNewVlanOid())
         return;
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
-    if (!m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey).Succeeded())
+    if (!Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
                          pVlan->m_strParentKey.c_str());
 }

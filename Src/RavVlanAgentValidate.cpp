@@ -96,19 +96,19 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     else
     {
         bool member = false;
-        m_pCoreInterface->IsBoundToTeam(strParentKey, member);
+        Core().IsBoundToTeam(strParentKey, member);
         Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
     }
 }
 
 void CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter, bool bVmqEnabled)
 {
-    if (!m_pCoreInterface->IsDeviceCorvo(strAdapter))
+    if (!Core().IsDeviceCorvo(strAdapter))
     {
         Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
         return;
     }
-    if (!m_pCoreInterface->IsDriverSupportingVORN(strAdapter))
+    if (!Core().IsDriverSupportingVORN(strAdapter))
         Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
     if (bVmqEnabled)
         Warn(messages, RAV_MSG_VMQ_ON_ADAPTER);
@@ -173,7 +173,7 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
     if (dwVlanId > RAV_MAX_VLAN_ID)
         return StopAndEnd(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
-    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         return StopAndEnd(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
     if (isNew && vlans.size() >= MAX_VLANS)
         return StopAndEnd(messages, RAV_MSG_PARENT_FULL);
@@ -238,7 +238,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     const size_t total = ids.size() + vlans.size();
-    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
     else if (total > MAX_VLANS)
         Stop(messages, RAV_MSG_PARENT_OVERFULL);

@@ -58,6 +58,7 @@ DWORD CRavXmsVlan::GetSupportedFeatures()
 
 bool CRavXmsVlan::LoadTeamAgent()
 {
+    m_pTeamAgentPvt.reset(); // or it would keep the module that is to be loaded anew
     m_pTeamAgentPvt = m_services.LoadTeamAgent();
     return m_pTeamAgentPvt != nullptr;
 }
