@@ -147,7 +147,8 @@ bool CRavRegKey::Open(HKEY root, const CRavString& subKey, bool bWrite)
 {
     GiveKeyBack();
     HKEY key = nullptr;
-    TakeKey(RegOpenKeyExW(root, subKey, 0, Access(bWrite), &key), key);
+    const LONG status = RegOpenKeyExW(root, subKey, 0, Access(bWrite), &key);
+    TakeKey(status, key);
     BuildKeyName(root, subKey);
     return m_bIsOpened;
 }
