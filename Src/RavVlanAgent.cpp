@@ -8,8 +8,6 @@
 #include "Src/RavCoreInterface.h"
 #include "Src/RavXmsVlan.h"
 
-#include <cstring>
-
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -55,7 +53,7 @@ void CVlanAgentWin::Initialize(CResult& result)
     const bool finished = Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::Initialize", result, [&] {
         CreateNetCfg(result);
         ConnectCoreAgent(result);
-        m_pCoreInterface = std::make_unique<CRavCoreInterface>(GetCoreAgentPvt());
+        PublishCoreInterface();
     });
     // Half an agent must not be handed out: the next call tries again.
     if (!finished)
@@ -76,7 +74,9 @@ void CVlanAgentWin::CreateNetCfg(CResult& result)
 
 void CVlanAgentWin::ConnectCoreAgent(CResult& result)
 {
-    FetchCoreAgentPvt();
+    // An agent that was handed out is used while it is initialised again: the core agent it has must stay where it is.
+    if (GetCoreAgentPvt() == nullptr)
+        FetchCoreAgentPvt();
     if (GetCoreAgentPvt() == nullptr)
     {
         m_bInitialized = false;
@@ -86,6 +86,23 @@ void CVlanAgentWin::ConnectCoreAgent(CResult& result)
     result = GetCoreAgentPvt()->RegisterAgent(COMPONENT_NAME, this);
     if (m_dwThreadSlot == TLS_OUT_OF_INDEXES)
         m_dwThreadSlot = TlsAlloc();
+}
+
+// Once there is a core agent behind it the proxy stays: whoever has it can use it as long as the agent lives.
+void CVlanAgentWin::PublishCoreInterface()
+{
+    if (m_pCoreInterface != nullptr)
+        return;
+    m_coreInterface = std::make_unique<CRavCoreInterface>(GetCoreAgentPvt());
+    if (GetCoreAgentPvt() != nullptr)
+        m_pCoreInterface = m_coreInterface.get();
+}
+
+CRavCoreInterface& CVlanAgentWin::Core() const
+{
+    static CRavCoreInterface none(nullptr);
+    CRavCoreInterface* const published = m_pCoreInterface;
+    return published != nullptr ? *published : none;
 }
 
 // --- the thread's network configuration session ---------------------------------------------------------------------
@@ -183,28 +200,29 @@ CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
 
 // --- siblings and components ----------------------------------------------------------------------------------------
 
-// Loaded anew before it is given back, so that the module stays where it is under another thread that is inside it.
-CRavTeamAgentPvtIntf* CVlanAgentWin::GetTeamAgentPvtIntf()
+// Whoever has the interface holds the module with it: another thread may be inside it when it is given back here.
+std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");
     const std::lock_guard guard(m_teamAgentLock);
-    const HMODULE previous = m_hTeamAgent;
+    if (m_hTeamAgent != nullptr)
+        FreeLibrary(m_hTeamAgent);
     m_hTeamAgent = CHelper::RavLoadModule(RavModule::TeamAgent);
-    if (previous != nullptr)
-        FreeLibrary(previous);
     if (m_hTeamAgent == nullptr)
     {
         RavTrace().Print(L"GetTeamAgentPvtIntf() - Load Library Failed");
         return nullptr;
     }
-    const FARPROC address = GetProcAddress(m_hTeamAgent, RAV_GET_TEAM_AGENT_PVT_NAME);
-    RAV_GET_TEAM_AGENT_PVT factory = nullptr;
-    static_assert(sizeof(factory) == sizeof(address));
-    memcpy(&factory, &address, sizeof(factory));
-    CRavTeamAgentPvtIntf* const team = factory != nullptr ? factory() : nullptr;
+    const auto factory = CHelper::RavExport<RAV_GET_TEAM_AGENT_PVT>(m_hTeamAgent, RAV_GET_TEAM_AGENT_PVT_NAME);
+    CRavTeamAgentPvtIntf* team = nullptr;
+    if (factory != nullptr)
+        RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetTeamAgentPvtIntf", [&] { team = factory(); });
     if (team == nullptr)
+    {
         RavTrace().Print(L"GetTeamAgentPvtIntf() -  fails unable to get team agent function pointer - exiting");
-    return team;
+        return nullptr;
+    }
+    return {CHelper::RavHoldModule(m_hTeamAgent), team};
 }
 
 bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
@@ -254,10 +272,10 @@ CRavNetCfgInterface* CVlanAgentWin::GetNetCfgInterface()
 
 CRavCoreAgentPvtIntf* CVlanAgentWin::GetCoreInterface()
 {
-    return GetCoreAgentPvt() != nullptr ? m_pCoreInterface.get() : nullptr;
+    return m_pCoreInterface;
 }
 
-CRavTeamAgentPvtIntf* CVlanAgentWin::LoadTeamAgent()
+std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::LoadTeamAgent()
 {
     return GetTeamAgentPvtIntf();
 }

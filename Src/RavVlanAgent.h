@@ -14,6 +14,7 @@
 #include <windows.h>
 #include <wrl/client.h>
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -57,7 +58,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void GetNetCfgInterfaceObj(CResult& result, CRavNetCfgInterface** ppNetCfgInterface);
     void ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease);
 
-    CRavTeamAgentPvtIntf* GetTeamAgentPvtIntf();
+    // The team agent, given back and loaded again by each call; null when there is none.
+    std::shared_ptr<CRavTeamAgentPvtIntf> GetTeamAgentPvtIntf();
     // Opens the parameter key of the component with the GUID, through a session of its own.
     bool OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key);
 
@@ -221,13 +223,16 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     // What the VLAN objects may ask.
     CRavNetCfgInterface* GetNetCfgInterface() override;
     CRavCoreAgentPvtIntf* GetCoreInterface() override;
-    CRavTeamAgentPvtIntf* LoadTeamAgent() override;
+    std::shared_ptr<CRavTeamAgentPvtIntf> LoadTeamAgent() override;
     CResult EnumerateVlansOnParent(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) override;
     void QueueForReload(const CRavString& strMiniportInst) override;
     void QueueForUnload(const CRavString& strMiniportInst) override;
 
     void CreateNetCfg(CResult& result);
     void ConnectCoreAgent(CResult& result);
+    void PublishCoreInterface();
+    // The road to the core agent; without one, all it answers is failure.
+    CRavCoreInterface& Core() const;
     bool HoldsThreadSlot() const;
     void NotOffered(CResult& result, const wchar_t* operation);
 
@@ -309,5 +314,6 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     DWORD m_dwThreadSlot = TLS_OUT_OF_INDEXES;
     HMODULE m_hTeamAgent = nullptr;
-    std::unique_ptr<CRavCoreInterface> m_pCoreInterface;
+    std::unique_ptr<CRavCoreInterface> m_coreInterface;
+    std::atomic<CRavCoreInterface*> m_pCoreInterface{nullptr}; // the same, once there is a core agent behind it
 };

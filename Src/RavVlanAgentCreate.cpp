@@ -160,7 +160,7 @@ void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK
 {
     CResult ignored;
     Shielded(SOURCE_FILE, __LINE__, L"PrepareForNewVlan", ignored, [&] {
-        if (CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf())
+        if (const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf())
             team->PrepareForNewVlan(strParentKey, lock);
     });
 }
@@ -261,7 +261,7 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
     CResult reload;
     RavShielded(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone",
-                [&] { reload = m_pCoreInterface->UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); });
+                [&] { reload = Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); });
     if (!reload.Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
                          pVlan->m_strParentKey.c_str());

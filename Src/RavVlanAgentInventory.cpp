@@ -104,11 +104,11 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
 {
     const CRavTraceScope trace(L"CVlanAgentWin::EnumerateVlans", &result);
     result = CResult();
-    PurgeLocalVlanCache();
-    vlanKeys.clear();
-    EnumVlansPvt1(result, strParentKey, vlanKeys);
-    // A client that lists all VLANs asks for each of them next.
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateVlans", result, [&] {
+        PurgeLocalVlanCache();
+        vlanKeys.clear();
+        EnumVlansPvt1(result, strParentKey, vlanKeys);
+        // A client that lists all VLANs asks for each of them next.
         if (result.Succeeded() && strParentKey.IsEmpty())
             Bind(vlanKeys);
     });
@@ -481,10 +481,11 @@ void CVlanAgentWin::GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, 
 void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey, DWORD& dwStatus)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlanStatus", &result);
+    result = CResult();
     dwStatus = 0;
-    bool release = true; // a fresh view of the configuration
-    ReleaseNetCfgInterfaceObj(result, release);
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
+        bool release = true; // a fresh view of the configuration
+        ReleaseNetCfgInterfaceObj(result, release);
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
         CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -539,6 +540,7 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
             return;
         std::vector<std::unique_ptr<RAV_SETTING>> owned;
         result = vlan->GetMiniportReg()->EnumerateSettings(owned);
+        settings.reserve(owned.size()); // from here on nothing can be lost on the way
         for (auto& setting : owned)
             settings.push_back(setting.release());
     });

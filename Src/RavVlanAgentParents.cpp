@@ -70,7 +70,7 @@ bool CVlanAgentWin::IsFilteredOut(const CRavString& strParentKey)
 CResult CVlanAgentWin::DoesTeamSupportVlans(const CRavString& strTeam, bool& bSupports, bool& bNotLoaded,
                                             bool& bTeamFlag, const RAV_CLIENT_ID& client)
 {
-    CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf();
+    const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf();
     if (team == nullptr)
     {
         RavTrace().Print(L"DoesParentSupportVlans() -  fails unable to get team agent function pointer - exiting");
@@ -90,7 +90,7 @@ CResult CVlanAgentWin::DoesTeamSupportVlans(const CRavString& strTeam, bool& bSu
 
 CResult CVlanAgentWin::DoesAdapterSupportVlans(const CRavString& strAdapter, bool& bSupports, bool& bNotLoaded)
 {
-    CRavCoreAgentPvtIntf& core = *m_pCoreInterface;
+    CRavCoreAgentPvtIntf& core = Core();
     CResult result = CResult::Success();
     if (!core.IsRuleTrue(strAdapter, L"IsXmsSupported"))
     {
@@ -151,7 +151,7 @@ void CVlanAgentWin::EnumerateVlanSupportingParents(CResult& result, std::vector<
     parents.clear();
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateVlanSupportingParents", result, [&] {
         WaitForApplyDone(client);
-        CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf();
+        const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf();
         if (team == nullptr)
         {
             RavTrace().Print(L"EnumerateVlanSupportingParents() - unable to get team agent function pointer - "
@@ -199,7 +199,7 @@ bool CVlanAgentWin::AddSupportingAdapters(std::vector<CRavString>& parents, cons
                                           CResult& result)
 {
     std::vector<CRavString> adapters;
-    result = m_pCoreInterface->EnumerateAdapters(adapters);
+    result = Core().EnumerateAdapters(adapters);
     if (!result.Succeeded())
     {
         RavTrace().Print(L"EnumerateVlanSupportingParents() core agent's  EnumerateAdapters() fails.");
@@ -243,7 +243,7 @@ void CVlanAgentWin::IsParentVmqEnabled(CResult& result, const CRavString& strPar
         vlan.GetParentType(type);
         if (type == RAV_PARENT_ADAPTER)
         {
-            result = m_pCoreInterface->IsDeviceVmqEnabled(strParentKey, bVmqEnabled);
+            result = Core().IsDeviceVmqEnabled(strParentKey, bVmqEnabled);
             if (!result.Succeeded())
                 RavTrace().Print(L"IsParentVmqEnabled() - call to IsDeviceVmqEnabled() failed.");
         }
@@ -257,7 +257,7 @@ void CVlanAgentWin::IsParentVmqEnabled(CResult& result, const CRavString& strPar
 
 CResult CVlanAgentWin::IsTeamVmqEnabled(const CRavString& strTeam, bool& bEnabled)
 {
-    CRavTeamAgentPvtIntf* const team = GetTeamAgentPvtIntf();
+    const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf();
     if (team == nullptr)
     {
         RavTrace().Print(L"IsParentVmqEnabled() -  fails unable to get team agent function pointer - exiting");

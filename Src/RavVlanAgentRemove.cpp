@@ -53,13 +53,13 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlan", &result);
     RavTrace().Print(L"RemoveVlan, input vk-%s", strVlanKey.c_str());
-    if (strVlanKey.IsEmpty())
-    {
-        RavTrace().Print(L"RemoveVlan() - Vlan key is invalid");
-        ClearVlanCache();
-        return;
-    }
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan", result, [&] {
+        if (strVlanKey.IsEmpty())
+        {
+            RavTrace().Print(L"RemoveVlan() - Vlan key is invalid");
+            ClearVlanCache();
+            return;
+        }
         CResult locked;
         const CRavSuiteLock suiteLock(*this, lock, locked);
         // What was read before others could change it is worth nothing now.
@@ -285,7 +285,7 @@ void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavS
     for (const CRavString& member : members)
     {
         bool reboot = false;
-        if (!m_pCoreInterface->UnloadMiniport(member, reboot).Succeeded())
+        if (!Core().UnloadMiniport(member, reboot).Succeeded())
         {
             RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UnloadMiniport() fails - Exiting.");
             return;

@@ -3,6 +3,7 @@
 #include "Common/Src/RavResult.h"
 #include "Common/Src/RavString.h"
 
+#include <memory>
 #include <vector>
 
 class CRavCoreAgentPvtIntf;
@@ -17,8 +18,8 @@ class CRavVlanAgentServices
     virtual CRavNetCfgInterface* GetNetCfgInterface() = 0;
     // The core agent; null when there is none.
     virtual CRavCoreAgentPvtIntf* GetCoreInterface() = 0;
-    // The team agent, loaded anew; null when there is none. A pointer from an earlier call is no longer valid.
-    virtual CRavTeamAgentPvtIntf* LoadTeamAgent() = 0;
+    // The team agent, loaded anew; null when there is none. Who holds it keeps its module loaded.
+    virtual std::shared_ptr<CRavTeamAgentPvtIntf> LoadTeamAgent() = 0;
     // The keys of the VLANs whose parent is the given adapter or team, in enumeration order. Fails when a VLAN that the
     // intermediate driver lists for the adapter, and that is alive, is not among them.
     virtual CResult EnumerateVlansOnParent(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) = 0;

@@ -96,7 +96,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     else if (!supports)
     {
         bool member = false;
-        m_pCoreInterface->IsBoundToTeam(strParentKey, member);
+        Core().IsBoundToTeam(strParentKey, member);
         Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
     }
     else if (!ValidateAdapter(messages, strParentKey))
@@ -108,12 +108,12 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
 // False when nothing more is to be said of the adapter.
 bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter)
 {
-    if (!m_pCoreInterface->IsDeviceCorvo(strAdapter))
+    if (!Core().IsDeviceCorvo(strAdapter))
     {
         Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
         return false;
     }
-    if (!m_pCoreInterface->IsDriverSupportingVORN(strAdapter))
+    if (!Core().IsDriverSupportingVORN(strAdapter))
         Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
     return true;
 }
@@ -134,7 +134,7 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
 bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
 {
     RAV_SETTING* raw = nullptr;
-    const CResult read = m_pCoreInterface->GetSetting(strAdapter, L"*VMQ", &raw);
+    const CResult read = Core().GetSetting(strAdapter, L"*VMQ", &raw);
     const std::unique_ptr<RAV_SETTING> setting(raw);
     return read.Succeeded() && setting && setting->GetType() == RAV_SETTING_TYPE_ENUM &&
            static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
@@ -189,7 +189,7 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
     if (dwVlanId > RAV_MAX_VLAN_ID)
         return StopAndEnd(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
-    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         return StopAndEnd(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
     if (isNew && vlans.size() >= MAX_VLANS)
         return StopAndEnd(messages, RAV_MSG_PARENT_FULL);
@@ -254,7 +254,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     const size_t total = ids.size() + vlans.size();
-    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && m_pCoreInterface->IsVirtualDevice(strParentKey))
+    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
     else if (total > MAX_VLANS)
         Stop(messages, RAV_MSG_PARENT_OVERFULL);

@@ -76,6 +76,7 @@ bool CRavXmsVlan::LoadTeamAgent()
 {
     bool done = false;
     const CRavTraceScope trace(L"CRavXmsVlan::LoadTeamAgent", &done);
+    m_pTeamAgentPvt.reset(); // or it would keep the module that is to be loaded anew
     m_pTeamAgentPvt = m_services.LoadTeamAgent();
     done = m_pTeamAgentPvt != nullptr;
     if (!done)

@@ -253,9 +253,8 @@ class CRavXmsVlan : public CRavAdapter
     CRavVlanAgentServices& m_services;
     HKEY m_hParentClassKey = nullptr;
     CRavRegKey m_ownKey;
-    CRavTeamAgentPvtIntf* m_pTeamAgentPvt =
-        nullptr;                                   // good until the team agent is loaded again: ask LoadTeamAgent first
-    std::unique_ptr<CRavAdapter> m_pParentAdapter; // see ParentAdapter
+    std::shared_ptr<CRavTeamAgentPvtIntf> m_pTeamAgentPvt; // ask LoadTeamAgent first
+    std::unique_ptr<CRavAdapter> m_pParentAdapter;         // see ParentAdapter
     bool m_bBeingRemoved = false;
 };
 

@@ -61,6 +61,8 @@ class CRavAdapter
     std::unique_ptr<CRavNetCfgComponent> m_pNetCfgComponent;
 
   private:
+    CResult Unopened(const wchar_t* operation, const CRavRegKey& key) const;
+
     CRavString m_strInstance;
     CRavString m_strInstancePath;
     CRavString m_strDevice; // device instance id

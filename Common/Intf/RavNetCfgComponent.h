@@ -47,6 +47,8 @@ class CRavNetCfgComponent
     HRESULT Find(CRavNetCfgInterface& netCfg, Microsoft::WRL::ComPtr<INetCfgComponent>& component) const;
 
   private:
+    int Failed(const wchar_t* operation, HRESULT hStatus) const;
+
     CRavString m_strGuid;
     CRavString m_strDevice;
     CRavRegKey m_paramKey;

@@ -34,7 +34,8 @@ class CRavNetCfgInterface
     // A negative result means: no lock, and the session is open for reading again.
     HRESULT AcquireLockForWrite();
     // Applies the changes that were made under the lock, gives it back and goes on reading. The lock is given back
-    // even when the changes could not be applied; the result is then the failure.
+    // even when the changes could not be applied; the result is then the failure. It says nothing of the reading that
+    // follows, which fails call by call when the configuration could not be opened again.
     HRESULT ReleaseLockForWrite();
 
     // Finds the network adapter component with the instance GUID. S_FALSE and a null component when there is none.

@@ -4,6 +4,7 @@
 #include "Common/Src/RavRegKey.h"
 #include "Common/Src/ServiceHandle.h"
 
+#include <array>
 #include <iterator>
 
 namespace
@@ -25,18 +26,33 @@ bool IsFullPath(const CRavString& path)
            ((path.at(1) == L':' && path.at(2) == L'\\') || (path.at(0) == L'\\' && path.at(1) == L'\\'));
 }
 
-bool WaitForState(SC_HANDLE service, DWORD state)
+template <typename Condition>
+bool WaitFor(SC_HANDLE service, Condition&& condition)
 {
     SERVICE_STATUS status = {};
     for (DWORD waited = 0; waited <= SERVICE_WAIT_MILLISECONDS; waited += SERVICE_POLL_MILLISECONDS)
     {
         if (!QueryServiceStatus(service, &status))
             return false;
-        if (status.dwCurrentState == state)
+        if (condition(status.dwCurrentState))
             return true;
         Sleep(SERVICE_POLL_MILLISECONDS);
     }
+    SetLastError(ERROR_SERVICE_REQUEST_TIMEOUT);
     return false;
+}
+
+bool WaitForState(SC_HANDLE service, DWORD state)
+{
+    return WaitFor(service, [&](DWORD current) { return current == state; });
+}
+
+// A service on its way to a state takes no order; one that is stopping would even pass for one that runs.
+bool WaitForArrival(SC_HANDLE service)
+{
+    return WaitFor(service, [](DWORD current) {
+        return current == SERVICE_STOPPED || current == SERVICE_RUNNING || current == SERVICE_PAUSED;
+    });
 }
 
 template <typename Work>
@@ -54,13 +70,27 @@ bool WithService(DWORD selector, DWORD access, Work&& work)
 }
 } // namespace
 
+bool CHelper::RavInstalledFolder(CRavString& strFolder)
+{
+    CRavRegKey key;
+    std::array<wchar_t, RAV_INSTALLED_DIR_BYTES / sizeof(wchar_t) + 1> text = {};
+    DWORD size = RAV_INSTALLED_DIR_BYTES;
+    DWORD type = REG_NONE;
+    strFolder.ClearString();
+    if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) ||
+        RegQueryValueExW(key.GetHKey(), L"InstalledDir", nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) !=
+            ERROR_SUCCESS ||
+        type != REG_SZ)
+        return false;
+    strFolder = text.data();
+    return true;
+}
+
 HMODULE CHelper::RavLoadModule(RavModule module)
 {
     const CRavTraceScope trace(L"CHelper::RavLoadModule");
-    CRavRegKey key;
     CRavString folder;
-    if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) || !key.GetValue(L"InstalledDir", folder) ||
-        !IsFullPath(folder))
+    if (!RavInstalledFolder(folder) || !IsFullPath(folder))
     {
         RavTrace().Print(L"CHelper::RavLoadModule the suite's folder is not known: %s", folder.c_str());
         return nullptr;
@@ -74,11 +104,21 @@ HMODULE CHelper::RavLoadModule(RavModule module)
     return handle;
 }
 
+std::shared_ptr<void> CHelper::RavHoldModule(HMODULE hModule)
+{
+    HMODULE held = nullptr;
+    // The handle of a module is its address.
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(hModule), &held))
+        return nullptr;
+    return std::shared_ptr<void>(held, [](void* module) { FreeLibrary(static_cast<HMODULE>(module)); });
+}
+
 bool CHelper::RavStopService(DWORD dwSelector)
 {
     return WithService(dwSelector, SERVICE_STOP | SERVICE_QUERY_STATUS, [](SC_HANDLE service) {
         SERVICE_STATUS status = {};
-        return (ControlService(service, SERVICE_CONTROL_STOP, &status) || GetLastError() == ERROR_SERVICE_NOT_ACTIVE) &&
+        return WaitForArrival(service) &&
+               (ControlService(service, SERVICE_CONTROL_STOP, &status) || GetLastError() == ERROR_SERVICE_NOT_ACTIVE) &&
                WaitForState(service, SERVICE_STOPPED);
     });
 }
@@ -86,7 +126,8 @@ bool CHelper::RavStopService(DWORD dwSelector)
 bool CHelper::RavStartService(DWORD dwSelector)
 {
     return WithService(dwSelector, SERVICE_START | SERVICE_QUERY_STATUS, [](SC_HANDLE service) {
-        return (StartServiceW(service, 0, nullptr) || GetLastError() == ERROR_SERVICE_ALREADY_RUNNING) &&
+        return WaitForArrival(service) &&
+               (StartServiceW(service, 0, nullptr) || GetLastError() == ERROR_SERVICE_ALREADY_RUNNING) &&
                WaitForState(service, SERVICE_RUNNING);
     });
 }

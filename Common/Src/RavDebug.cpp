@@ -106,9 +106,10 @@ void LogFolder(const wchar_t* component, wchar_t (&folder)[PATH_SIZE])
         TempFolder(folder);
         return;
     }
-    // A kilobyte is read; the rest of the folder's buffer stays zero and terminates a text that is not.
+    // The rest of the folder's buffer stays zero and terminates a text that is not.
+    static_assert(RAV_INSTALLED_DIR_BYTES < PATH_SIZE * sizeof(wchar_t));
     wmemset(folder, L'\0', PATH_SIZE);
-    if (!key.Query(L"InstalledDir", REG_SZ, folder, 1024))
+    if (!key.Query(L"InstalledDir", REG_SZ, folder, RAV_INSTALLED_DIR_BYTES))
         folder[0] = L'\0';
 }
 

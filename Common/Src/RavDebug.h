@@ -9,6 +9,9 @@
 #include <cstdio>
 #include <memory>
 
+// How much is read of "InstalledDir", the REG_SZ value of the suite's key that names its folder.
+inline constexpr DWORD RAV_INSTALLED_DIR_BYTES = 1024;
+
 // Trace log of one component: a text file, one line a message, each stamped with component, process, thread, time and
 // call depth. Lines are in UTF-8 and flushed one by one, so that a trace survives a crash.
 //

@@ -6,7 +6,6 @@
 #include "Common/Src/RavRegKey.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace
 {
@@ -42,7 +41,8 @@ void RestartDcbService()
 {
     CRavRegKey key;
     CRavString change;
-    if (!key.Open(HKEY_LOCAL_MACHINE, DCB_KEY, true) || !key.GetValue(DCB_CHANGE, change) || !(change == L"1"))
+    if (!key.Open(HKEY_LOCAL_MACHINE, DCB_KEY, true) || key.GetRegType(DCB_CHANGE) != REG_SZ ||
+        !key.GetValue(DCB_CHANGE, change) || !(change == L"1"))
         return;
     CHelper::RavStopService(DCB_SERVICE);
     CHelper::RavStartService(DCB_SERVICE);
@@ -96,6 +96,7 @@ void CRavNetAgentPvt::AddForUnload(const CRavString& strMiniportInst)
 
 void CRavNetAgentPvt::ApplyDone_LoadDevice(CResult& result, bool& bReboot)
 {
+    result = CResult();
     const CRavTraceScope trace(L"CRavNetAgentPvt::ApplyDone_LoadDevice", &result);
     const SectionGuard guard(m_lock);
     if (m_reloadList.empty())
@@ -103,45 +104,46 @@ void CRavNetAgentPvt::ApplyDone_LoadDevice(CResult& result, bool& bReboot)
     else
         RavTrace().Print(L"ApplyDone_LoadDevice() - Need to load (%d) Miniports.",
                          static_cast<int>(m_reloadList.size()));
-    bool reboot = false;
-    while (!m_reloadList.empty())
-    {
-        const CRavString name = m_reloadList.front();
-        CResult loaded;
-        LoadDeviceMiniport(loaded, name, reboot);
-        if (!loaded.Succeeded())
-            RavTrace().Error(SOURCE_FILE, LOAD_LINE, MINIPORT_FAILED, name.c_str());
-        if (reboot)
-            bReboot = true;
-        m_reloadList.erase(m_reloadList.begin());
-    }
-    result = CResult::Success();
+    Forward(__LINE__, L"CRavNetAgentPvt::ApplyDone_LoadDevice - Exception caught", [&] {
+        PassOver(m_reloadList, &CRavNetAgentPvt::LoadDeviceMiniport, LOAD_LINE, bReboot);
+        result.ulErrCode = 0;
+    });
 }
 
 void CRavNetAgentPvt::ApplyDone_UnloadDevice(CResult& result, bool& bReboot)
 {
+    result = CResult();
     const CRavTraceScope trace(L"CRavNetAgentPvt::ApplyDone_UnloadDevice", &result);
     const SectionGuard guard(m_lock);
-    RestartDcbService();
+    Forward(__LINE__, L"CRavNetAgentPvt::ApplyDone_UnloadDevice - Exception caught", [&] { RestartDcbService(); });
     if (m_unloadList.empty())
         RavTrace().Print(L"ApplyDone_UnLoadDevice() - No miniports to load");
     else
         RavTrace().Print(L"ApplyDone_UnLoadDevice() - Need to unload (%d) Miniports.",
                          static_cast<int>(m_unloadList.size()));
+    Forward(__LINE__, L"CRavNetAgentPvt::ApplyDone_UnloadDevice - Exception caught", [&] {
+        PassOver(m_unloadList, &CRavNetAgentPvt::UnloadDeviceMiniport, UNLOAD_LINE, bReboot);
+        result.ulErrCode = 0;
+    });
+}
+
+// One entry after the other, from the front. What one of them throws is that one's failure.
+void CRavNetAgentPvt::PassOver(std::vector<CRavString>& list, MINIPORT_OPERATION operation, int line, bool& bReboot)
+{
     bool reboot = false;
-    while (!m_unloadList.empty())
+    while (!list.empty())
     {
-        const CRavString name = m_unloadList.front();
-        CResult unloaded;
-        UnloadDeviceMiniport(unloaded, name, reboot);
-        if (!unloaded.Succeeded())
-            RavTrace().Error(SOURCE_FILE, UNLOAD_LINE, MINIPORT_FAILED, name.c_str());
+        const CRavString name = list.front();
+        CResult done;
+        Forward(line, L"CRavNetAgentPvt - Exception caught", [&] { (this->*operation)(done, name, reboot); });
+        if (!done.Succeeded())
+            RavTrace().Error(SOURCE_FILE, line, MINIPORT_FAILED, name.c_str());
         if (reboot)
             bReboot = true;
-        AddForReload(name);
-        m_unloadList.erase(m_unloadList.begin());
+        if (&list == &m_unloadList)
+            AddForReload(name);
+        list.erase(list.begin());
     }
-    result = CResult::Success();
 }
 
 void CRavNetAgentPvt::UnloadDeviceMiniport(CResult& result, const CRavString& /*strMiniportInst*/, bool& /*bReboot*/)
@@ -171,55 +173,58 @@ void CRavNetAgentPvt::FetchCoreAgentPvt()
     const CRavTraceScope trace(L"CRavNetAgentPvt::FetchCoreAgentPvt");
     const SectionGuard guard(m_lock);
     m_pCoreAgentPvt = nullptr;
-    // Loaded before the earlier one is given back: nobody who is inside it loses the ground.
-    const HMODULE previous = m_hCoreAgent;
+    if (m_hCoreAgent != nullptr)
+        FreeLibrary(m_hCoreAgent);
     m_hCoreAgent = CHelper::RavLoadModule(RavModule::CoreAgent);
-    if (previous != nullptr)
-        FreeLibrary(previous);
     if (m_hCoreAgent == nullptr)
         return;
-    const FARPROC address = GetProcAddress(m_hCoreAgent, RAV_GET_CORE_AGENT_PVT_NAME);
-    RAV_GET_CORE_AGENT_PVT factory = nullptr;
-    static_assert(sizeof(factory) == sizeof(address));
-    memcpy(&factory, &address, sizeof(factory));
+    const auto factory = CHelper::RavExport<RAV_GET_CORE_AGENT_PVT>(m_hCoreAgent, RAV_GET_CORE_AGENT_PVT_NAME);
     if (factory != nullptr)
-        m_pCoreAgentPvt = factory();
+        Forward(__LINE__, L"CRavNetAgentPvt::FetchCoreAgentPvt - Exception caught",
+                [&] { m_pCoreAgentPvt = factory(); });
+}
+
+CRavCoreAgentPvtIntf* CRavNetAgentPvt::GetCoreAgentPvt() const
+{
+    const SectionGuard guard(m_lock);
+    return m_pCoreAgentPvt;
 }
 
 void CRavNetAgentPvt::VerifyClientID(CResult& result, const RAV_CLIENT_ID& client)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::VerifyClientID", &result);
     result = CResult();
-    if (m_pCoreAgentPvt == nullptr)
+    CRavCoreAgentPvtIntf* const core = GetCoreAgentPvt();
+    if (core == nullptr)
         return;
-    Forward(238, L"CRavNetAgentPvt::VerifyClientID - Exception caught",
-            [&] { result = m_pCoreAgentPvt->VerifyClientID(client); });
+    Forward(238, L"CRavNetAgentPvt::VerifyClientID - Exception caught", [&] { result = core->VerifyClientID(client); });
 }
 
 void CRavNetAgentPvt::WaitForApplyDone(const RAV_CLIENT_ID& client)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::WaitForApplyDone");
-    if (m_pCoreAgentPvt == nullptr)
+    CRavCoreAgentPvtIntf* const core = GetCoreAgentPvt();
+    if (core == nullptr)
         return;
-    Forward(267, L"CRavNetAgentPvt::WaitForApplyDone() - Exception caught",
-            [&] { m_pCoreAgentPvt->WaitForApplyDone(client); });
+    Forward(267, L"CRavNetAgentPvt::WaitForApplyDone() - Exception caught", [&] { core->WaitForApplyDone(client); });
 }
 
 void CRavNetAgentPvt::StartLock(CResult& result, const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::StartLock", &result);
     result = CResult();
-    if (m_pCoreAgentPvt == nullptr)
+    CRavCoreAgentPvtIntf* const core = GetCoreAgentPvt();
+    if (core == nullptr)
         return;
-    Forward(352, L"CRavNetAgentPvt::StartLock() - Exception caught",
-            [&] { result = m_pCoreAgentPvt->StartLock(request, token); });
+    Forward(352, L"CRavNetAgentPvt::StartLock() - Exception caught", [&] { result = core->StartLock(request, token); });
 }
 
 void CRavNetAgentPvt::DoneLock(CResult& result, const RAV_LOCK_TOKEN& token)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::DoneLock", &result);
     result = CResult();
-    if (m_pCoreAgentPvt == nullptr)
+    CRavCoreAgentPvtIntf* const core = GetCoreAgentPvt();
+    if (core == nullptr)
         return;
-    Forward(380, L"CRavNetAgentPvt::DoneLock() - Exception caught", [&] { result = m_pCoreAgentPvt->DoneLock(token); });
+    Forward(380, L"CRavNetAgentPvt::DoneLock() - Exception caught", [&] { result = core->DoneLock(token); });
 }

@@ -25,7 +25,8 @@ class CRavNetAgentPvt
 
     // First pass of an applied transaction: restarts the DCB service if one of its settings changed, unloads every
     // miniport that was queued for it and queues each for the load pass. A miniport that fails is traced and skipped.
-    // bReboot is set, never cleared, when a miniport needs a restart of the system. Code 0 in every case.
+    // bReboot is set, never cleared, when a miniport needs a restart of the system. Code 0, unless there is no memory
+    // left to go on with.
     virtual void ApplyDone_UnloadDevice(CResult& result, bool& bReboot);
     // Second pass: loads every queued miniport; otherwise as above.
     virtual void ApplyDone_LoadDevice(CResult& result, bool& bReboot);
@@ -43,10 +44,11 @@ class CRavNetAgentPvt
     void AddForReload(const CRavString& strMiniportInst);
     void AddForUnload(const CRavString& strMiniportInst);
 
-    // Loads the core agent module from the suite's folder and fetches its private interface; GetCoreAgentPvt tells
-    // whether there is one.
+    // Loads the core agent module from the suite's folder, after it has given back one that is loaded, and fetches its
+    // private interface; GetCoreAgentPvt tells whether there is one. Once it is there it is good as long as this object
+    // lives, provided that it is not fetched again.
     void FetchCoreAgentPvt();
-    CRavCoreAgentPvtIntf* GetCoreAgentPvt() const { return m_pCoreAgentPvt; }
+    CRavCoreAgentPvtIntf* GetCoreAgentPvt() const;
 
     // Forwarded to the core agent; what it throws is traced and becomes a failure. So does a core agent that is not
     // there.
@@ -56,7 +58,12 @@ class CRavNetAgentPvt
     void WaitForApplyDone(const RAV_CLIENT_ID& client);
 
   private:
-    CRITICAL_SECTION m_lock;
+    using MINIPORT_OPERATION = void (CRavNetAgentPvt::*)(CResult& result, const CRavString& strMiniportInst,
+                                                         bool& bReboot);
+
+    void PassOver(std::vector<CRavString>& list, MINIPORT_OPERATION operation, int line, bool& bReboot);
+
+    mutable CRITICAL_SECTION m_lock;
     std::vector<CRavString> m_reloadList;
     std::vector<CRavString> m_unloadList;
     CRavCoreAgentPvtIntf* m_pCoreAgentPvt = nullptr;

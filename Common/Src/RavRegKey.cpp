@@ -112,6 +112,22 @@ void CRavRegKey::Close()
     Init();
 }
 
+// The enumeration goes on where it was: only its end, ResetEnumeration and Close make it start again.
+bool CRavRegKey::TakeKey(LONG status, HKEY key)
+{
+    m_bIsOpened = TakeStatus(status);
+    m_hKey = m_bIsOpened ? key : nullptr;
+    return m_bIsOpened;
+}
+
+void CRavRegKey::GiveKeyBack()
+{
+    if (m_bIsOpened)
+        RegCloseKey(m_hKey);
+    m_bIsOpened = false;
+    m_hKey = nullptr;
+}
+
 bool CRavRegKey::TakeStatus(LONG status)
 {
     m_lLastResult = status;
@@ -129,25 +145,24 @@ void CRavRegKey::BuildKeyName(HKEY root, const CRavString& subKey)
 
 bool CRavRegKey::Open(HKEY root, const CRavString& subKey, bool bWrite)
 {
-    Close();
+    GiveKeyBack();
     HKEY key = nullptr;
-    m_bIsOpened = TakeStatus(RegOpenKeyExW(root, subKey, 0, Access(bWrite), &key));
-    m_hKey = m_bIsOpened ? key : nullptr;
+    const LONG status = RegOpenKeyExW(root, subKey, 0, Access(bWrite), &key);
+    TakeKey(status, key);
     BuildKeyName(root, subKey);
     return m_bIsOpened;
 }
 
 bool CRavRegKey::Create(HKEY root, const CRavString& subKey, bool bWrite, bool bVolatile)
 {
-    Close();
+    GiveKeyBack();
     HKEY key = nullptr;
     const DWORD options = bVolatile ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE;
-    m_bIsOpened =
-        TakeStatus(RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, &key, nullptr));
-    m_hKey = m_bIsOpened ? key : nullptr;
-    if (m_bIsOpened)
-        BuildKeyName(root, subKey);
-    return m_bIsOpened;
+    const LONG status = RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, &key, nullptr);
+    if (!TakeKey(status, key))
+        return false;
+    BuildKeyName(root, subKey);
+    return true;
 }
 
 bool CRavRegKey::GetValue(const CRavString& name, DWORD& value)
@@ -195,7 +210,15 @@ bool CRavRegKey::QueryText(const CRavString& name, CRavString& value)
 
 bool CRavRegKey::GetValue(const CRavString& name, std::vector<CRavString>& values)
 {
-    values.clear();
+    // The name may be an element of the output.
+    std::vector<CRavString> read;
+    const bool done = QueryList(name, read);
+    values.swap(read);
+    return done;
+}
+
+bool CRavRegKey::QueryList(const CRavString& name, std::vector<CRavString>& values)
+{
     m_lLastResult = ERROR_SUCCESS;
     if (!m_bIsOpened)
         return false;

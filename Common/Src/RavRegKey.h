@@ -85,7 +85,10 @@ class CRavRegKey
     void Init();
     bool TakeStatus(LONG status);
     void BuildKeyName(HKEY root, const CRavString& subKey);
+    bool TakeKey(LONG status, HKEY key);
+    void GiveKeyBack();
     bool QueryText(const CRavString& name, CRavString& value);
+    bool QueryList(const CRavString& name, std::vector<CRavString>& values);
     bool WriteValue(const CRavString& name, DWORD type, const void* data, size_t size);
     DWORD RemoveSubKey(const wchar_t* name);
 

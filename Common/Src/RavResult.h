@@ -12,7 +12,8 @@ class CResult
     constexpr CResult() = default;
     constexpr explicit CResult(DWORD code, DWORD resultClass = FAILED) : ulErrCode(code), ulErrClass(resultClass) {}
 
-    static constexpr CResult Success() { return CResult(0, 0); }
+    // The code alone: the class word stays as it started.
+    static constexpr CResult Success() { return CResult(0); }
     constexpr bool Succeeded() const { return ulErrCode == 0; }
 
     DWORD ulErrCode = FAILED;

@@ -2,6 +2,8 @@
 
 #include "Common/Src/RavDebug.h"
 
+#include <windows.h>
+
 #include <atomic>
 #include <cerrno>
 #include <cstdlib>
@@ -14,17 +16,44 @@ constexpr int COPY_LINE = 98;
 constexpr int CAT_LINE = 150;
 constexpr int NULL_DESTINATION_LINE = 189;
 
-std::atomic<bool> g_handlerInstalled{false};
-_invalid_parameter_handler g_previousHandler = nullptr;
-
-void EnsureHandler(int line)
+bool IsLoaded(_invalid_parameter_handler handler)
 {
-    if (g_handlerInstalled.load(std::memory_order_acquire))
-        return;
-    RavTrace().Error(SOURCE_FILE, line, L"Setting invalid parameter handler to: RavSecureInvalidParameterHandler");
-    g_previousHandler = _set_invalid_parameter_handler(RavSecureInvalidParameterHandler);
-    g_handlerInstalled.store(true, std::memory_order_release);
+    HMODULE module = nullptr;
+    return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                              reinterpret_cast<const wchar_t*>(handler), &module) != FALSE;
 }
+
+// The process has one handler for all its modules. What was there before this module's is there again when this module
+// goes.
+class HandlerInstallation
+{
+  public:
+    HandlerInstallation() { RavTrace(); } // made before, so that the handler never writes to a log that is gone
+    ~HandlerInstallation()
+    {
+        // A module that came later has its own, and a former owner may have gone first.
+        if (_get_invalid_parameter_handler() == RavSecureInvalidParameterHandler)
+            _set_invalid_parameter_handler(IsLoaded(m_previous) ? m_previous.load() : nullptr);
+    }
+    HandlerInstallation(const HandlerInstallation&) = delete;
+    HandlerInstallation& operator=(const HandlerInstallation&) = delete;
+
+    void Ensure(int line)
+    {
+        if (m_installed)
+            return;
+        RavTrace().Error(SOURCE_FILE, line, L"Setting invalid parameter handler to: RavSecureInvalidParameterHandler");
+        const auto previous = _set_invalid_parameter_handler(RavSecureInvalidParameterHandler);
+        if (previous != RavSecureInvalidParameterHandler) // another thread was faster
+            m_previous = previous;
+        m_installed = true;
+    }
+
+  private:
+    std::atomic<bool> m_installed{false};
+    std::atomic<_invalid_parameter_handler> m_previous{nullptr};
+};
+HandlerInstallation g_handler;
 
 // Copy and concatenation share their messages, which all name the copy.
 void Report(int error, const wchar_t* sourceFile, int line, const wchar_t* destination)
@@ -41,7 +70,7 @@ void Report(int error, const wchar_t* sourceFile, int line, const wchar_t* desti
 int RavSafeCopy(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize,
                 const wchar_t* source)
 {
-    EnsureHandler(COPY_LINE);
+    g_handler.Ensure(COPY_LINE);
     const int error = wcscpy_s(destination, destinationSize, source);
     Report(error, sourceFile, line, destination);
     return error;
@@ -49,10 +78,15 @@ int RavSafeCopy(const wchar_t* sourceFile, int line, wchar_t* destination, size_
 
 int RavSafeCat(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize, const wchar_t* source)
 {
-    EnsureHandler(CAT_LINE);
+    g_handler.Ensure(CAT_LINE);
     const int error = wcscat_s(destination, destinationSize, source);
     Report(error, sourceFile, line, destination);
     return error;
+}
+
+void RavSecureInstallHandler()
+{
+    g_handler.Ensure(COPY_LINE);
 }
 
 int RavSecureDetail::Traced(const wchar_t* scope, Operation operation, const wchar_t* sourceFile, int line,

@@ -6,6 +6,7 @@
 // Bounded copies into fixed buffers, the only way in which the module fills one. Sizes are in characters. They return
 // 0, EINVAL or ERANGE; on failure the destination is the empty string and the trace names the caller's place. The
 // process never ends over a bad argument: the first use installs an invalid-parameter handler that traces and returns.
+// The handler that was there before comes back when this module is unloaded.
 
 // wcscpy_s
 int RavSafeCopy(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize,
@@ -33,6 +34,9 @@ int RavSafeCat(const wchar_t* sourceFile, int line, wchar_t (&destination)[Size]
 {
     return RavSecureDetail::Traced(L"RavSafeCat", RavSafeCat, sourceFile, line, destination, Size, source);
 }
+
+// For other calls of the runtime library that may refuse their arguments: installs the handler, if it is not yet.
+void RavSecureInstallHandler();
 
 // The handler: traces and returns, so that the runtime library reports the error by its result.
 void RavSecureInvalidParameterHandler(const wchar_t* expression, const wchar_t* function, const wchar_t* file,

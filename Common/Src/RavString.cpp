@@ -1,5 +1,7 @@
 #include "Common/Src/RavString.h"
 
+#include "Common/Src/RavSecure.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cwchar>
@@ -43,6 +45,7 @@ CRavString& CRavString::operator=(const wchar_t* text)
 
 CRavString& CRavString::operator=(const int& number)
 {
+    RavSecureInstallHandler();
     wchar_t buffer[NUMBER_SIZE] = {};
     if (_itow_s(number, buffer, NUMBER_SIZE, 10) == 0)
         assign(buffer);
@@ -129,6 +132,7 @@ int CRavString::FormatString(const wchar_t* format, ...)
 
 int CRavString::FormatString(const wchar_t* format, va_list args)
 {
+    RavSecureInstallHandler();
     va_list again;
     va_copy(again, args);
     int length = format != nullptr ? _vscwprintf(format, args) : -1;

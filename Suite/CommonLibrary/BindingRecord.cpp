@@ -32,17 +32,19 @@ bool RavDeleteBindingRecord(const CRavString& adapter)
 {
     CRavRegKey suite;
     CRavRegKey records;
-    if (!suite.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, true))
-        return suite.LastResult() == ERROR_FILE_NOT_FOUND;
-    if (!records.Open(suite.GetHKey(), BINDINGS, true))
-        return records.LastResult() == ERROR_FILE_NOT_FOUND;
-    if (!records.DeleteValue(adapter) && records.LastResult() != ERROR_FILE_NOT_FOUND)
+    const bool deleted = suite.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, true) &&
+                         records.Open(suite.GetHKey(), BINDINGS, true) && records.DeleteValue(adapter);
+    const LONG status = suite.IsOpened() ? records.LastResult() : suite.LastResult();
+    if (!deleted && status != ERROR_FILE_NOT_FOUND)
     {
-        RavTrace().Print(L"RavDeleteBindingRecord - %s, error %d", adapter.c_str(), records.LastResult());
+        RavTrace().Print(L"RavDeleteBindingRecord - %s, error %d", adapter.c_str(), status);
         return false;
     }
     CRavString other;
-    const bool last = !records.EnumValue(other) && records.LastResult() == ERROR_NO_MORE_ITEMS;
+    const bool last = records.IsOpened() && !records.EnumValue(other) && records.LastResult() == ERROR_NO_MORE_ITEMS;
     records.Close();
-    return !last || suite.DeleteSubKey(BINDINGS);
+    if (!last || suite.DeleteSubKey(BINDINGS))
+        return true;
+    RavTrace().Print(L"RavDeleteBindingRecord - the empty key stays");
+    return false;
 }

@@ -33,9 +33,11 @@ class DeviceList
     HDEVINFO m_list;
 };
 
-CResult FromStatus(LONG status)
+// A call on a value of the driver key that did not do, and why.
+CResult Failed(const wchar_t* operation, const CRavString& name, LONG status)
 {
-    return status == ERROR_SUCCESS ? CResult::Success() : CResult(static_cast<DWORD>(status));
+    RavTrace().Print(L"CRavAdapter::%s - %s, error %d", operation, name.c_str(), status);
+    return CResult(static_cast<DWORD>(status));
 }
 
 // The device of an adapter as its connection names it: one look, where a search of the network configuration would ask
@@ -140,7 +142,11 @@ bool CRavAdapter::CreateNetCfgComponentObj(CRavNetCfgInterface& netCfg)
         path = DriverKeyOfDevice(device, m_strInstance);
     }
     if (path.IsEmpty())
+    {
+        RavTrace().Print(L"CRavAdapter::CreateNetCfgComponentObj - there is no adapter %s with a driver key",
+                         m_strInstance.c_str());
         return false;
+    }
     m_strDevice = device;
     m_strInstancePath = path;
     m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_strInstance, device);
@@ -154,7 +160,7 @@ CResult CRavAdapter::GetParameter(RAV_PARAMETER& parameter)
 {
     CRavRegKey key;
     if (m_strInstancePath.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
-        return CResult();
+        return Unopened(L"GetParameter", key);
     parameter.dwType = key.GetRegType(parameter.strName);
     bool done = false;
     switch (parameter.dwType)
@@ -174,14 +180,15 @@ CResult CRavAdapter::GetParameter(RAV_PARAMETER& parameter)
     }
     if (done)
         return CResult::Success();
-    return CResult(key.LastResult() != ERROR_SUCCESS ? static_cast<DWORD>(key.LastResult()) : ERROR_INVALID_DATA);
+    return Failed(L"GetParameter", parameter.strName,
+                  key.LastResult() != ERROR_SUCCESS ? key.LastResult() : ERROR_INVALID_DATA);
 }
 
 CResult CRavAdapter::SetParameter(const RAV_PARAMETER& parameter)
 {
     CRavRegKey key;
     if (m_strInstancePath.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
-        return CResult();
+        return Unopened(L"SetParameter", key);
     CRavString text = parameter.strValue;
     switch (parameter.dwType)
     {
@@ -196,18 +203,29 @@ CResult CRavAdapter::SetParameter(const RAV_PARAMETER& parameter)
         key.SetValue(parameter.strName, parameter.values);
         break;
     default:
-        return CResult(ERROR_INVALID_PARAMETER);
+        return Failed(L"SetParameter", parameter.strName, ERROR_INVALID_PARAMETER);
     }
-    return FromStatus(key.LastResult());
+    return key.LastResult() == ERROR_SUCCESS ? CResult::Success()
+                                             : Failed(L"SetParameter", parameter.strName, key.LastResult());
+}
+
+CResult CRavAdapter::Unopened(const wchar_t* operation, const CRavRegKey& key) const
+{
+    RavTrace().Print(L"CRavAdapter::%s - the driver key of %s is not to be had, error %d", operation,
+                     m_strInstance.c_str(), key.LastResult());
+    return CResult();
 }
 
 DWORD CRavAdapter::GetLoadStatus(CRavNetCfgInterface& netCfg)
 {
     ComPtr<INetCfgComponent> component;
     ULONG problem = 0;
-    if (FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, component)) || !component ||
-        FAILED(component->GetDeviceStatus(&problem)))
+    HRESULT status = netCfg.FindNetworkComponentByGUID(m_strInstance, component);
+    if (FAILED(status) || !component || FAILED(status = component->GetDeviceStatus(&problem)))
+    {
+        RavTrace().Print(L"CRavAdapter::GetLoadStatus - %s, 0x%X", m_strInstance.c_str(), status);
         return RAV_LOAD_STATUS_UNKNOWN;
+    }
     return problem == 0                  ? RAV_LOAD_STATUS_LOADED
            : problem == PROBLEM_DISABLED ? RAV_LOAD_STATUS_DISABLED
                                          : RAV_LOAD_STATUS_NOT_LOADED;
@@ -226,19 +244,18 @@ CResult CRavAdapter::IsHyperV_EnabledOnDevice(CRavNetCfgInterface& netCfg, bool&
     ComPtr<INetCfgComponent> hyperV;
     ComPtr<INetCfgComponent> adapter;
     ComPtr<INetCfgComponentBindings> bindings;
-    const HRESULT found = netCfg.FindComponentById(HYPER_V_PROTOCOL_ID, hyperV);
-    if (FAILED(found) || FAILED(netCfg.FindNetworkComponentByGUID(m_strInstance, adapter)) || !adapter)
-        return result;
-    if (hyperV)
+    HRESULT status = netCfg.FindComponentById(HYPER_V_PROTOCOL_ID, hyperV);
+    if (SUCCEEDED(status))
+        status = netCfg.FindNetworkComponentByGUID(m_strInstance, adapter);
+    if (SUCCEEDED(status) && adapter && hyperV && SUCCEEDED(status = hyperV.As(&bindings)))
     {
-        if (FAILED(hyperV.As(&bindings)))
-            return result;
-        const HRESULT bound = bindings->IsBoundTo(adapter.Get());
-        if (FAILED(bound))
-            return result;
-        bEnabled = bound == S_OK;
+        status = bindings->IsBoundTo(adapter.Get());
+        bEnabled = status == S_OK;
     }
-    result = CResult::Success(); // without the protocol nothing is bound
+    if (SUCCEEDED(status) && adapter)
+        result = CResult::Success(); // without the protocol nothing is bound
+    else
+        RavTrace().Print(L"CRavAdapter::IsHyperV_EnabledOnDevice - %s, 0x%X", m_strInstance.c_str(), status);
     return result;
 }
 
@@ -248,5 +265,7 @@ CResult CRavAdapter::ReloadDevice(bool bLoad, bool& bReboot)
     const CRavTraceScope trace(L"CRavAdapter::ReloadDevice", &result);
     if (!m_strDevice.IsEmpty())
         result = ChangeState(m_strDevice, bLoad ? DICS_START : DICS_STOP, bReboot);
+    else
+        RavTrace().Print(L"CRavAdapter::ReloadDevice - the device of %s is not known", m_strInstance.c_str());
     return result;
 }

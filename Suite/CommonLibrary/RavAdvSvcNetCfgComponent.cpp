@@ -24,29 +24,43 @@ bool IsLeftAlone(INetCfgComponent& protocol)
                        [&](const wchar_t* id) { return RavHasComponentId(protocol, id); });
 }
 
-HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, bool bind)
+HRESULT Traced(const wchar_t* call, HRESULT status)
 {
-    ComPtr<INetCfgComponentBindings> bindings;
-    HRESULT status = protocol.QueryInterface(IID_PPV_ARGS(&bindings));
     if (FAILED(status))
-        return status;
-    const bool bound = bindings->IsBoundTo(&adapter) == S_OK;
-    if (bound == bind || (bind && bindings->IsBindableTo(&adapter) != S_OK))
-        return S_OK;
-    status = bind ? bindings->BindTo(&adapter) : bindings->UnbindFrom(&adapter);
-    if (FAILED(status))
-        RavTrace().Print(L"CRavAdvSvcNetCfgComponent: %s fails, 0x%X", bind ? L"BindTo" : L"UnbindFrom", status);
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent: %s fails, 0x%X", call, status);
     return status;
+}
+
+HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bound,
+                ComPtr<INetCfgComponentBindings>& bindings)
+{
+    HRESULT status = protocol.QueryInterface(IID_PPV_ARGS(bindings.ReleaseAndGetAddressOf()));
+    if (SUCCEEDED(status))
+        status = bindings->IsBoundTo(&adapter);
+    bound = status == S_OK;
+    return Traced(L"IsBoundTo", status);
 }
 
 HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bound)
 {
     ComPtr<INetCfgComponentBindings> bindings;
-    HRESULT status = protocol.QueryInterface(IID_PPV_ARGS(&bindings));
-    if (SUCCEEDED(status))
-        status = bindings->IsBoundTo(&adapter);
-    bound = status == S_OK;
-    return status;
+    return IsBound(protocol, adapter, bound, bindings);
+}
+
+// What cannot be bound to the adapter at all is left as it is.
+HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, bool bind)
+{
+    ComPtr<INetCfgComponentBindings> bindings;
+    bool bound = false;
+    HRESULT status = IsBound(protocol, adapter, bound, bindings);
+    if (FAILED(status) || bound == bind)
+        return FAILED(status) ? status : S_OK;
+    if (!bind)
+        return Traced(L"UnbindFrom", bindings->UnbindFrom(&adapter));
+    status = Traced(L"IsBindableTo", bindings->IsBindableTo(&adapter));
+    if (status == S_OK)
+        status = Traced(L"BindTo", bindings->BindTo(&adapter));
+    return FAILED(status) ? status : S_OK;
 }
 
 // Which protocols an adapter gets back: those of its record, and without one TCP/IP if the driver was bound to it.
@@ -145,7 +159,7 @@ HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
     {
         ComPtr<INetCfgComponent> protocol;
         HRESULT status = netCfg.FindComponentById(id, protocol);
-        if (SUCCEEDED(status) && protocol)
+        if (SUCCEEDED(Traced(L"FindComponent", status)) && protocol)
             status = Bind(*protocol.Get(), adapter, true);
         if (FAILED(status) && SUCCEEDED(first))
             first = status; // the others still have to come back

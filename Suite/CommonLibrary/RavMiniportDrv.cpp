@@ -29,8 +29,12 @@ bool CRavMiniportDrv::SetOid(DWORD dwOid, const BYTE* pData, DWORD dwSize)
     bool done = false;
     const CRavTraceScope trace(L"CRavMiniportDrv::SetOid", &done);
     RAV_OID_HEADER header = {};
-    if (m_hDevice == INVALID_HANDLE_VALUE ||
-        RavSafeCopy(L"..\\..\\Suite\\CommonLibrary\\RavMiniportDrv", __LINE__, header.szAdapter,
+    if (m_hDevice == INVALID_HANDLE_VALUE)
+    {
+        RavTrace().Print(L"CRavMiniportDrv::SetOid - the driver is not open");
+        return false;
+    }
+    if (RavSafeCopy(L"..\\..\\Suite\\CommonLibrary\\RavMiniportDrv", __LINE__, header.szAdapter,
                     std::size(header.szAdapter), m_strAdapter) != 0)
         return false;
     header.dwOid = dwOid;

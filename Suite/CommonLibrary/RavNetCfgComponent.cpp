@@ -57,6 +57,12 @@ bool TextOfGuid(INetCfgComponent& component, CRavString& text)
 }
 } // namespace
 
+int CRavNetCfgComponent::Failed(const wchar_t* operation, HRESULT hStatus) const
+{
+    RavTrace().Print(L"CRavNetCfgComponent::%s fails for %s, 0x%X", operation, m_strGuid.c_str(), hStatus);
+    return -1;
+}
+
 HRESULT CRavNetCfgComponent::Find(CRavNetCfgInterface& netCfg, ComPtr<INetCfgComponent>& component) const
 {
     const HRESULT status = netCfg.FindNetworkComponentByGUID(m_strGuid, component);
@@ -82,6 +88,7 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
     if (!TextOfGuid(*component.Get(), strInstance))
     {
         // Nobody could ever name it: it must not stay.
+        RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - the new miniport has no GUID");
         DeInstall(netCfg, *setup.Get(), *component.Get());
         return status;
     }
@@ -123,8 +130,11 @@ int CRavNetCfgComponent::GetDescription(CRavNetCfgInterface& netCfg, CRavString&
         return 0;
     ComPtr<INetCfgComponent> component;
     CNetCfgText text;
-    if (FAILED(Find(netCfg, component)) || FAILED(component->GetDisplayName(text.Out())))
-        return -1;
+    HRESULT result = Find(netCfg, component);
+    if (SUCCEEDED(result))
+        result = component->GetDisplayName(text.Out());
+    if (FAILED(result))
+        return Failed(L"GetDescription", result);
     strDescription = text.Get();
     return 0;
 }
@@ -135,16 +145,16 @@ int CRavNetCfgComponent::SetDisplayName(CRavNetCfgInterface& netCfg, const CRavS
     HRESULT result = Find(netCfg, component);
     if (SUCCEEDED(result))
         result = component->SetDisplayName(strName);
-    if (SUCCEEDED(result))
-        return 0;
-    RavTrace().Print(L"CRavNetCfgComponent::SetDisplayName fails for %s, 0x%X", m_strGuid.c_str(), result);
-    return -1;
+    return SUCCEEDED(result) ? 0 : Failed(L"SetDisplayName", result);
 }
 
 int CRavNetCfgComponent::OpenParamKey(CRavNetCfgInterface& netCfg, HKEY& hKey)
 {
     ComPtr<INetCfgComponent> component;
-    return SUCCEEDED(Find(netCfg, component)) && SUCCEEDED(component->OpenParamKey(&hKey)) ? 0 : -1;
+    HRESULT result = Find(netCfg, component);
+    if (SUCCEEDED(result))
+        result = component->OpenParamKey(&hKey);
+    return SUCCEEDED(result) ? 0 : Failed(L"OpenParamKey", result);
 }
 
 int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const CRavString& strName,
@@ -154,6 +164,7 @@ int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const
     const CRavTraceScope trace(L"CRavNetCfgComponent::SetParameterValue", &status);
     CRavRegKey networkClass;
     networkClass.Open(HKEY_LOCAL_MACHINE, strClassPath, false);
+    LONG reason = networkClass.LastResult();
     CRavString instance;
     while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
     {
@@ -164,8 +175,11 @@ int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const
         CRavString value = strValue;
         if (m_paramKey.SetValue(strName, value, false))
             status = 0;
+        reason = m_paramKey.LastResult();
         break;
     }
     m_paramKey.Close();
+    if (status != 0)
+        Failed(L"SetParameterValue", HRESULT_FROM_WIN32(reason != ERROR_SUCCESS ? reason : ERROR_NOT_FOUND));
     return status;
 }

@@ -40,6 +40,13 @@ void DropBindingRecord(const CRavString& adapter)
     if (!done)
         RavTrace().Print(L"CRavNetCfgInterface: the record of the bindings of %s stays", adapter.c_str());
 }
+
+HRESULT Traced(const wchar_t* step, HRESULT status)
+{
+    if (FAILED(status))
+        RavTrace().Print(L"CRavNetCfgInterface: %s fails, 0x%X", step, status);
+    return status;
+}
 } // namespace
 
 CRavNetCfgInterface::~CRavNetCfgInterface()
@@ -109,7 +116,7 @@ HRESULT CRavNetCfgInterface::EndView()
     if (!m_bViewStarted)
         return S_OK;
     m_bViewStarted = false;
-    return m_pNetCfg->Uninitialize();
+    return Traced(L"closing the network configuration", m_pNetCfg->Uninitialize());
 }
 
 // The lock has to be taken before the view is started: a view that is open is closed first, and opened again under
@@ -124,10 +131,7 @@ HRESULT CRavNetCfgInterface::AcquireLockForWrite()
         return status;
     }
     if (!m_pNetCfg)
-    {
-        status = E_UNEXPECTED;
-        return status;
-    }
+        return status = Traced(L"locking a session that is not open", E_UNEXPECTED);
     EndView();
     status = TakeLock();
     if (FAILED(status))
@@ -149,11 +153,10 @@ HRESULT CRavNetCfgInterface::AcquireLockForWrite()
 HRESULT CRavNetCfgInterface::TakeLock()
 {
     ComPtr<INetCfgLock> lock;
-    HRESULT status = m_pNetCfg.As(&lock);
-    if (FAILED(status))
-        return status;
     CNetCfgText holder;
-    status = lock->AcquireWriteLock(LOCK_WAIT_MILLISECONDS, LOCK_DESCRIPTION, holder.Out());
+    HRESULT status = m_pNetCfg.As(&lock);
+    if (SUCCEEDED(status))
+        status = lock->AcquireWriteLock(LOCK_WAIT_MILLISECONDS, LOCK_DESCRIPTION, holder.Out());
     if (status == S_OK)
         return status;
     if (FAILED(status))
@@ -168,8 +171,10 @@ HRESULT CRavNetCfgInterface::TakeLock()
 HRESULT CRavNetCfgInterface::GiveLockBack()
 {
     ComPtr<INetCfgLock> lock;
-    const HRESULT status = m_pNetCfg.As(&lock);
-    return SUCCEEDED(status) ? lock->ReleaseWriteLock() : status;
+    HRESULT status = m_pNetCfg.As(&lock);
+    if (SUCCEEDED(status))
+        status = lock->ReleaseWriteLock();
+    return Traced(L"giving the write lock back", status);
 }
 
 HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
@@ -177,17 +182,14 @@ HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
     HRESULT status = S_OK;
     const CRavTraceScope trace(L"CRavNetCfgInterface::ReleaseLockForWrite", &status);
     if (m_iWriteLocks == 0)
-    {
-        status = NETCFG_E_NO_WRITE_LOCK;
-        return status;
-    }
+        return status = Traced(L"giving back a write lock that is not held", NETCFG_E_NO_WRITE_LOCK);
     if (--m_iWriteLocks > 0)
         return status;
     const HRESULT applied = ApplyChanges();
     EndView();
     const HRESULT released = GiveLockBack();
-    const HRESULT started = StartView();
-    status = FAILED(applied) ? applied : FAILED(released) ? released : started;
+    StartView(); // what was applied stays applied, also when it cannot be looked at
+    status = FAILED(applied) ? applied : released;
     return status;
 }
 
@@ -225,17 +227,18 @@ HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGui
 {
     component.Reset();
     if (!m_bViewStarted)
-        return NETCFG_E_NOT_INITIALIZED;
+        return Traced(L"a search in a session that is not open", NETCFG_E_NOT_INITIALIZED);
     const HRESULT status = RavForEachComponent(*m_pNetCfg.Get(), GUID_DEVCLASS_NET, [&](INetCfgComponent& candidate) {
         if (HasGuid(candidate, strGuid))
             component = &candidate;
         return !component;
     });
-    return FAILED(status) ? status : component ? S_OK : S_FALSE;
+    return FAILED(status) ? Traced(L"the walk over the network adapters", status) : component ? S_OK : S_FALSE;
 }
 
 HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)
 {
     component.Reset();
-    return m_bViewStarted ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED;
+    return Traced(L"the search for a component",
+                  m_bViewStarted ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED);
 }

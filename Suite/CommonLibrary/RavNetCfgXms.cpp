@@ -19,6 +19,12 @@ constexpr wchar_t ADAPTERS[] = L"Adapters";
 constexpr wchar_t CONFIGURATION[] = L"Configuration";
 constexpr wchar_t ENABLE_DHCP[] = L"EnableDHCP";
 
+// Why a routine gives up.
+void Trace(const wchar_t* routine, const CRavString& what, LONG status)
+{
+    RavTrace().Print(L"CRavNetCfgInterface::%s - %s, error %d", routine, what.c_str(), status);
+}
+
 CRavString Below(const wchar_t* path, const wchar_t* name)
 {
     return CRavString(path) + L"\\" + name;
@@ -29,7 +35,7 @@ bool OpenOrAbsent(CRavRegKey& key, const CRavString& path, bool write)
 {
     if (key.Open(HKEY_LOCAL_MACHINE, path, write) || key.LastResult() == ERROR_FILE_NOT_FOUND)
         return true;
-    RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - %s, error %d", path.c_str(), key.LastResult());
+    Trace(L"CleanUpAdapterFromXms", path, key.LastResult());
     return false;
 }
 
@@ -41,12 +47,21 @@ bool GiveDhcpBack(const CRavString& adapter)
     DWORD dhcp = 0;
     if (!OpenOrAbsent(configuration, Below(Below(DRIVER_PARAMETERS, CONFIGURATION), adapter), false))
         return false;
-    if (configuration.GetRegType(ENABLE_DHCP) != REG_DWORD) // nothing that could be given back
-        return configuration.LastResult() == ERROR_SUCCESS || configuration.LastResult() == ERROR_FILE_NOT_FOUND;
-    if (!configuration.GetValue(ENABLE_DHCP, dhcp))
+    const bool isNumber = configuration.GetRegType(ENABLE_DHCP) == REG_DWORD;
+    if (!isNumber &&
+        (configuration.LastResult() == ERROR_SUCCESS || configuration.LastResult() == ERROR_FILE_NOT_FOUND))
+        return true; // nothing that could be given back
+    if (!isNumber || !configuration.GetValue(ENABLE_DHCP, dhcp))
+    {
+        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, configuration.LastResult());
         return false;
-    return OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES, adapter), true) &&
-           (!tcpip.IsOpened() || tcpip.SetValue(ENABLE_DHCP, dhcp));
+    }
+    if (!OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES, adapter), true))
+        return false;
+    const bool done = !tcpip.IsOpened() || tcpip.SetValue(ENABLE_DHCP, dhcp);
+    if (!done)
+        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, tcpip.LastResult());
+    return done;
 }
 
 bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
@@ -59,7 +74,11 @@ bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
     if (!entry.IsOpened())
         return true;
     entry.Close();
-    return entries.DeleteSubKey(adapter);
+    const bool done = entries.DeleteSubKey(adapter);
+    if (!done)
+        RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - %s\\%s cannot be deleted", kind,
+                         adapter.c_str());
+    return done;
 }
 } // namespace
 
@@ -68,7 +87,9 @@ int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, boo
 {
     int status = -1;
     const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
-    if (IsLockedForWrite() && SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)))
+    if (!IsLockedForWrite())
+        RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - the write lock is not held");
+    else if (SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)))
         status = DeleteDriverEntries(strAdapter);
     return status;
 }
@@ -91,8 +112,10 @@ HRESULT CRavNetCfgInterface::EnumerateMemberAdapters(const CRavString& strTeam, 
     CRavRegKey adapters;
     if (!adapters.Open(HKEY_LOCAL_MACHINE, Below(DRIVER_PARAMETERS, ADAPTERS), false))
     {
-        if (adapters.LastResult() != ERROR_FILE_NOT_FOUND)
-            status = HRESULT_FROM_WIN32(static_cast<DWORD>(adapters.LastResult()));
+        if (adapters.LastResult() == ERROR_FILE_NOT_FOUND)
+            return status;
+        Trace(L"EnumerateMemberAdapters", ADAPTERS, adapters.LastResult());
+        status = HRESULT_FROM_WIN32(static_cast<DWORD>(adapters.LastResult()));
         return status;
     }
     const CRavString device = CRavString(L"\\Device\\") + strTeam;
@@ -112,15 +135,17 @@ HRESULT CRavNetCfgInterface::GetTeamMode(const CRavString& strTeam, DWORD& dwMod
     HRESULT status = S_OK;
     const CRavTraceScope trace(L"CRavNetCfgInterface::GetTeamMode", &status);
     ComPtr<INetCfgComponent> team;
-    status = FindNetworkComponentByGUID(strTeam, team);
-    if (FAILED(status))
-        return status;
     HKEY handle = nullptr;
-    status = team ? team->OpenParamKey(&handle) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    status = FindNetworkComponentByGUID(strTeam, team);
+    if (SUCCEEDED(status))
+        status = team ? team->OpenParamKey(&handle) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (SUCCEEDED(status))
+    {
+        CRavRegKey key(handle);
+        if (!key.GetValue(L"TeamMode", dwMode))
+            status = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    }
     if (FAILED(status))
-        return status;
-    CRavRegKey key(handle);
-    if (!key.GetValue(L"TeamMode", dwMode))
-        status = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+        RavTrace().Print(L"CRavNetCfgInterface::GetTeamMode - %s, 0x%X", strTeam.c_str(), status);
     return status;
 }

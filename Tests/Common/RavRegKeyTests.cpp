@@ -224,6 +224,13 @@ TEST_F(RavRegKey, HostileLists)
         EXPECT_TRUE(expected == Joined(list)) << Joined(list).substr(0, 60);
     }
 
+    std::vector<CRavString> own{L"other", L"V"};
+    m_hive.Add("A  V  REG_MULTI_SZ  a");
+    EXPECT_TRUE(m_key.GetValue(own[1], own)); // the name out of the list that it replaces
+    EXPECT_EQ("[a]", Joined(own));
+    EXPECT_FALSE(m_key.GetValue(own[0], own));
+    EXPECT_EQ("", Joined(own));
+
     std::vector<CRavString> many(100000, L"1234");
     std::vector<CRavString> read;
     EXPECT_TRUE(m_key.SetValue(L"Many", many));
@@ -325,6 +332,18 @@ TEST_F(RavRegKey, EnumerationStartsAgainAtTheEnd)
     m_key.ResetEnumeration();
     EXPECT_TRUE(m_key.EnumValue(name));
     EXPECT_STREQ(L"V1", name.c_str());
+
+    // Another key goes on where this one stopped, until the end or Close.
+    m_hive.Add("B  W1  REG_DWORD  1\nB  W2  REG_DWORD  2");
+    EXPECT_TRUE(m_key.Open(HKEY_LOCAL_MACHINE, L"B", true) && m_key.EnumValue(name));
+    EXPECT_STREQ(L"W2", name.c_str());
+    EXPECT_TRUE(!m_key.Open(HKEY_LOCAL_MACHINE, L"None", true) && m_key.GetHKey() == nullptr);
+    EXPECT_TRUE(m_key.Create(HKEY_LOCAL_MACHINE, L"A", true, false) && !m_key.EnumValue(name));
+    EXPECT_TRUE(m_key.EnumValue(name));
+    m_key.Close();
+    EXPECT_TRUE(m_key.Open(HKEY_LOCAL_MACHINE, L"B", true) && m_key.EnumValue(name));
+    EXPECT_STREQ(L"W1", name.c_str());
+    EXPECT_TRUE(m_key.Open(HKEY_LOCAL_MACHINE, L"A", true));
 
     m_hive.Add("A  " + std::string(600, 'a') + "  REG_DWORD  1");
     m_key.ResetEnumeration();

@@ -87,6 +87,8 @@ class CNotingAgent final : public CRavNetAgentPvt
     {
         m_notes += what + Utf8(name) + (reboot ? "! " : " ");
         reboot = reboot || name == L"Reboot";
+        if (name == L"Bad" && *what == 'l')
+            throw std::runtime_error("a driver that misbehaves");
         result = name == L"Bad" ? CResult() : CResult::Success();
     }
 };
@@ -264,7 +266,15 @@ TEST(Inventory, TheSecondLookComesFromTheCacheAndAllThatWasOpenedIsGivenBack)
     host.CloseAgent();
     journal.Start();
     host.Vlans();
-    host.Agent().GetTeamAgentPvtIntf();
+    {
+        // Given back before it is loaded again, but for those who are inside it.
+        const auto held = host.Agent().GetTeamAgentPvtIntf();
+        host.Agent().GetTeamAgentPvtIntf();
+        std::string calls;
+        for (const std::string& line : SplitLines(journal.Calls({"LoadLibraryExW", "FreeLibrary"})))
+            calls += line.ends_with("TeamAgent.dll") ? line.substr(0, line.find(' ')) + " " : "";
+        EXPECT_EQ("LoadLibraryExW FreeLibrary LoadLibraryExW FreeLibrary ", calls);
+    }
     host.CloseAgent();
     EXPECT_EQ("", journal.OpenHandles());
 }
@@ -422,6 +432,7 @@ TEST(ApplyDone, PassesRunInOrderAndOutliveFailures)
         ApplyDone_UnLoadDevice() - Need to unload (3) Miniports.
         ..\Common\Src\RavNetAgentPvt (193): ApplyDone_LoadDevice - LoadMiniport() failed - device -> Bad
         ApplyDone_LoadDevice() - Need to load (3) Miniports.
+        ..\Common\Src\RavNetAgentPvt (119): CRavNetAgentPvt - Exception caught
         ..\Common\Src\RavNetAgentPvt (119): ApplyDone_LoadDevice - LoadMiniport() failed - device -> Bad
         ApplyDone_UnLoadDevice() - No miniports to load
         ApplyDone_LoadDevice() - No miniports to load
@@ -439,16 +450,27 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
     CPrivateHive hive;
     CNotingAgent agent;
     CJournal journal;
-    for (const char* const value : {"", "0", "1", "0"})
+    const std::string done = "REG_SZ  \"0\"";
+    const struct
     {
-        if (*value != '\0')
-            hive.Add(path + "  DcbAdvancedSettingChange  REG_SZ  " + value);
+        std::string stored;
+        bool restarts;
+        std::string after;
+    } ROWS[] = {{"", false, ""},
+                {"REG_SZ  0", false, done},
+                {"REG_EXPAND_SZ  1", false, "REG_EXPAND_SZ  \"1\""},
+                {"REG_SZ  1", true, done},
+                {"REG_SZ  0", false, done}};
+    for (const auto& row : ROWS)
+    {
+        if (!row.stored.empty())
+            hive.Add(path + "  DcbAdvancedSettingChange  " + row.stored);
         CResult result;
         bool reboot = false;
         journal.Start();
         agent.ApplyDone_UnloadDevice(result, reboot);
         // What the service manager answers, with no program behind the service, is of no interest.
-        EXPECT_EQ(*value != '1' ? "" : Lines(R"(
+        EXPECT_EQ(!row.restarts ? "" : Lines(R"(
             OpenServiceW CorvoDCB
             ControlService CorvoDCB
             OpenServiceW CorvoDCB
@@ -457,7 +479,7 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
                   std::regex_replace(journal.Calls({"OpenServiceW", "ControlService", "StartServiceW"}),
                                      std::regex(" -> \\d+"), ""));
         EXPECT_EQ("", journal.OpenHandles());
-        EXPECT_EQ(*value == '\0' ? "" : "REG_SZ  \"0\"", hive.Value(path, "DcbAdvancedSettingChange"));
+        EXPECT_EQ(row.after, hive.Value(path, "DcbAdvancedSettingChange"));
     }
     DeleteService(service);
     CloseServiceHandle(service);
@@ -524,6 +546,7 @@ TEST(Initialize, FailsUntilAllIsThere)
                   journal.Calls({"LoadLibraryExW", "LoadLibraryW"}));
     }
     LabSetText(SUITE_KEY, L"InstalledDir", other.Folder().c_str());
+    journal.Start();
     EXPECT_EQ(CResult::FAILED, initialize());
     LabSetText(SUITE_KEY, L"InstalledDir", folder);
     {
@@ -532,6 +555,9 @@ TEST(Initialize, FailsUntilAllIsThere)
         EXPECT_EQ(CResult::FAILED, initialize());
         FreeLibrary(module);
     }
+    const std::string useless = Utf8(other.Path(L"CoreAgent.dll"));
+    const std::string calls = journal.Calls({"LoadLibraryExW", "FreeLibrary"});
+    EXPECT_EQ(0u, calls.find("LoadLibraryExW " + useless + "\nFreeLibrary " + useless + "\nLoadLibraryExW ")) << calls;
     journal.FailNext("CoCreateInstance");
     EXPECT_EQ(0u, initialize()); // the registration's code; yet it is tried again
     EXPECT_EQ(0u, initialize());
@@ -540,9 +566,58 @@ TEST(Initialize, FailsUntilAllIsThere)
     EXPECT_EQ("Already Initialized!!!!!\n", Traced("Already Initialized"));
 }
 
+// An agent without a network configuration is handed out and initialised again by each call of an export.
+TEST(Initialize, AgainAndAgainUnderThoseWhoUseTheAgent)
+{
+    constexpr int ROUNDS = 50;
+    CLabHost host;
+    CVlanAgentWin agent;
+    CJournal journal;
+    const auto initialize = [&] {
+        CResult result;
+        journal.FailNext("CoCreateInstance");
+        agent.Initialize(result);
+        return result.ulErrCode;
+    };
+    journal.Start(CJournal::THREADS::Mine);
+    ASSERT_EQ(0u, initialize());
+    std::atomic<int> right = 0;
+    const auto use = [&] {
+        CLabServer server;
+        server.SetUp();
+        for (int round = 0; round < ROUNDS; ++round)
+        {
+            CResult result;
+            CResult verified;
+            bool supports = false;
+            agent.DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
+            agent.VerifyClientID(verified, host.Client());
+            right += result.Succeeded() && supports && verified.Succeeded() ? 1 : 0;
+        }
+        server.TearDown();
+        CoUninitialize();
+    };
+    std::thread one(use);
+    std::thread other(use);
+    for (int round = 0; round < ROUNDS; ++round)
+        EXPECT_EQ(0u, initialize());
+    one.join();
+    other.join();
+    EXPECT_EQ(2 * ROUNDS, right);
+}
+
+int s_parameterErrors = 0;
+
 TEST(Module, IsLoadedUsedAndUnloaded)
 {
     CLabHost host(VLAN_HOST);
+    CResult refused;
+    // The siblings have installed their handlers once this is done; the next one is the client's own.
+    host.Agent().CreateVlan(refused, host.Key("Port B"), 30, L"Thirty", 9, host.Lock());
+    const auto handler = [](const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {
+        ++s_parameterErrors;
+    };
+    const auto before = _set_invalid_parameter_handler(handler);
     const CRavString folder = LabText(SUITE_KEY, L"InstalledDir");
     const HMODULE module = LoadLibraryW(L"VlanAgent.dll");
     CJournal journal(module);
@@ -559,7 +634,10 @@ TEST(Module, IsLoadedUsedAndUnloaded)
     EXPECT_EQ(agent(), agent());
     CResult result;
     agent()->Reserved(result);
-    EXPECT_EQ(0u, result.ulErrCode | result.ulErrClass);
+    EXPECT_EQ(0u, result.ulErrCode);
+    EXPECT_EQ(CResult::FAILED, result.ulErrClass);
+    agent()->CreateVlan(refused, host.Key("Port B"), 30, L"Thirty", 9, host.Lock());
+    EXPECT_NE(+handler, _get_invalid_parameter_handler());
     EXPECT_EQ(0u, agentPvt()->QueryHookThree().ulErrCode);
     std::vector<CRavString> keys;
     agentPvt()->EnumerateVlans(result, host.Key("Port B"), keys);
@@ -572,6 +650,10 @@ TEST(Module, IsLoadedUsedAndUnloaded)
     EXPECT_EQ(1u, journal.Count("TlsFree"));
     // The compiler's runtime has a slot of its own, and keeps it.
     EXPECT_EQ("", std::regex_replace(journal.OpenHandles(), std::regex("TlsAlloc\n"), ""));
+    wchar_t small[2] = {};
+    EXPECT_EQ(ERANGE, wcscpy_s(small, 2, L"the client's own mistake"));
+    EXPECT_EQ(1, s_parameterErrors);
+    _set_invalid_parameter_handler(before);
 }
 
 #ifndef _MSC_VER // whose pointers to members do not tell

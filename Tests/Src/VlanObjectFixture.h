@@ -77,7 +77,7 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
     }
     CRavNetCfgInterface* GetNetCfgInterface() override { return &m_netCfg; }
     CRavCoreAgentPvtIntf* GetCoreInterface() override { return m_pCore; }
-    CRavTeamAgentPvtIntf* LoadTeamAgent() override { return m_pTeam; }
+    std::shared_ptr<CRavTeamAgentPvtIntf> LoadTeamAgent() override { return {std::shared_ptr<void>(), m_pTeam}; }
     CResult EnumerateVlansOnParent(const CRavString&, std::vector<CRavString>& keys) override
     {
         keys.assign(s_iSiblings, L"{VLAN}");

@@ -75,6 +75,13 @@ TEST(Session, TheLockNestsAndIsGivenBackWhateverBecomesOfTheChanges)
         EXPECT_EQ(applied == NETCFG_S_REBOOT, netCfg.NeedsReboot());
         EXPECT_EQ(NETCFG_E_NO_WRITE_LOCK, netCfg.ReleaseLockForWrite());
     }
+    // What was applied is not undone by a look at it that fails.
+    ComPtr<INetCfgComponent> adapter;
+    EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite());
+    const auto refuse = +[](INetCfg*, void*) { return E_FAIL; };
+    EXPECT_EQ(S_OK, (Replace(netCfg.GetNetCfg(), 3, refuse), netCfg.ReleaseLockForWrite()));
+    EXPECT_EQ(NETCFG_E_NOT_INITIALIZED, netCfg.FindNetworkComponentByGUID(host.adapter, adapter));
+    EXPECT_EQ(S_OK, netCfg.Initialize());
 }
 
 // The wait itself is the server's; here it is what is asked of it, and the answer at its end.
@@ -162,6 +169,23 @@ TEST(Bindings, AnAdapterGetsBackWhatWasTakenOffItAndAllOfThemOrNone)
         EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
         EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << how;
     }
+}
+
+// "Not bound" would take the adapter for one that has nothing to lose.
+TEST(Bindings, AreNotGuessed)
+{
+    CTestHost host;
+    const CRegistryChange change;
+    CLocked netCfg;
+    ComPtr<INetCfgComponent> protocol;
+    ComPtr<INetCfgComponentBindings> bindings;
+    ASSERT_EQ(S_OK, netCfg.FindComponentById(L"ms_tcpip", protocol));
+    ASSERT_EQ(S_OK, protocol.As(&bindings));
+    const auto answer = +[](INetCfgComponentBindings*, INetCfgComponent*) { return E_FAIL; };
+    EXPECT_EQ(-1,
+              (Replace(bindings.Get(), 6, answer), CRavAdvSvcNetCfgComponent().BindAdapterToXms(netCfg, host.adapter)));
+    EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
+    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
 }
 
 // Also to a parent from before there were records, whose driver is off already at the second try.

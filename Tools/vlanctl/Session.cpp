@@ -1,7 +1,7 @@
 #include "Tools/vlanctl/Session.h"
 
 #include "Common/Src/ComApartment.h"
-#include "Common/Src/RavRegKey.h"
+#include "Common/Src/Helper.h"
 #include "Tools/vlanctl/Output.h"
 
 #include <objbase.h>
@@ -52,9 +52,8 @@ class Module
 
 CRavString SuiteFolder()
 {
-    CRavRegKey key;
     CRavString folder;
-    if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) || !key.GetValue(L"InstalledDir", folder) || folder.IsEmpty())
+    if (!CHelper::RavInstalledFolder(folder) || folder.IsEmpty())
         NoSuite(
             "the management suite is not installed on this machine (no \"InstalledDir\" below HKEY_LOCAL_MACHINE\\" +
             ToUtf8(SUITE_KEY) + ")");
