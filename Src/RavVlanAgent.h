@@ -287,14 +287,13 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged, int iCount);
     CResult RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey, bool bLastVlan,
                                        int iVlanId, bool bUnloadMembers);
+    bool RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers);
     void UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan);
-    static bool KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys);
-    CResult TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                              const CRavString& strVlanKey);
+    bool IsGone(const CRavString& strAdapterKey);
     CResult DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                      const std::vector<CRavString>& vlanKeys);
     CResult DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                 const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys);
+                                 const CRavString& strVlanKey, bool bListed);
     CResult CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey);
 
     std::recursive_mutex m_initializing; // recursive: the core agent may ask for the private face while it registers it

@@ -3,6 +3,12 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
+#include "Src/RavShielded.h"
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlan";
+} // namespace
 
 CRavXmsVlan::CRavXmsVlan(const CRavString& strVlanKey, CRavVlanAgentServices& services)
     : CRavAdapter(strVlanKey), m_strVlanKey(strVlanKey), m_services(services)
@@ -58,6 +64,7 @@ DWORD CRavXmsVlan::GetSupportedFeatures()
 
 bool CRavXmsVlan::LoadTeamAgent()
 {
-    m_pTeamAgentPvt = m_services.LoadTeamAgent();
+    m_pTeamAgentPvt =
+        RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::LoadTeamAgent", [&] { return m_services.LoadTeamAgent(); });
     return m_pTeamAgentPvt != nullptr;
 }

@@ -83,6 +83,16 @@ void ExpectParentHas(CLabHost& host, bool protocols)
     EXPECT_EQ(protocols ? 1u : 0u, LabNumber(LabPath(TCPIP_INTERFACES_KEY, host.Key("Port A")), L"EnableDHCP", 9));
 }
 
+// Removes what a removal that failed has left of VLAN 10. The count of the driver's entry is never brought below 1:
+// when it was decreased already, and no more than one is left in it, it has to be put right first.
+bool RemoveRest(CLabHost& host, const CRavString& ten)
+{
+    const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
+    const bool counted = !host.Vlan("Port A", 5).IsEmpty() && LabNumber(entry, L"MiniportBindingListCount", 9) <= 1;
+    EXPECT_EQ(!counted, host.Remove(ten).Succeeded());
+    return !counted || (LabSetNumber(entry, L"MiniportBindingListCount", 2) && host.Remove(ten).Succeeded());
+}
+
 using OPERATION = std::function<CResult(CLabHost& host, const CRavString& prepared)>;
 using CHECK = std::function<void(CLabHost& host, const CResult& result, const CRavString& prepared)>;
 
@@ -143,9 +153,7 @@ TEST(Failures, EveryPlatformCallOfARemoval)
             [&](CLabHost& host, const CResult& result, const CRavString& ten) {
                 const size_t left = other ? 1 : 0;
                 const bool removed = result.Succeeded() && result.ulErrClass != 2;
-                // What was interrupted can be done again; twice, when it was counted before it was taken off the list.
-                EXPECT_TRUE(removed || CLabHost::Miniports() == left || host.Remove(ten).Succeeded() ||
-                            host.Remove(ten).Succeeded());
+                EXPECT_TRUE(removed || CLabHost::Miniports() == left || RemoveRest(host, ten));
                 const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
                 EXPECT_EQ(left, CLabHost::Miniports());
                 EXPECT_EQ(left, LabList(entry, L"MiniportBindingList").size());
@@ -176,7 +184,7 @@ TEST(Failures, EveryOperationOfTheCoreAgentThrows)
         const CRavString ten = host.Vlan("Port A", 10);
         const bool removed = throwing([&] { return host.Remove(ten); });
         ExpectTheRestWhole(host, five);
-        ASSERT_TRUE(removed || host.Remove(ten).Succeeded());
+        ASSERT_TRUE(removed || RemoveRest(host, ten));
         ASSERT_EQ(1u, CLabHost::Miniports());
     }
 }
