@@ -46,12 +46,19 @@ bool RavKeepListed(const CRavString& adapter, std::vector<CRavString>& vlanKeys)
     return true;
 }
 
-bool RavIsCountAboveList(const CRavString& adapter)
+bool RavAlignCount(const CRavString& adapter)
 {
     CRavRegKey entry;
     std::vector<CRavString> bindings;
     DWORD count = 0;
-    return entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(adapter), false) &&
-           RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings) &&
-           entry.GetValue(RavName(RAV_NAME_BINDING_LIST_COUNT), count) && count > bindings.size();
+    const CRavString name = RavName(RAV_NAME_BINDING_LIST_COUNT);
+    if (!entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(adapter), true) ||
+        !RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings) || !entry.GetValue(name, count) ||
+        count == bindings.size())
+        return true;
+    const bool done = entry.SetValue(name, static_cast<DWORD>(bindings.size()));
+    if (!done)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of adapter %s cannot be counted. err= %d",
+                         adapter.c_str(), entry.LastResult());
+    return done;
 }

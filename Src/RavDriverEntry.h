@@ -20,6 +20,6 @@ bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString
 // False, with nothing dropped, when the list cannot be read.
 bool RavKeepListed(const CRavString& adapter, std::vector<CRavString>& vlanKeys);
 
-// Whether the count in the adapter's entry is above the length of its list: a VLAN was taken off the list, and an
-// interruption kept it in the count.
-bool RavIsCountAboveList(const CRavString& adapter);
+// Brings the count in the adapter's entry to the length of its list, where an interruption has parted them. False when
+// it cannot be written; what cannot be read stays as it is.
+bool RavAlignCount(const CRavString& adapter);

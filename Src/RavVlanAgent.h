@@ -235,6 +235,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     static void AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
                           const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     bool MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
+    static bool MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+                                  const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
     bool IsBound(const CRavString& strVlanKey);
     void Bind(const std::vector<CRavString>& vlanKeys);
     CResult FindVlan(const CRavString& strVlanKey);

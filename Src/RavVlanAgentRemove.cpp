@@ -378,18 +378,17 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         const CRavString team = RavCanonicalKey(strTeamKey);
         const CRavString member = RavCanonicalKey(strMemberKey);
         const CRavString vlan = RavCanonicalKey(strVlanKey);
+        const CNetCfgSession session(*this);
+        const CacheCleaner cleaner(*this);
         std::vector<CRavString> keys;
-        CResult enumerated;
-        EnumerateVlans(enumerated, team, keys);
-        if (!enumerated.Succeeded())
+        if (!EnumerateVlansOnParent(team, keys).Succeeded())
         {
             RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
             return;
         }
-        const CNetCfgSession session(*this);
-        const CacheCleaner cleaner(*this);
         std::vector<CRavString> carried = keys;
-        if (!RavKeepListed(member, carried)) // a member without VLANs is cleaned up, and this one may have some
+        // A member without VLANs is cleaned up, and one whose list cannot be read may have some.
+        if (!RavKeepListed(member, carried))
             return;
         if (carried.empty())
             result = CleanupDummyVlanFromMember(team, member);
@@ -418,8 +417,10 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
     CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
     if (!member.GiveMemberBack(strMemberKey))
         return CResult();
-    for (const CRavString& key : IsGone(strMemberKey) ? std::vector<CRavString>() : vlanKeys)
+    for (const CRavString& key : vlanKeys)
     {
+        if (IsGone(strMemberKey))
+            break; // with the entries nothing is left of it
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(key);
         if (!vlan)
             return CannotLoad();
@@ -432,8 +433,8 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
     return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
 }
 
-// One of several. Where an earlier attempt was interrupted, this one goes on: between the list of the driver's entry
-// and its count, or between the entry and the member's own key.
+// One of several. Where an earlier attempt was interrupted, between the list of the driver's entry and its count or
+// behind both, this one goes on.
 CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                             const CRavString& strVlanKey, bool bListed)
 {
@@ -441,13 +442,12 @@ CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const 
     if (!vlan)
         return CannotLoad();
     MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-    const bool inEntry = bListed || RavIsCountAboveList(strMemberKey);
-    bool done = true;
+    bool done = RavAlignCount(strMemberKey);
     if (IsGone(strMemberKey))
-        done = !inEntry || vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false);
-    else if (inEntry)
+        done = done && (!bListed || vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false));
+    else if (done && bListed)
         return TakeOffMember(*vlan, false);
-    else
+    else if (done)
     {
         vlan->GetOOOKeyFromVk(strMemberKey);
         done = vlan->UpdOOOKeyAdptr(false);
