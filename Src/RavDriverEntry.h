@@ -7,10 +7,10 @@
 #include <vector>
 
 // The path of the entry below HKEY_LOCAL_MACHINE.
-inline CRavString RavDriverEntryPath(const CRavString& adapter)
-{
-    return RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) + L"\\" + adapter;
-}
+CRavString RavDriverEntryPath(const CRavString& adapter);
+
+// What the binding list of an entry has for a VLAN, whichever way the key is spelled.
+CRavString RavDeviceOf(const CRavString& vlanKey);
 
 // Whether a number was not read because there is none, or something else under its name: not because it could not be.
 inline bool RavIsNoNumber(LONG status)
@@ -20,8 +20,12 @@ inline bool RavIsNoNumber(LONG status)
 
 // Reads a REG_MULTI_SZ. A value of another type is not that list and never taken for it: then the result is false, and
 // the key's last result ERROR_SUCCESS.
-inline bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list)
-{
-    list.clear();
-    return key.GetRegType(name) == REG_MULTI_SZ && key.GetValue(name, list);
-}
+bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list);
+
+// Drops the keys of VLANs that the entry of the adapter does not list; all of them when there is no entry or no list.
+// False, with nothing dropped, when the list cannot be read.
+bool RavKeepListed(const CRavString& adapter, std::vector<CRavString>& vlanKeys);
+
+// Brings the count in the adapter's entry to the length of its list, where an interruption has parted them. False when
+// it cannot be written; what cannot be read stays as it is.
+bool RavAlignCount(const CRavString& adapter);

@@ -18,3 +18,12 @@ bool RavShielded(const wchar_t* file, int line, const wchar_t* operation, Work&&
         return false;
     }
 }
+
+// What another module answers; when it throws, what the type of the answer begins with, which is a failure.
+template <typename Ask>
+auto RavAnswer(const wchar_t* file, int line, const wchar_t* operation, Ask&& ask)
+{
+    decltype(ask()) answer{};
+    RavShielded(file, line, operation, [&] { answer = ask(); });
+    return answer;
+}

@@ -240,6 +240,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     static void AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
                           const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     bool MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
+    static bool MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+                                  const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
     bool IsBound(const CRavString& strVlanKey);
     void Bind(const std::vector<CRavString>& vlanKeys);
     CResult FindVlan(const CRavString& strVlanKey);
@@ -295,14 +297,13 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged, int iCount);
     CResult RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey, bool bLastVlan,
                                        int iVlanId, bool bUnloadMembers);
+    bool RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers);
     void UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan);
-    static bool KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys);
-    CResult TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                              const CRavString& strVlanKey);
+    bool IsGone(const CRavString& strAdapterKey);
     CResult DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                      const std::vector<CRavString>& vlanKeys);
     CResult DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                 const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys);
+                                 const CRavString& strVlanKey, bool bListed);
     CResult CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey);
 
     std::recursive_mutex m_initializing; // recursive: the core agent may ask for the private face while it registers it

@@ -193,11 +193,25 @@ void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& str
 bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    if (netCfg == nullptr)
+        return false;
+    // A team has no entry of its own: its VLANs are listed for its members.
+    std::vector<CRavString> adapters;
+    netCfg->EnumerateMemberAdapters(strParentKey, adapters);
+    adapters.push_back(strParentKey);
+    return std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& adapter) {
+        return MissesVlanOfEntry(*netCfg, adapter, strParentKey, vlanKeys);
+    });
+}
+
+bool CVlanAgentWin::MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+                                      const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
+{
     const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
     const size_t prefix = RavName(RAV_NAME_DEVICE).Length();
     CRavRegKey entry;
     std::vector<CRavString> bindings;
-    if (netCfg == nullptr || !entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strParentKey), false) ||
+    if (!entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strAdapterKey), false) ||
         !RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings))
         return false;
     return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
@@ -205,7 +219,7 @@ bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::
         ComPtr<INetCfgComponent> component;
         std::vector<CRavString> found;
         if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }) ||
-            FAILED(netCfg->FindNetworkComponentByGUID(guid, component)) || !component)
+            FAILED(netCfg.FindNetworkComponentByGUID(guid, component)) || !component)
             return false;
         AddIfVlan(*component.Get(), featuresName, strParentKey, found);
         return !found.empty();

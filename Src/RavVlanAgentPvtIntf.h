@@ -18,7 +18,8 @@ struct RAV_PARAMETER;
 class CRavVlanAgentPvtIntf : public CRavNetAgentPvt
 {
   public:
-    // Takes one VLAN (with an empty key: every VLAN) of a team off a member that leaves the team.
+    // Takes one VLAN (with an empty key: every VLAN) of a team off a member that leaves the team, also one that is not
+    // in the machine any more. The VLAN stays with the team. After a failure the call may be repeated: it goes on.
     virtual void RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
                                           const CRavString& strVlanKey) = 0;
     virtual void AddVlanToTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,

@@ -18,6 +18,11 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentRemove";
 
+bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
+{
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
 // The object stands for the VLAN on one member from now on.
 void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
 {
@@ -32,12 +37,12 @@ void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString&
     vlan.m_bOnTeamMember = true;
     vlan.m_strMemberKey = member;
     vlan.m_bMiniportRemoved = false;
+    vlan.m_bStaysWithTeam = true;
 }
 
-CResult CannotTakeOff(const CRavString& vlan, const CRavString& member)
+CResult CannotLoad()
 {
-    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
-                     vlan.c_str(), member.c_str());
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
     return CResult();
 }
 
@@ -45,6 +50,15 @@ CResult CannotTakeOff(const CRavString& vlan, const CRavString& member)
 bool IsRemoved(const CResult& result)
 {
     return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
+}
+
+CResult TakeOffMember(CRavXmsVlan& vlan, bool bSkipMemberCleanup)
+{
+    if (IsRemoved(vlan.RemoveVLANonAdapter(bSkipMemberCleanup)))
+        return CResult::Success();
+    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
+                     vlan.m_strVlanKey.c_str(), vlan.m_strMemberKey.c_str());
+    return CResult();
 }
 } // namespace
 
@@ -146,7 +160,9 @@ CResult CVlanAgentWin::RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagg
     if (pUntagged != nullptr)
     {
         RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the adapter!");
-        pUntagged->RemoveVLANonAdapter(false); // a failure does not stop the removal that was asked for
+        // A failure does not stop the removal that was asked for.
+        RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan",
+                    [&] { pUntagged->RemoveVLANonAdapter(false); });
     }
     const CResult result = vlan.RemoveVLANonAdapter(false);
     if (!IsRemoved(result))
@@ -214,7 +230,7 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
         RavTrace().Print(L"IsHyperV_EnabledOnVlan() - vlan guid is invalid.");
         return;
     }
-    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
+    const bool finished = Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
         const CNetCfgSession session(*this);
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
         if (!vlan)
@@ -231,6 +247,7 @@ void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& st
         else if (bBound)
             RavTrace().Print(L"IsHyperV_EnabledOnVlan() - this vlan is bound to Hyper V.");
     });
+    bBound = bBound && finished;
 }
 
 // --- teams ----------------------------------------------------------------------------------------------------------
@@ -245,38 +262,46 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
         RavTrace().Print(L"RemoveVlanWithTeamAsParent() - vlan guid or parent guid is invalid");
         return result;
     }
-    const CNetCfgSession session(*this);
-    if (!session.IsOpen())
-    {
-        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to CreateNetCfgInterfaceObj() failed - exiting");
-        result = session.Result();
-        return result;
-    }
-    if (GetCoreAgentPvt() == nullptr)
-    {
-        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetCoreInterface() failed - exiting");
-        return result;
-    }
-    CRavXmsVlan vlan(strVlanKey, *this);
-    vlan.InitializeComponent(*GetNetCfgInterface());
-    vlan.Init();
-    vlan.m_strParentKey = strTeamKey;
-    vlan.m_iParentType = RAV_PARENT_TEAM;
-    vlan.m_iVlanId = iVlanId;
-    vlan.m_bRemovedByTeam = true; // for as long as the object lives
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanWithTeamAsParent", result, [&] {
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to CreateNetCfgInterfaceObj() failed - exiting");
+            result = session.Result();
+            return;
+        }
+        if (GetCoreAgentPvt() == nullptr)
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetCoreInterface() failed - exiting");
+            return;
+        }
+        CRavXmsVlan vlan(strVlanKey, *this);
+        vlan.InitializeComponent(*GetNetCfgInterface());
+        vlan.Init();
+        vlan.m_strParentKey = strTeamKey;
+        vlan.m_iParentType = RAV_PARENT_TEAM;
+        vlan.m_iVlanId = iVlanId;
+        vlan.m_bRemovedByTeam = true; // for as long as the object lives
+        if (RemoveFromTeamAndMembers(vlan, bLastVlan, bUnloadMembers))
+            result = CResult::Success();
+    });
+    return result;
+}
+
+bool CVlanAgentWin::RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers)
+{
     std::vector<CRavString> members;
     // Without it the members keep what the driver reads; but a team that is being dissolved must get rid of its VLANs.
-    if (!vlan.GetTeamMembers_v(strTeamKey, members))
+    if (!vlan.GetTeamMembers_v(vlan.m_strParentKey, members))
         RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
     if (bLastVlan || bUnloadMembers)
         UpdateTeamMembers(vlan, members, bLastVlan);
     if (bLastVlan)
         vlan.DoLastVoTTAOps(vlan.m_strParentKey);
     if (vlan.DeleteVlanMiniport())
-        result = CResult::Success();
-    else
-        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to DeleteVlanMiniport() fails - Exiting.");
-    return result;
+        return true;
+    RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to DeleteVlanMiniport() fails - Exiting.");
+    return false;
 }
 
 // A member that cannot be unloaded ends the walk; the removal itself goes on.
@@ -285,7 +310,8 @@ void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavS
     for (const CRavString& member : members)
     {
         bool reboot = false;
-        if (!Core().UnloadMiniport(member, reboot).Succeeded())
+        const auto unload = [&] { return Core().UnloadMiniport(member, reboot); };
+        if (!RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanWithTeamAsParent", unload).Succeeded())
         {
             RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UnloadMiniport() fails - Exiting.");
             return;
@@ -352,47 +378,35 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
         const CRavString team = RavCanonicalKey(strTeamKey);
         const CRavString member = RavCanonicalKey(strMemberKey);
         const CRavString vlan = RavCanonicalKey(strVlanKey);
+        const CNetCfgSession session(*this);
+        const CacheCleaner cleaner(*this);
         std::vector<CRavString> keys;
-        CResult enumerated;
-        EnumerateVlans(enumerated, team, keys);
-        if (!enumerated.Succeeded())
+        if (!EnumerateVlansOnParent(team, keys).Succeeded())
         {
             RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
             return;
         }
-        const CNetCfgSession session(*this);
-        const CacheCleaner cleaner(*this);
-        if (!KeepThoseOnMember(member, keys))
+        std::vector<CRavString> carried = keys;
+        // A member without VLANs is cleaned up, and one whose list cannot be read may have some.
+        if (!RavKeepListed(member, carried))
             return;
-        if (keys.empty())
+        if (carried.empty())
             result = CleanupDummyVlanFromMember(team, member);
-        else if (vlan.IsEmpty() || (keys.size() == 1 && keys.front() == vlan))
-            result = DeleteAllVlansFromMember(team, member, keys);
+        else if (vlan.IsEmpty() || (carried.size() == 1 && carried.front() == vlan))
+            result = DeleteAllVlansFromMember(team, member, carried);
+        else if (Contains(keys, vlan))
+            result = DeleteVlanFromMember(team, member, vlan, Contains(carried, vlan));
         else
-            result = DeleteVlanFromMember(team, member, vlan, keys);
+            result = CannotLoad();
     });
 }
 
-// Drops the keys of VLANs that the driver does not list for the member. False when its list cannot be read: a member
-// without VLANs is cleaned up, and this one may have some.
-bool CVlanAgentWin::KeepThoseOnMember(const CRavString& strMemberKey, std::vector<CRavString>& vlanKeys)
+// Whether the adapter was taken out of the machine: of what it was, only the driver's entries are left.
+bool CVlanAgentWin::IsGone(const CRavString& strAdapterKey)
 {
-    CRavRegKey entry;
-    std::vector<CRavString> bindings;
-    if (!(entry.Open(HKEY_LOCAL_MACHINE, RavDriverEntryPath(strMemberKey), false) &&
-          RavReadList(entry, RavName(RAV_NAME_BINDING_LIST), bindings)) &&
-        entry.LastResult() != ERROR_FILE_NOT_FOUND)
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of member %s cannot be read. err= %d",
-                         strMemberKey.c_str(), entry.LastResult());
-        return false;
-    }
-    std::erase_if(vlanKeys, [&](const CRavString& key) {
-        const CRavString device = RavName(RAV_NAME_DEVICE) + key;
-        return std::none_of(bindings.begin(), bindings.end(),
-                            [&](const CRavString& binding) { return binding.CompareI(device); });
-    });
-    return true;
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    Microsoft::WRL::ComPtr<INetCfgComponent> component;
+    return netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(strAdapterKey, component)) && !component;
 }
 
 // The member leaves: each VLAN goes off it, and with the last one the driver lets go of it.
@@ -405,45 +419,41 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
         return CResult();
     for (const CRavString& key : vlanKeys)
     {
-        const CResult removed = TakeVlanOffMember(strTeamKey, strMemberKey, key);
+        if (IsGone(strMemberKey))
+            break; // with the entries nothing is left of it
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(key);
+        if (!vlan)
+            return CannotLoad();
+        MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
+        vlan->m_bSkipMiniportRemoval = true; // and nothing of the entry
+        const CResult removed = TakeOffMember(*vlan, true);
         if (!removed.Succeeded())
             return removed;
     }
     return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
 }
 
-CResult CVlanAgentWin::TakeVlanOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                         const CRavString& strVlanKey)
+// One of several. Where an earlier attempt was interrupted, between the list of the driver's entry and its count or
+// behind both, this one goes on.
+CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                            const CRavString& strVlanKey, bool bListed)
 {
     const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
     if (!vlan)
-    {
-        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
-        return CResult();
-    }
+        return CannotLoad();
     MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-    vlan->m_bSkipMiniportRemoval = true; // the team keeps it
-    const CResult removed = vlan->RemoveVLANonAdapter(true);
-    if (IsRemoved(removed))
-        return removed;
-    return CannotTakeOff(strVlanKey, strMemberKey);
-}
-
-// One of several: the member's lists lose it, and all else stays as it is.
-CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                            const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys)
-{
-    const bool listed = std::find(vlanKeys.begin(), vlanKeys.end(), strVlanKey) != vlanKeys.end();
-    const std::shared_ptr<CRavXmsVlan> vlan = listed ? GetVlan(strVlanKey) : nullptr;
-    if (!vlan)
+    bool done = RavAlignCount(strMemberKey);
+    if (IsGone(strMemberKey))
+        done = done && (!bListed || vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false));
+    else if (done && bListed)
+        return TakeOffMember(*vlan, false);
+    else if (done)
     {
-        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
-        return CResult();
+        vlan->GetOOOKeyFromVk(strMemberKey);
+        done = vlan->UpdOOOKeyAdptr(false);
+        vlan->CloseParentClassKey();
     }
-    MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-    const bool done = vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false) &&
-                      vlan->UpdateTeamMemberOOOKey2ReflectRemovedVlan(strMemberKey, false, vlan->m_iVlanId);
-    return done ? CResult::Success() : CannotTakeOff(strVlanKey, strMemberKey);
+    return done ? CResult::Success() : CResult();
 }
 
 // Nothing of the team's VLANs is left on the member: it goes back to what it was before them.
@@ -454,7 +464,8 @@ CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, 
     placeholder.m_iParentType = RAV_PARENT_TEAM;
     placeholder.m_strMemberKey = strMemberKey;
     placeholder.GetOOOKeyFromVk(strMemberKey);
-    if (!placeholder.UpdOOOKeyAdptr(true) || !placeholder.BindMemberToTCPIP(strMemberKey))
+    const bool updated = IsGone(strMemberKey) || placeholder.UpdOOOKeyAdptr(true);
+    if (!updated || !placeholder.BindMemberToTCPIP(strMemberKey))
     {
         RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-DumX. fails");
         return CResult();

@@ -3,6 +3,12 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
+#include "Src/RavShielded.h"
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlan";
+} // namespace
 
 CRavXmsVlan::CRavXmsVlan(const CRavString& strVlanKey, CRavVlanAgentServices& services)
     : CRavAdapter(strVlanKey), m_strVlanKey(strVlanKey), m_services(services)
@@ -77,7 +83,8 @@ bool CRavXmsVlan::LoadTeamAgent()
     bool done = false;
     const CRavTraceScope trace(L"CRavXmsVlan::LoadTeamAgent", &done);
     m_pTeamAgentPvt.reset(); // or it would keep the module that is to be loaded anew
-    m_pTeamAgentPvt = m_services.LoadTeamAgent();
+    m_pTeamAgentPvt =
+        RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::LoadTeamAgent", [&] { return m_services.LoadTeamAgent(); });
     done = m_pTeamAgentPvt != nullptr;
     if (!done)
         RavTrace().Print(L"CRavXmsVlan::LoadTeamAgent, there is no team agent.");

@@ -144,8 +144,8 @@ class CRavXmsVlan : public CRavAdapter
     bool DoLastVoTTAOps(const CRavString& strTeam);
     // Binds a former team member to its ordinary protocols again. True also when another program holds the write lock.
     bool BindMemberToTCPIP(const CRavString& strMember);
-    // The same, but true only when it was done. *phLocked: negative when the write lock was not had.
-    bool GiveMemberBack(const CRavString& strMember, HRESULT* phLocked = nullptr);
+    // The same, but false whenever the lock was not had.
+    bool GiveMemberBack(const CRavString& strMember);
     bool IsThisBeingRemoved() const { return m_bBeingRemoved || m_bRemovedByTeam; }
 
     // --- state (RavXmsVlan.cpp) ---------------------------------------------------------------------------------
@@ -174,7 +174,8 @@ class CRavXmsVlan : public CRavAdapter
     bool m_bFirstVlan = true;            // while the parent has no VLAN yet
     bool m_bOnTeam = false;              // created over a team
     bool m_bOnTeamMember = false;        // stands for the VLAN on m_strMemberKey
-    bool m_bSkipMiniportRemoval = false; // removal leaves miniport and team agent alone
+    bool m_bSkipMiniportRemoval = false; // removal leaves miniport and team agent alone, and deletes the entry whole
+    bool m_bStaysWithTeam = false;       // removal takes it off the member alone: miniport and entry are still needed
     bool m_bMiniportRemoved = false;     // set before the miniport is removed, never cleared by removal
     bool m_bRemovedByTeam = false;       // the agent's team removal holds the object
     bool m_bFeatureFlag = false;         // bit 0 of the supported features: over a team
@@ -233,19 +234,23 @@ class CRavXmsVlan : public CRavAdapter
 
     class RemovalMark;
     bool IsOnTeamMember() const { return m_bOnTeamMember && m_iParentType == RAV_PARENT_TEAM; }
-    void UpdateTaggingBeforeRemoval(const CRavString& strPath);
-    bool UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, const CRavString& strPath, CResult& result);
-    bool UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& strPath, CResult& result);
-    bool UpdateForOneOfSeveral(const CRavString& strPath, CResult& result);
+    // hLocked: negative when the write lock was not had.
+    bool GiveMemberBack(const wchar_t* routine, const CRavString& strMember, HRESULT& hLocked);
+    CRavString CarryingMember();
+    bool KeepThoseOnMember(std::vector<CRavString>& vlanKeys);
+    void UpdateTaggingBeforeRemoval();
+    CRavString RemovalPath() const;
+    bool UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, CResult& result);
+    bool UpdateForLastVlan(bool bSkipMemberCleanup, CResult& result);
+    bool UpdateForOneOfSeveral(CResult& result);
     bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
     bool CleanUpParent(bool bSkipMemberCleanup);
-    void RemoveMiniportOnce(bool bCleanUpAgain, CResult& result);
+    void RemoveMiniportOnce(CResult& result);
     bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
+    bool UpdateOurParentKey(bool bLastVlan);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();
-    static void ReleaseLock(CRavNetCfgWriteLock& lock, CResult& result);
     static bool HasLock(const CRavNetCfgWriteLock& lock, CResult& result);
-    static bool LimitBindingCount(CRavRegKey& key, DWORD dwLimit);
     static bool DecreaseBindingCount(CRavRegKey& key);
     bool RemoveIdFromMember(const CRavString& strMember, int iVlanId);
     void UpdateMemberTagging(const CRavString& strMember);

@@ -195,7 +195,8 @@ CResult CRavXmsVlan::DoReload()
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     bool alsoMembers = team;
     // An adapter that the core agent does not know, one that was taken out, is in no team.
-    if (!team && !core->IsBoundToTeam(m_strParentKey, alsoMembers).Succeeded())
+    const auto asked = [&] { return core->IsBoundToTeam(m_strParentKey, alsoMembers); };
+    if (!team && !RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload", asked).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsBoundToTeam failed.");
     RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
     std::vector<CRavString> adapters;
@@ -207,7 +208,8 @@ CResult CRavXmsVlan::DoReload()
     for (const CRavString& adapter : adapters)
     {
         // Queued, not done now: the loaded driver is still to be told of the VLAN.
-        const CResult unloaded = core->UnloadMiniportDuringApplyDone(adapter);
+        const CResult unloaded = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload",
+                                           [&] { return core->UnloadMiniportDuringApplyDone(adapter); });
         if (!unloaded.Succeeded())
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: UnloadMiniport failed.");

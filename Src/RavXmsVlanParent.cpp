@@ -3,6 +3,7 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
+#include "Src/RavShielded.h"
 
 #include <algorithm>
 
@@ -80,7 +81,11 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the team agent cannot be loaded.");
             return false;
         }
-        if (!m_pTeamAgentPvt->DoesTeamHaveVlans(m_strParentKey))
+        bool any = false;
+        if (!RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetTotNoOfVlansOnThisParent",
+                         [&] { any = m_pTeamAgentPvt->DoesTeamHaveVlans(m_strParentKey); }))
+            return false;
+        if (!any)
         {
             RavTrace().Print(L"CRavXmsVlan::GetTotNoOfVlansOnThisParent, Zero vlans on parent.");
             done = true;
@@ -115,7 +120,9 @@ bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavSt
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the team agent cannot be loaded.");
         return false;
     }
-    done = m_pTeamAgentPvt->GetTeamMembers(strTeam, members).Succeeded();
+    done = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetTeamMembers_v", [&] {
+               return m_pTeamAgentPvt->GetTeamMembers(strTeam, members);
+           }).Succeeded();
     if (!done)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTeamMembers failed.");
     return done;
@@ -124,14 +131,19 @@ bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavSt
 // The team that has the parent, an adapter, as a member; empty when none has.
 CRavString CRavXmsVlan::TeamOfParent()
 {
-    std::vector<CRavString> teams;
-    if (!LoadTeamAgent() || !m_pTeamAgentPvt->EnumerateTeams(teams).Succeeded())
-        return CRavString();
-    for (const CRavString& team : teams)
-    {
+    CRavString found;
+    if (!LoadTeamAgent())
+        return found;
+    RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::TeamOfParent", [&] {
+        std::vector<CRavString> teams;
         std::vector<CRavString> members;
-        if (m_pTeamAgentPvt->GetTeamMembers(team, members).Succeeded() && Contains(members, m_strParentKey))
-            return team;
-    }
-    return CRavString();
+        if (!m_pTeamAgentPvt->EnumerateTeams(teams).Succeeded())
+            return;
+        const auto team = std::find_if(teams.begin(), teams.end(), [&](const CRavString& candidate) {
+            return m_pTeamAgentPvt->GetTeamMembers(candidate, members).Succeeded() && Contains(members, m_strParentKey);
+        });
+        if (team != teams.end())
+            found = *team;
+    });
+    return found;
 }

@@ -8,6 +8,7 @@
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavNetCfgWriteLock.h"
+#include "Src/RavShielded.h"
 #include "Src/TaggingModeSpy.h"
 
 #include <algorithm>
@@ -58,42 +59,40 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
     int count = 0;
     if (!GetTotNoOfVlansOnThisParent(count))
     {
-        RavTrace().Print(L"ERROR: RemoveVLANonAdapter() fails");
         result.ulErrCode = FAILURE;
         return result;
     }
     const bool last = count <= 1;
     const RemovalMark mark(*this);
-    const CRavString path = RavDriverEntryPath(m_strParentKey);
-    UpdateTaggingBeforeRemoval(path);
+    UpdateTaggingBeforeRemoval();
     if (GetNetCfgInterface() == nullptr)
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), pNetCfg = NULL");
         result.ulErrCode = FAILURE;
         return result;
     }
-    if (!UpdateRegistryForRemoval(last, bSkipMemberCleanup, path, result))
+    if (!UpdateRegistryForRemoval(last, bSkipMemberCleanup, result))
         return result;
-    if (m_bMiniportRemoved || m_bSkipMiniportRemoval)
+    if (m_bMiniportRemoved || m_bSkipMiniportRemoval || m_bStaysWithTeam)
         return result;
     if (last && m_iParentType == RAV_PARENT_TEAM)
         DoLastVoTTAOps(m_strParentKey);
-    // Once the miniport is gone nobody can repeat the removal: what was not applied is prepared once more.
-    const bool cleanUpAgain = last && !result.Succeeded() && !(IsOnTeamMember() && bSkipMemberCleanup);
-    RemoveMiniportOnce(cleanUpAgain, result);
+    RemoveMiniportOnce(result);
     return result;
 }
 
-void CRavXmsVlan::UpdateTaggingBeforeRemoval(const CRavString& strPath)
+void CRavXmsVlan::UpdateTaggingBeforeRemoval()
 {
+    const CRavString member = IsOnTeamMember() ? m_strMemberKey : CRavString();
+    const CRavString path = RavDriverEntryPath(member.IsEmpty() ? m_strParentKey : member);
     CRavRegKey key;
-    if (!key.Open(HKEY_LOCAL_MACHINE, strPath, true))
+    if (!key.Open(HKEY_LOCAL_MACHINE, path, true))
     {
-        RavTrace().Print(L"ERROR: could not open XMS key. path: %s", strPath.c_str());
+        RavTrace().Print(L"ERROR: could not open XMS key. path: %s", path.c_str());
         return;
     }
     int status = -1;
-    TaggingModeSpy(*this).SetTaggingModeDisguise(status, key, L"");
+    TaggingModeSpy(*this).SetTaggingModeDisguise(status, key, member);
     if (status != 0)
         RavTrace().Print(L"ERROR: SetTaggingModeDisguise failed. ");
 }
@@ -110,28 +109,20 @@ bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
     return false;
 }
 
-bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, const CRavString& strPath,
-                                           CResult& result)
+bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, CResult& result)
 {
-    CRavNetCfgWriteLock lock(*GetNetCfgInterface());
-    if (!HasLock(lock, result))
-        return false;
-    const bool done =
-        bLast ? UpdateForLastVlan(bSkipMemberCleanup, strPath, result) : UpdateForOneOfSeveral(strPath, result);
-    ReleaseLock(lock, result);
-    return done;
+    const CRavNetCfgWriteLock lock(*GetNetCfgInterface());
+    return HasLock(lock, result) &&
+           (bLast ? UpdateForLastVlan(bSkipMemberCleanup, result) : UpdateForOneOfSeveral(result));
 }
 
-// Changes that could not be applied are told, but do not keep a VLAN alive that the driver no longer knows.
-void CRavXmsVlan::ReleaseLock(CRavNetCfgWriteLock& lock, CResult& result)
+// What UpdoXMSProtocolKeyAdptr is given: the parent's entry, or for a member the key to which it adds the member's.
+CRavString CRavXmsVlan::RemovalPath() const
 {
-    if (SUCCEEDED(lock.Release()))
-        return;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-    result.ulErrCode = FAILURE;
+    return IsOnTeamMember() ? RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) : RavDriverEntryPath(m_strParentKey);
 }
 
-bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& strPath, CResult& result)
+bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, CResult& result)
 {
     const CResult reloaded = DoReload();
     if (!reloaded.Succeeded())
@@ -147,7 +138,7 @@ bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, const CRavString& s
         result.ulErrCode = FAILURE;
         return false;
     }
-    if (IsOnTeamMember() && !UpdoXMSProtocolKeyAdptr(true, strPath))
+    if (IsOnTeamMember() && !UpdoXMSProtocolKeyAdptr(true, RemovalPath()))
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdoXMSProtocolKeyAdptr fails-3.Extng");
         result.ulErrCode = FAILURE;
@@ -166,7 +157,7 @@ bool CRavXmsVlan::CleanUpParent(bool bSkipMemberCleanup)
     return false;
 }
 
-bool CRavXmsVlan::UpdateForOneOfSeveral(const CRavString& strPath, CResult& result)
+bool CRavXmsVlan::UpdateForOneOfSeveral(CResult& result)
 {
     if (IsUntagged() || CountNumberTaggedVlans() == 1)
     {
@@ -179,7 +170,7 @@ bool CRavXmsVlan::UpdateForOneOfSeveral(const CRavString& strPath, CResult& resu
         }
     }
     RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter(), Hot vlan remove init");
-    if (!UpdoXMSProtocolKeyAdptr(false, strPath))
+    if (!UpdoXMSProtocolKeyAdptr(false, RemovalPath()))
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdoXMSProtocolKeyAdptr fails-2.Extng");
         result.ulErrCode = FAILURE;
@@ -202,20 +193,19 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
     return done;
 }
 
-void CRavXmsVlan::RemoveMiniportOnce(bool bCleanUpAgain, CResult& result)
+void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
 {
     m_bMiniportRemoved = true; // before the lock: a failure below is not to be tried again
-    CRavNetCfgWriteLock lock(*GetNetCfgInterface());
+    const CRavNetCfgWriteLock lock(*GetNetCfgInterface());
     if (!HasLock(lock, result))
         return;
-    if (bCleanUpAgain)
-        CleanUpParent(false);
-    if (!RemoveMiniportByCharacteristics(L"CRavXmsVlan::RemoveVLANonAdapter() characteristics=0x%X"))
-    {
-        RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");
-        result.ulErrCode = FAILURE;
-    }
-    ReleaseLock(lock, result);
+    const auto remove = [&] {
+        return RemoveMiniportByCharacteristics(L"CRavXmsVlan::RemoveVLANonAdapter() characteristics=0x%X");
+    };
+    if (RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::RemoveVLANonAdapter", remove))
+        return;
+    RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() fails, RemoveVirtualMiniport fails");
+    result.ulErrCode = FAILURE;
 }
 
 // Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
@@ -259,9 +249,8 @@ bool CRavXmsVlan::DeleteVlanMiniport()
         return false;
     }
     // Whether the lock was had is not asked: without it the removal fails by itself.
-    CRavNetCfgWriteLock lock(*netCfg);
+    const CRavNetCfgWriteLock lock(*netCfg);
     done = RemoveMiniportByCharacteristics(L"CRavXmsVlan::DeleteVlanMiniport() characteristics=0x%X");
-    done = SUCCEEDED(lock.Release()) && done;
     return done;
 }
 
@@ -269,33 +258,41 @@ bool CRavXmsVlan::DeleteVlanMiniport()
 
 bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
 {
-    bool done = true;
+    bool done = false;
     const CRavTraceScope trace(L"CRavXmsVlan::UpdOOOKeyAdptr", &done);
-    const bool team = m_iParentType == RAV_PARENT_TEAM;
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (core == nullptr)
     {
         RavTrace().Print(L"Unable to get core interface");
-        done = false;
-        return done;
+        return false;
     }
-    if (!core->IsDeviceCorvo(team ? m_strMemberKey : m_strParentKey))
-        return done;
-    // A member's key is the one that is held: without one there is nothing to fall back to.
-    const HKEY handle = !team                            ? GetMyParentRegistryKey()
-                        : GetParentClassKey() != nullptr ? GetMyRegistryKey(L"")
-                                                         : nullptr;
-    CRavRegKey key;
-    done = handle != nullptr && key.Open(handle, L"", true);
-    if (!done)
-        RavTrace().Print(L"CRavXmsVlan::UpdOOOKeyAdptr fails, hKey=NULL");
-    else if (bLastVlan)
-        done = ResetParentKey(key);
-    else
-        DeleteVlanID(key.GetHKey(), m_iVlanId);
+    bool ours = false;
+    done = RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::UpdOOOKeyAdptr", [&] {
+        ours = core->IsDeviceCorvo(m_iParentType == RAV_PARENT_TEAM ? m_strMemberKey : m_strParentKey);
+    });
+    if (ours)
+        done = UpdateOurParentKey(bLastVlan);
     if (!done)
         RavTrace().Print(L"CRavXmsVlan::UpdOOOKeyAdptr,Key Updation error.");
     return done;
+}
+
+bool CRavXmsVlan::UpdateOurParentKey(bool bLastVlan)
+{
+    // A member's key is the one that is held: without one there is nothing to fall back to.
+    const HKEY handle = m_iParentType != RAV_PARENT_TEAM ? GetMyParentRegistryKey()
+                        : GetParentClassKey() != nullptr ? GetMyRegistryKey(L"")
+                                                         : nullptr;
+    CRavRegKey key;
+    if (handle == nullptr || !key.Open(handle, L"", true))
+    {
+        RavTrace().Print(L"CRavXmsVlan::UpdOOOKeyAdptr fails, hKey=NULL");
+        return false;
+    }
+    if (bLastVlan)
+        return ResetParentKey(key);
+    DeleteVlanID(key.GetHKey(), m_iVlanId);
+    return true;
 }
 
 bool CRavXmsVlan::ResetParentKey(CRavRegKey& key)
@@ -356,21 +353,11 @@ bool CRavXmsVlan::RemoveFromBindingList()
     if (done)
     {
         RavTrace().Print(L"Size of MiniportBndgLst strCollection: %d", static_cast<int>(bindings.size()));
-        const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
-        const bool listed = std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; }) > 0;
-        // Taken out by a removal that was interrupted, perhaps before it was counted.
-        if (!listed)
-            return LimitBindingCount(key, static_cast<DWORD>(bindings.size()));
+        const CRavString device = RavDeviceOf(m_strVlanKey);
+        std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
         done = key.SetValue(name, bindings);
     }
     return DecreaseBindingCount(key) && done;
-}
-
-bool CRavXmsVlan::LimitBindingCount(CRavRegKey& key, DWORD dwLimit)
-{
-    const CRavString name = RavName(RAV_NAME_BINDING_LIST_COUNT);
-    DWORD count = 0;
-    return key.GetValue(name, count) && (count <= dwLimit || key.SetValue(name, dwLimit));
 }
 
 // A count of 1 or less cannot be right here: it is kept, and the update fails.

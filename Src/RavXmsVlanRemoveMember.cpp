@@ -8,6 +8,7 @@
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavNetCfgWriteLock.h"
+#include "Src/RavShielded.h"
 #include "Src/TaggingModeSpy.h"
 
 #include <algorithm>
@@ -28,18 +29,24 @@ bool CRavXmsVlan::UpdateTeamMemberOOOKey2ReflectRemovedVlan(const CRavString& st
         RavTrace().Print(L"Unable to get core interface");
         return false;
     }
-    done = true;
-    if (!core->IsDeviceCorvo(strMember))
+    const auto ask = [](int line, const auto& call) {
+        return RavShielded(SOURCE_FILE, line, L"CRavXmsVlan::UpdateTeamMemberOOOKey2ReflectRemovedVlan", call);
+    };
+    bool ours = false;
+    done = ask(__LINE__, [&] { ours = core->IsDeviceCorvo(strMember); });
+    if (!ours)
         return done;
-    if (bLastVlan)
+    if (!bLastVlan)
     {
-        core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_ID));
-        core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_MODE));
-        core->SetParameter(strMember, RAV_PARAMETER::Text(RavName(RAV_NAME_VLAN_FILTERING), L"0"));
-        core->SetParameter(strMember, RAV_PARAMETER::Text(RavName(RAV_NAME_TAGGING_MODE), L"0"));
+        done = RemoveIdFromMember(strMember, iVlanId);
         return done;
     }
-    done = RemoveIdFromMember(strMember, iVlanId);
+    const auto set = [&](const CRavString& name) { core->SetParameter(strMember, RAV_PARAMETER::Text(name, L"0")); };
+    // Whatever becomes of one, the others follow.
+    ask(__LINE__, [&] { core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_ID)); });
+    ask(__LINE__, [&] { core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_MODE)); });
+    ask(__LINE__, [&] { set(RavName(RAV_NAME_VLAN_FILTERING)); });
+    ask(__LINE__, [&] { set(RavName(RAV_NAME_TAGGING_MODE)); });
     return done;
 }
 
@@ -104,7 +111,7 @@ bool CRavXmsVlan::UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(const CRavS
     std::vector<CRavString> bindings;
     if (!RavReadList(key, RavName(RAV_NAME_BINDING_LIST), bindings))
         return false;
-    const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanKey;
+    const CRavString device = RavDeviceOf(m_strVlanKey);
     std::erase_if(bindings, [&](const CRavString& binding) { return binding == device; });
     if (!key.SetValue(RavName(RAV_NAME_BINDING_LIST), bindings))
         return failed(2);
@@ -128,8 +135,8 @@ bool CRavXmsVlan::DoLastVoTTAOps(const CRavString& strTeam)
         RavTrace().Print(L"CRavXmsVlan::DoLastVoTTAOps fails.pTaPvt=NULL.");
         return false;
     }
-    m_pTeamAgentPvt->NotifyLastVlanOnTeamRemoved(strTeam, m_strVlanKey, 0);
-    done = true;
+    done = RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoLastVoTTAOps",
+                       [&] { m_pTeamAgentPvt->NotifyLastVlanOnTeamRemoved(strTeam, m_strVlanKey, 0); });
     return done;
 }
 
@@ -137,33 +144,36 @@ bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
 {
     HRESULT locked = S_OK;
     // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
-    return GiveMemberBack(strMember, &locked) || (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
+    return GiveMemberBack(L"BindMemberToTCPIP", strMember, locked) ||
+           (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
 }
 
-bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember, HRESULT* phLocked)
+bool CRavXmsVlan::GiveMemberBack(const CRavString& strMember)
 {
-    RavTrace().Print(L"Entering CRavXmsVlan::BindMemberToTCPIP");
+    HRESULT locked = S_OK;
+    return GiveMemberBack(L"GiveMemberBack", strMember, locked);
+}
+
+bool CRavXmsVlan::GiveMemberBack(const wchar_t* routine, const CRavString& strMember, HRESULT& hLocked)
+{
+    RavTrace().Print(L"Entering CRavXmsVlan::%s", routine);
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     if (netCfg == nullptr)
     {
-        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP fails,pNetCfg = NULL");
+        RavTrace().Print(L"CRavXmsVlan::%s fails,pNetCfg = NULL", routine);
         return false;
     }
-    CRavNetCfgWriteLock lock(*netCfg);
+    const CRavNetCfgWriteLock lock(*netCfg);
     if (!lock.IsHeld())
     {
-        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP-Acq write lock fails");
-        if (phLocked != nullptr)
-            *phLocked = lock.Status();
+        RavTrace().Print(L"CRavXmsVlan::%s-Acq write lock fails", routine);
+        hLocked = lock.Status();
         return false;
     }
     if (netCfg->CleanUpAdapterFromXms(strMember, true) != 0)
     {
-        RavTrace().Print(L"CRavXmsVlan::BindMemberToTCPIP,pNetCfg->CleanUpAdapterFromXms() fails.Extng");
+        RavTrace().Print(L"CRavXmsVlan::%s,pNetCfg->CleanUpAdapterFromXms() fails.Extng", routine);
         return false;
     }
-    if (SUCCEEDED(lock.Release()))
-        return true;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-    return false;
+    return true;
 }

@@ -61,8 +61,7 @@ bool CRavXmsVlan::OpenTeamMemberKey(CRavRegKey& key)
     RavTrace().Print(L"m_strParentKey: %s", m_strParentKey.c_str());
     RavTrace().Print(L"m_strMiniportInst: %s", m_strMiniportInst.c_str());
     RavTrace().Print(L"m_strVlanNetCfgInstanceId: %s", m_strVlanNetCfgInstanceId.c_str());
-    CRavString member;
-    GetKeyStrForFirstAdapterFromVlanOnTeam(m_strVlanNetCfgInstanceId, member);
+    CRavString member = CarryingMember();
     if (member.IsEmpty())
     {
         std::vector<CRavString> members;
@@ -110,12 +109,32 @@ int CRavXmsVlan::CountNumberTaggedVlans()
     return count;
 }
 
+// Of the team's VLANs, those that the member carries. This one is among them until its removal is through, on the
+// driver's list or already off it.
+bool CRavXmsVlan::KeepThoseOnMember(std::vector<CRavString>& vlanKeys)
+{
+    std::erase_if(vlanKeys, [&](const CRavString& key) { return key.CompareI(m_strVlanKey); });
+    const bool done = RavKeepListed(m_strMemberKey, vlanKeys);
+    vlanKeys.push_back(m_strVlanKey);
+    return done;
+}
+
+// Of a team's members, the one whose lists stand for the VLAN.
+CRavString CRavXmsVlan::CarryingMember()
+{
+    CRavString member = m_strMemberKey;
+    if (!IsOnTeamMember())
+        GetKeyStrForFirstAdapterFromVlanOnTeam(m_strVlanNetCfgInstanceId, member);
+    return member;
+}
+
 int CRavXmsVlan::CountRemainingVlans()
 {
     int count = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::CountRemainingVlans", &count);
     std::vector<CRavString> keys;
-    if (m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded())
+    if (m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded() &&
+        (!IsOnTeamMember() || KeepThoseOnMember(keys)))
         count = static_cast<int>(keys.size());
     else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLANs of %s cannot be counted.", m_strParentKey.c_str());
@@ -130,7 +149,7 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
     CRavString adapter = m_strParentKey;
     if (m_iParentType == RAV_PARENT_TEAM)
     {
-        GetKeyStrForFirstAdapterFromVlanOnTeam(m_strVlanNetCfgInstanceId, adapter);
+        adapter = CarryingMember();
         RavTrace().Print(L"key_str: %s", adapter.c_str());
     }
     const CRavString path = RavDriverEntryPath(adapter);

@@ -93,6 +93,16 @@ std::string Short(const CRegistryChange& change, const CRavString& five)
     return Replaced(text, R"(\{[0-9A-F]{8}-[0-9A-F-]+\})", "{V}");
 }
 
+// Removes what a removal that failed has left of VLAN 10. The count of the driver's entry is never brought below 1:
+// when it was decreased already, and no more than one is left in it, it has to be put right first.
+bool RemoveRest(CLabHost& host, const CRavString& ten)
+{
+    const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
+    const bool counted = !host.Vlan("Port A", 5).IsEmpty() && LabNumber(entry, L"MiniportBindingListCount", 9) <= 1;
+    EXPECT_EQ(!counted, host.Remove(ten).Succeeded());
+    return !counted || (LabSetNumber(entry, L"MiniportBindingListCount", 2) && host.Remove(ten).Succeeded());
+}
+
 using OPERATION = std::function<CResult(CLabHost& host, const CRavString& prepared)>;
 struct RAV_OUTCOME
 {
@@ -197,9 +207,7 @@ TEST(Failures, EveryPlatformCallOfARemoval)
             [&](CLabHost& host, const RAV_OUTCOME& outcome) {
                 const size_t left = other ? 1 : 0;
                 const bool removed = outcome.result.Succeeded() && outcome.result.ulErrClass != 2;
-                // What was interrupted can be done again; twice, when it was counted before it was taken off the list.
-                EXPECT_TRUE(removed || CLabHost::Miniports() == left || host.Remove(outcome.prepared).Succeeded() ||
-                            host.Remove(outcome.prepared).Succeeded());
+                EXPECT_TRUE(removed || CLabHost::Miniports() == left || RemoveRest(host, outcome.prepared));
                 const CRavString entry = LabPath(XMS_ADAPTERS_KEY, host.Key("Port A"));
                 EXPECT_EQ(left, CLabHost::Miniports());
                 EXPECT_EQ(left, LabList(entry, L"MiniportBindingList").size());
@@ -243,7 +251,7 @@ TEST(Failures, EveryOperationOfTheCoreAgentThrows)
         const CRavString ten = host.Vlan("Port A", 10);
         const bool removed = throwing([&] { return host.Remove(ten); });
         ExpectTheRestWhole(host, five);
-        ASSERT_TRUE(removed || host.Remove(ten).Succeeded());
+        ASSERT_TRUE(removed || RemoveRest(host, ten));
         ASSERT_EQ(1u, CLabHost::Miniports());
     }
 }

@@ -4,6 +4,7 @@
 #include "Tests/Common/ModuleTrace.h"
 #include "Tests/Src/VlanObjectFixture.h"
 
+#include <optional>
 #include <random>
 #include <set>
 #include <sstream>
@@ -289,7 +290,7 @@ HRESULT WINAPI AcquireWriteLock(INetCfgLock* lock, DWORD wait, LPCWSTR text, LPW
 TEST(Remove, WithoutTheWriteLock)
 {
     CLabHost host;
-    Create(host, "10 20");
+    Create(host, "10 20 30 40 50");
     const std::vector<CRavString> vlans = host.Vlans();
     Microsoft::WRL::ComPtr<INetCfgLock> lock;
     ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&lock)));
@@ -305,10 +306,11 @@ TEST(Remove, WithoutTheWriteLock)
     };
     EXPECT_EQ("-333 class 2; ", remove(0, NETCFG_E_NEED_REBOOT));
     EXPECT_EQ("0 class 2; ", remove(0, E_ACCESSDENIED));
-    EXPECT_EQ(R"(0 class 2; ~ 0001 VLANID MULTI_SZ "10", "20" -> "20"; )"
-              R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
-              R"(~ {1} MiniportBindingListCount DWORD 2 -> 1)",
-              remove(1, E_ACCESSDENIED));
+    EXPECT_EQ(
+        R"(0 class 2; ~ 0001 VLANID MULTI_SZ "10", "20", "30", "40", "50" -> "20", "30", "40", "50"; )"
+        R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}", "\Device\{V3}", "\Device\{V4}", "\Device\{V5}" -> )"
+        R"("\Device\{V2}", "\Device\{V3}", "\Device\{V4}", "\Device\{V5}"; ~ {1} MiniportBindingListCount DWORD 5 -> 4)",
+        remove(1, E_ACCESSDENIED));
     // An object that failed at the second lock does not try the miniport again; a new one does.
     CResult result;
     bool created = false;
@@ -318,9 +320,10 @@ TEST(Remove, WithoutTheWriteLock)
     EXPECT_EQ(2u, vlan->RemoveVLANonAdapter(false).ulErrClass);
     s_uLocks = 9;
     EXPECT_EQ(0u, vlan->RemoveVLANonAdapter(false).ulErrCode);
-    EXPECT_EQ(2u, CLabHost::Miniports());
+    EXPECT_EQ(5u, CLabHost::Miniports());
     host.Agent().ReleaseNetCfgInterfaceObj(result, created);
-    EXPECT_EQ("0 class -1; - 0011", remove(9, S_OK));
+    // Each of them was counted, listed or not.
+    EXPECT_EQ("0 class -1; - 0011; ~ {1} MiniportBindingListCount DWORD 2 -> 1", remove(9, S_OK));
 }
 
 // What a member was is kept in the entries that go with its VLANs: without the lock nothing of it comes back.
@@ -359,30 +362,67 @@ TEST(Remove, VlansOnTheHyperVSwitchAreRefusedBeforeAnyChange)
     }
 }
 
-// The members are the adapters 8 and 9, the team is 10.
+namespace
+{
+// The members are the adapters 8 and 9, the team is 10, its VLANs are {100} and on.
+std::string TeamHost(const std::string& ids)
+{
+    std::string vlans;
+    std::istringstream text(ids);
+    for (std::string id; text >> id;)
+        vlans += std::string(vlans.empty() ? "" : ", ") + R"({ "parent": "Team", "name": "N)" + id + R"(", "id": )" +
+                 id + " }";
+    std::string host = SMALL_HOST;
+    return host.replace(host.rfind('}'), 1, R"(, "vlans": [ )" + vlans + " ] }");
+}
+
+using ON_TEAM = std::function<void(CLabHost&, CResult&, const std::vector<CRavString>&)>;
+const ON_TEAM REMOVE_FIRST = [](CLabHost& host, CResult& result, const auto& keys) { result = host.Remove(keys[0]); };
+const ON_TEAM REMOVE_ALL = [](CLabHost& host, CResult& result, const auto&) {
+    host.Agent().RemoveAllVlansOnTeam(result, host.Key("Team"));
+};
+// Takes a VLAN, or all with a number beyond them, off a member; the keys are spelled in lower case, and the agent knows
+// its VLANs in that spelling already.
+ON_TEAM Leave(const char* member, size_t vlan)
+{
+    return [=](CLabHost& host, CResult& result, const std::vector<CRavString>& keys) {
+        CRavString team = host.Key("Team");
+        CRavString leaving = host.Key(member);
+        CRavString key = vlan < keys.size() ? keys[vlan] : CRavString();
+        for (CRavString* const text : {&team, &leaving, &key})
+            text->MakeLower();
+        RAV_VLAN_INFO info;
+        host.Agent().GetVlanInfo(result, key, info);
+        host.Agent().RemoveVlanFromTeamMember(result, team, leaving, key);
+    };
+}
+// The last result, and all changes.
+std::string Changes(CVlanLab& host, const std::vector<ON_TEAM>& operations)
+{
+    const std::vector<CRavString> keys = host.Vlans("Team");
+    const CRegistryChange change;
+    CResult result;
+    for (const ON_TEAM& operation : operations)
+        operation(host, result, keys);
+    return std::to_string(result.ulErrCode) + "; " + CVlanLab::Short(Format(change, keys));
+}
+
+// A slot that throws when it is called, and once only if it is this one.
+std::optional<CSlot> s_thrower;
+[[noreturn]] void ThrowOnce()
+{
+    s_thrower.reset();
+    CSlot::Throw();
+}
+} // namespace
+
 TEST(Remove, VlansOverTeams)
 {
-    const char* const vlans = R"(, "vlans": [ { "parent": "Team", "id": 40, "name": "Forty" },
-                                              { "parent": "Team", "id": 41, "name": "Other" },
-                                              { "parent": "Team", "id": 0, "name": "Untagged" } ] })";
-    using OPERATION = std::function<void(CLabHost&, CResult&, const std::vector<CRavString>&)>;
-    const OPERATION one = [](CLabHost& host, CResult& result, const auto& keys) { result = host.Remove(keys[0]); };
-    const OPERATION all = [](CLabHost& host, CResult& result, const auto&) {
-        host.Agent().RemoveAllVlansOnTeam(result, host.Key("Team"));
-    };
-    const auto leave = [](const char* member, size_t vlan) {
-        return [=](CLabHost& host, CResult& result, const std::vector<CRavString>& keys) {
-            CRavString team = host.Key("Team");
-            CRavString leaving = host.Key(member);
-            CRavString key = vlan < keys.size() ? keys[vlan] : CRavString();
-            for (CRavString* const text : {&team, &leaving, &key})
-                text->MakeLower();
-            host.Agent().RemoveVlanFromTeamMember(result, team, leaving, key);
-        };
-    };
-    const std::tuple<OPERATION, const char*, const char*> CASES[] = {
-        {one, "", R"(0; - 0011)"},
-        {all, "",
+    const std::tuple<const char*, std::vector<ON_TEAM>, const char*, const char*> CASES[] = {
+        {"40 41 0", {REMOVE_FIRST}, "", R"(0; - 0011)"},
+        {"40 41 0",
+         {REMOVE_ALL},
+         "",
          R"(0; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; + 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; )"
          R"(- 0008 VlanMode DWORD 1; ~ 0009 TaggingMode DWORD 1 -> SZ "0"; + 0009 VlanFiltering SZ "0"; )"
          R"(- 0009 VLANID MULTI_SZ "40", "41"; - 0009 VlanMode DWORD 1; - 0011; - 0012; - 0013; )"
@@ -390,32 +430,177 @@ TEST(Remove, VlansOverTeams)
          R"(~ {8} MiniportBindingListCount DWORD 4 -> 1; ~ {8} TaggingMode DWORD 3 -> 0; )"
          R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
          R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
-        {all, R"(Lab\Teams\{10} Members MULTI_SZ {77} {9})",
+        {"40 41 0",
+         {REMOVE_ALL},
+         R"(Lab\Teams\{10} Members MULTI_SZ {77} {9})",
          R"(0; - 0011; - 0012; - 0013; )"
          R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
          R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
-        {leave("Member 1", 0), "",
+        // One of several goes off a member, whose lists and modes follow what it still carries, whatever the team and
+        // the other member do.
+        {"40 41 0",
+         {Leave("Member 1", 0)},
+         "",
          R"(0; ~ 0008 VLANID MULTI_SZ "40", "41" -> "41"; )"
          R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V2}", "\Device\{V3}"; )"
          R"(~ {8} MiniportBindingListCount DWORD 4 -> 3)"},
-        {leave("Member 1", 9), "{8} MiniportBindingList DWORD 1", "4294967295; "},
-        {leave("Member 1", 9), "",
+        {"40 0",
+         {Leave("Member 1", 0)},
+         "",
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> 0; - 0008 VLANID MULTI_SZ "40"; - 0008 VlanMode DWORD 1; )"
+         R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}" -> "\Device\{10}", "\Device\{V2}"; )"
+         R"(~ {8} MiniportBindingListCount DWORD 3 -> 2; ~ {8} TaggingMode DWORD 3 -> 0)"},
+        {"40 41 0",
+         {Leave("Member 1", 1), Leave("Member 1", 0)},
+         "",
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> 0; - 0008 VLANID MULTI_SZ "40", "41"; - 0008 VlanMode DWORD 1; )"
+         R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V3}"; )"
+         R"(~ {8} MiniportBindingListCount DWORD 4 -> 2; ~ {8} TaggingMode DWORD 3 -> 0)"},
+        {"40 41 0",
+         {Leave("Member 2", 2), Leave("Member 2", 0)},
+         "",
+         R"(0; ~ 0009 VLANID MULTI_SZ "40", "41" -> "41"; )"
+         R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V2}"; )"
+         R"(~ {9} MiniportBindingListCount DWORD 4 -> 2; ~ {9} TaggingMode DWORD 3 -> 1)"},
+        // The member is not in the machine any more.
+        {"40 41 0",
+         {Leave("Member 1", 2)},
+         "- 0008",
+         R"(0; ~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}", "\Device\{V1}", "\Device\{V2}"; )"
+         R"(~ {8} MiniportBindingListCount DWORD 4 -> 3)"},
+        {"40 41 0",
+         {Leave("Member 1", 9), Leave("Member 1", 9)},
+         "- 0008",
+         R"(0; - {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
+        {"40 41 0", {Leave("Member 1", 9)}, "{8} MiniportBindingList DWORD 1", "4294967295; "},
+        {"40 41 0",
+         {Leave("Member 1", 9)},
+         "",
          R"(0; ~ 0008 NetworkAddress SZ "001B21000008" -> ""; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; )"
          R"(+ 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; - 0008 VlanMode DWORD 1; )"
          R"(- 0008 XMSLoaded DWORD 1; - {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
     };
-    for (const auto& [operation, prepared, expected] : CASES)
+    for (const auto& [ids, operations, prepared, expected] : CASES)
     {
-        std::string text = SMALL_HOST;
-        CVlanLab host(text.replace(text.rfind('}'), 1, vlans));
+        CVlanLab host(TeamHost(ids));
         host.Change(prepared);
-        const std::vector<CRavString> keys = host.Vlans("Team");
-        const CRegistryChange change;
-        CResult result;
-        operation(host, result, keys);
-        EXPECT_EQ(expected, std::to_string(result.ulErrCode) + "; " + CVlanLab::Short(Format(change, keys)))
-            << prepared;
+        EXPECT_EQ(expected, Changes(host, operations)) << ids << ' ' << prepared;
     }
+}
+
+// Whichever platform call fails: done again, the whole is what it would have been at once.
+TEST(Remove, TakingOffAMemberCanBeRepeated)
+{
+    const ON_TEAM leave = Leave("Member 1", 0);
+    CVlanLab usual(TeamHost("40 0"));
+    const std::string expected = Changes(usual, {leave});
+    for (size_t k = 1, failed = true; failed && !HasFailure(); ++k)
+    {
+        CVlanLab host(TeamHost("40 0"));
+        host.CLabHost::Agent();
+        CJournal journal;
+        bool again = false;
+        const ON_TEAM twice = [&](CLabHost& lab, CResult& result, const auto& keys) {
+            journal.FailCall(k);
+            journal.Start();
+            leave(lab, result, keys);
+            failed = journal.HasFailed();
+            journal.Stop();
+            again = !result.Succeeded();
+            if (again)
+                leave(lab, result, keys);
+        };
+        const std::string changes = Changes(host, {twice});
+        EXPECT_TRUE(!again || changes == expected) << k << '\n' << changes << '\n' << journal.Calls();
+    }
+}
+
+// What a sibling throws counts as its failure, and ends no more than that does.
+TEST(Remove, SiblingsThatThrow)
+{
+    using CORE = CRavCoreAgentPvtIntf;
+    using TEAM = CRavTeamAgentPvtIntf;
+    const auto core = [](auto operation) { return std::pair(true, Place(operation)); };
+    const auto team = [](auto operation) { return std::pair(false, Place(operation)); };
+    const bool ONCE = true;
+    // What the team agent does when it is told of the last VLAN.
+    const std::string TOLD = R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}" -> "\Device\{10}"; )"
+                             R"(~ {8} MiniportBindingListCount DWORD 2 -> 1; ~ {8} TaggingMode DWORD 1 -> 0)";
+    const std::string IDS = R"(- 0008 VLANID MULTI_SZ "40"; - 0008 VlanMode DWORD 1; )";
+    const std::tuple<std::pair<bool, size_t>, bool, const char*, std::vector<ON_TEAM>, std::string> CASES[] = {
+        {team(&TEAM::NotifyLastVlanOnTeamRemoved),
+         !ONCE,
+         "40",
+         {REMOVE_FIRST},
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; + 0008 VlanFiltering SZ "0"; )" + IDS +
+             "- 0011; - {8} TaggingMode DWORD 1"},
+        {team(&TEAM::GetTeamMembers), ONCE, "40", {REMOVE_FIRST}, "0; - 0011; " + TOLD},
+        {team(&TEAM::DoesTeamHaveVlans), !ONCE, "40", {REMOVE_FIRST}, "4294967295; "},
+        {core(&CORE::UnloadMiniport), !ONCE, "40", {REMOVE_FIRST}, "0; - 0011; " + TOLD},
+        {core(&CORE::IsDeviceCorvo), !ONCE, "40", {REMOVE_FIRST}, "0; - 0011; " + TOLD},
+        {core(&CORE::DeleteParameter),
+         !ONCE,
+         "40",
+         {REMOVE_FIRST},
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; + 0008 VlanFiltering SZ "0"; - 0011; )" + TOLD},
+        {core(&CORE::SetParameter),
+         ONCE,
+         "40",
+         {REMOVE_FIRST},
+         R"(0; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; )" + IDS + "- 0011; " + TOLD},
+        {core(&CORE::UnloadMiniport), !ONCE, "40", {REMOVE_ALL}, "0; - 0011; " + TOLD},
+        {core(&CORE::UnloadMiniportDuringApplyDone),
+         !ONCE,
+         "40 41 0",
+         {Leave("Member 1", 2)},
+         "4294967295; ~ {8} TaggingMode DWORD 3 -> 1"},
+        // Done again, it goes on behind the count.
+        {core(&CORE::IsDeviceCorvo),
+         ONCE,
+         "40 0",
+         {Leave("Member 1", 0), Leave("Member 1", 0)},
+         "0; ~ 0008 TaggingMode DWORD 1 -> 0; " + IDS +
+             R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}" -> "\Device\{10}", "\Device\{V2}"; )"
+             R"(~ {8} MiniportBindingListCount DWORD 3 -> 2; ~ {8} TaggingMode DWORD 3 -> 0)"},
+    };
+    for (const auto& [sibling, once, ids, operations, expected] : CASES)
+    {
+        CVlanLab host(TeamHost(ids));
+        host.Change(R"(Lab\Teams\{10} Members MULTI_SZ {8})");
+        CVlanAgentWin& agent = host.CLabHost::Agent();
+        const auto team = agent.GetTeamAgentPvtIntf(); // held, so that loading it again finds the same one
+        s_thrower.emplace(sibling.first ? static_cast<void*>(agent.GetCoreAgentPvt()) : team.get(),
+                          sibling.second, once ? &ThrowOnce : &CSlot::Throw);
+        EXPECT_EQ(expected, Changes(host, operations)) << sibling.first << sibling.second;
+        s_thrower.reset();
+    }
+}
+
+// Neither the untagged VLAN that goes along, but cannot, nor changes that cannot be applied keep a VLAN.
+TEST(Remove, WhatFailsBesideIt)
+{
+    CLabHost host;
+    Create(host, "10 0");
+    const std::vector<CRavString> vlans = host.Vlans();
+    const auto remove = [&](size_t vlan) {
+        const CRegistryChange change;
+        const CResult result = host.Remove(vlans[vlan]);
+        return std::to_string(result.ulErrCode) + "; " + CVlanLab::Short(Format(change, vlans));
+    };
+    s_thrower.emplace(host.Agent().GetCoreAgentPvt(), Place(&CRavCoreAgentPvtIntf::UnloadMiniportDuringApplyDone),
+                      &ThrowOnce);
+    EXPECT_EQ(R"(0; - 0001 VLANID MULTI_SZ "10"; - 0001 VlanMode DWORD 1; - 0011; )"
+              R"(~ {1} MiniportBindingList MULTI_SZ "\Device\{V1}", "\Device\{V2}" -> "\Device\{V2}"; )"
+              R"(~ {1} MiniportBindingListCount DWORD 2 -> 1; ~ {1} TaggingMode DWORD 3 -> 1)",
+              remove(0));
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+    HRESULT(WINAPI* const refuse)(INetCfg*) = [](INetCfg*) -> HRESULT { return E_FAIL; };
+    const CSlot apply(netCfg.Get(), Place(&INetCfg::Apply), refuse);
+    EXPECT_EQ(R"(0; ~ 0001 NetworkAddress SZ "001B21000001" -> ""; ~ 0001 TaggingMode DWORD 1 -> SZ "0"; )"
+              R"(~ 0001 VlanFiltering SZ "1" -> "0"; - 0001 XMSLoaded DWORD 1; - 0012; - {1}; )"
+              R"(- XMS\Configuration\{1}; ~ TcpIp\{1} EnableDHCP DWORD 0 -> 1)",
+              remove(1));
 }
 
 // Creations and removals in random order: after each step the rules that the driver relies on hold.

@@ -23,7 +23,7 @@ struct Removal
     VlanRow vlan;
     CRavString with; // the VLAN that takes this untagged one along; empty for one that was asked for
     const char* state = "planned";
-    std::string reason; // of "refused" and "failed"
+    std::string reason; // of "refused" and "failed", and of "removed" when the agent reports a failure all the same
 };
 
 bool Has(const std::vector<VlanRow>& rows, const CRavString& key)
@@ -132,29 +132,35 @@ bool Confirmed()
     return answer.starts_with('y') || answer.starts_with('Y');
 }
 
-void Finish(Removal& removal, const std::string& failure, bool json)
+void Finish(Removal& removal, bool gone, const std::string& failure, bool json)
 {
     const std::string text = VlanText(removal.vlan.info);
-    removal.state = failure.empty() ? "removed" : "failed";
+    removal.state = gone ? "removed" : "failed";
     removal.reason = failure;
     if (!failure.empty())
-        PrintError("error: " + text + " was not removed: " + failure + "\n");
+        PrintError("error: " + text + (gone ? " is gone, but the agent reports a failure: " : " was not removed: ") +
+                   failure + "\n");
     else if (!json)
         Print("removed " + text + "\n");
 }
 
 // A network configuration that is locked shows by the class, mostly with code 0; at the second of its two locks the
 // lists of the parent are changed already.
-std::string RemoveOne(CSession& session, const Removal& removal, unsigned waitSeconds)
+void RemoveOne(CSession& session, Removal& removal, const RemoveOptions& options)
 {
+    const CRavString& key = removal.vlan.info.vlanKey;
+    if (!IsThere(session, key))
+        return Finish(removal, false, "it is gone already; another program has removed it", options.json);
     CResult result;
-    session.Agent().RemoveVlan(result, session.Lock(waitSeconds), removal.vlan.info.vlanKey);
+    session.Agent().RemoveVlan(result, session.Lock(options.waitSeconds), key);
     if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
-        return "";
-    if (!IsThere(session, removal.vlan.info.vlanKey))
-        return "it is gone already; another program has removed it";
-    const bool locked = result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
-    return FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : "");
+        return Finish(removal, true, "", options.json);
+    // From here on it cannot be told who has removed one that is gone.
+    const bool gone = !IsThere(session, key);
+    const bool locked = !gone && result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
+    Finish(removal, gone,
+           FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : ""),
+           options.json);
 }
 
 void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& options)
@@ -164,9 +170,13 @@ void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& o
         if (!IsPlanned(removal))
             continue;
         if (removal.with.IsEmpty())
-            Finish(removal, RemoveOne(session, removal, options.waitSeconds), options.json);
-        else // the agent has taken it along, or has failed at it
-            Finish(removal, IsThere(session, removal.vlan.info.vlanKey) ? "it is still there" : "", options.json);
+        {
+            RemoveOne(session, removal, options);
+            continue;
+        }
+        // The agent has taken it along, or has failed at it.
+        const bool gone = !IsThere(session, removal.vlan.info.vlanKey);
+        Finish(removal, gone, gone ? "" : "it is still there", options.json);
     }
 }
 

@@ -107,7 +107,8 @@ bool IsThere(CSession& session, const CRavString& vlanKey)
     CResult result;
     std::vector<CRavString> keys;
     session.Agent().EnumerateVlans(result, CRavString(), keys);
-    return std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(vlanKey); });
+    return !result.Succeeded() || // what cannot be told counts as there
+           std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(vlanKey); });
 }
 
 std::string VlanText(const RAV_VLAN_INFO& info)
