@@ -25,9 +25,10 @@ vlanctl | lab | bench)
     # vlanctl needs a host to work on; the lab's server is as good as any.
     if [ "$name" = vlanctl ] && ! scripts/wine.sh "$bin/lab.exe" show >/dev/null 2>&1; then
         # It is up after all when another command has been quicker.
-        scripts/wine.sh "$bin/lab.exe" up Suite/Lab/hosts/server.json >&2 ||
+        scripts/lab.sh "$bin" up Suite/Lab/hosts/server.json >&2 ||
             scripts/wine.sh "$bin/lab.exe" show >/dev/null 2>&1
     fi
+    [ "$name" != lab ] || exec scripts/lab.sh "$bin" "$@"
     exec scripts/wine.sh "$bin/$name.exe" "$@"
     ;;
 reg)

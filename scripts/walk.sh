@@ -26,7 +26,11 @@ run() {
         printf ' %s' "$argument"
     done
     printf '\n'
-    scripts/wine.sh "$bin/$program.exe" "$@" 2>&1 </dev/null || status=$?
+    if [ "$program" = lab ]; then
+        scripts/lab.sh "$bin" "$@" 2>&1 </dev/null || status=$?
+    else
+        scripts/wine.sh "$bin/$program.exe" "$@" 2>&1 </dev/null || status=$?
+    fi
     [ $status -eq 0 ] || printf '[exit status %d]\n' $status
     [ $status -eq "$expected" ] || fail "the last command should have ended with status $expected"
 }

@@ -126,6 +126,14 @@ CResult CreateTen(CLabHost& host, const CRavString&)
     return host.Create("Port A", 10, L"Ten");
 }
 
+// The plain and the hardened build share the calls: each fails every other one.
+#ifdef _GLIBCXX_ASSERTIONS
+constexpr size_t FIRST_CALL = 2;
+#else
+constexpr size_t FIRST_CALL = 1;
+#endif
+constexpr size_t FEWEST_CALLS = 50; // fewer mean that calls are not seen
+
 // Runs an operation on one new host after the other, on each with another of its platform calls refused, or throwing.
 // Whatever fails: it is reported, every lock is given back, nothing stays open, and the VLAN with the id 5, if there is
 // to be one, stays whole.
@@ -133,7 +141,8 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
 {
     std::set<std::string> usual;
     RAV_OUTCOME outcome;
-    for (size_t k = 0; !testing::Test::HasFailure(); ++k)
+    const size_t step = throwing ? 6 : 2;
+    for (size_t k = 0; !testing::Test::HasFailure(); k += k == 0 ? FIRST_CALL : step)
     {
         CLabHost host(TINY_HOST);
         ASSERT_TRUE(!other || host.Create("Port A", 5, L"Five").Succeeded());
@@ -155,7 +164,10 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
         journal.Stop();
         SCOPED_TRACE("call " + std::to_string(k) + (throwing ? " throws" : ""));
         if (k != 0 && !failed)
+        {
+            EXPECT_LT(FEWEST_CALLS, k);
             return;
+        }
         EXPECT_EQ("", OpenHandles(journal));
         outcome.change = Replaced(Short(change, five), "; ", "\n");
         outcome.behind = behind ? Short(*behind, five) : "";

@@ -13,6 +13,13 @@ class LabError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+// The driver's service is in a state that nothing but a new session of Wine gets it out of.
+class DriverError : public LabError
+{
+  public:
+    using LabError::LabError;
+};
+
 void Write(const std::string& text);
 
 void RunShow(bool json);
@@ -24,5 +31,6 @@ bool IsRealWindows();
 CRavString ProgramFolder();
 // Registers the COM server; the driver service is created and started. Throws LabError.
 void StartPlatform(const std::string& edition);
-// Undoes as much of that as can be undone; what could not, in words.
+// Undoes as much of that as can be undone; what could not, in words. A driver that cannot be stopped is none of it: it
+// keeps nothing of the host, and serves the next one.
 std::string StopPlatform();

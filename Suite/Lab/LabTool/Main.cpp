@@ -101,6 +101,11 @@ int RunLab()
         command();
         return 0;
     }
+    catch (const DriverError& error)
+    {
+        std::cerr << "lab: " << error.what() << "\n";
+        return 3;
+    }
     catch (const std::exception& error)
     {
         std::cerr << "lab: " << error.what() << "\n";

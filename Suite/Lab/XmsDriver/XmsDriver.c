@@ -87,22 +87,26 @@ static NTSTATUS OpenRequests(HANDLE *key)
     return ZwCreateKey(key, KEY_QUERY_VALUE | KEY_SET_VALUE, &attributes, 0, NULL, REG_OPTION_NON_VOLATILE, NULL);
 }
 
-/* The key outlives the driver: requests of before stay, and the next one follows them. */
-static ULONG CountRequests(HANDLE key)
+static BOOLEAN HasRequest(HANDLE key, ULONG number)
 {
     UNICODE_STRING value_name;
     WCHAR name[5];
-    ULONG number;
     ULONG size;
 
-    for (number = 0; number < LAST_REQUEST; ++number)
-    {
-        NameOfRequest(&name, number + 1);
-        RtlInitUnicodeString(&value_name, name);
-        if (ZwQueryValueKey(key, &value_name, KeyValueBasicInformation, NULL, 0, &size) == STATUS_OBJECT_NAME_NOT_FOUND)
-            break;
-    }
-    return number;
+    NameOfRequest(&name, number);
+    RtlInitUnicodeString(&value_name, name);
+    return ZwQueryValueKey(key, &value_name, KeyValueBasicInformation, NULL, 0, &size) != STATUS_OBJECT_NAME_NOT_FOUND;
+}
+
+/* The key outlives the driver, is emptied with the lab, and may have been written by another host of the driver: the next
+   request follows those that are there. */
+static ULONG CountRequests(HANDLE key)
+{
+    if (g_requests != 0 && !HasRequest(key, g_requests))
+        g_requests = 0;
+    while (g_requests < LAST_REQUEST && HasRequest(key, g_requests + 1))
+        ++g_requests;
+    return g_requests;
 }
 
 static NTSTATUS KeepRequest(void *buffer, ULONG size)
@@ -114,9 +118,8 @@ static NTSTATUS KeepRequest(void *buffer, ULONG size)
 
     if (!NT_SUCCESS(status))
         return status;
-    if (g_requests == 0)
-        g_requests = CountRequests(key);
-    NameOfRequest(&name, ++g_requests);
+    g_requests = CountRequests(key) + 1;
+    NameOfRequest(&name, g_requests);
     RtlInitUnicodeString(&value_name, name);
     status = ZwSetValueKey(key, &value_name, 0, REG_BINARY, buffer, size);
     ZwClose(key);
@@ -142,6 +145,8 @@ static NTSTATUS NTAPI DeviceControl(DEVICE_OBJECT *device, IRP *irp)
 static void NTAPI Unload(DRIVER_OBJECT *driver)
 {
     UNICODE_STRING link;
+    if (driver->DeviceObject == NULL)
+        return;
     RtlInitUnicodeString(&link, L"\\DosDevices\\oXMSProtocol");
     IoDeleteSymbolicLink(&link);
     IoDeleteDevice(driver->DeviceObject);
@@ -157,7 +162,11 @@ NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT *driver, UNICODE_STRING *registry_path)
     UNREFERENCED_PARAMETER(registry_path);
     RtlInitUnicodeString(&name, L"\\Device\\oXMSProtocol");
     RtlInitUnicodeString(&link, L"\\DosDevices\\oXMSProtocol");
+    driver->DriverUnload = Unload;
     status = IoCreateDevice(driver, 0, &name, FILE_DEVICE_NETWORK, 0, FALSE, &device);
+    /* Another host of the driver, which the service manager has lost sight of, serves the device as well as this one. */
+    if (status == STATUS_OBJECT_NAME_COLLISION)
+        return STATUS_SUCCESS;
     if (!NT_SUCCESS(status))
         return status;
     status = IoCreateSymbolicLink(&link, &name);
@@ -169,6 +178,5 @@ NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT *driver, UNICODE_STRING *registry_path)
     driver->MajorFunction[IRP_MJ_CREATE] = OpenOrClose;
     driver->MajorFunction[IRP_MJ_CLOSE] = OpenOrClose;
     driver->MajorFunction[IRP_MJ_DEVICE_CONTROL] = DeviceControl;
-    driver->DriverUnload = Unload;
     return STATUS_SUCCESS;
 }
