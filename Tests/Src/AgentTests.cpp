@@ -446,44 +446,55 @@ TEST(Initialize, FailsUntilAllIsThere)
     EXPECT_EQ("Already Initialized!!!!!\n", Traced("Already Initialized"));
 }
 
+thread_local bool t_noNetCfg = false;
+HRESULT (*s_initialize)(INetCfg*, void*) = nullptr;
+
 // An agent without a network configuration is handed out and initialised again by each call of an export.
 TEST(Initialize, AgainAndAgainUnderThoseWhoUseTheAgent)
 {
-    constexpr int ROUNDS = 50;
+    constexpr int ROUNDS = 100;
     CLabHost host;
     CVlanAgentWin agent;
-    CJournal journal;
+    std::atomic<int> handedOut = 0;
+    std::atomic<bool> ended = false;
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+    const auto refuse = [](INetCfg* self, void* reserved) {
+        return t_noNetCfg ? E_FAIL : s_initialize(self, reserved);
+    };
+    const CSlot slot(netCfg.Get(), 3, +refuse);
+    s_initialize = reinterpret_cast<decltype(s_initialize)>(slot.Original());
     const auto initialize = [&] {
         CResult result;
-        journal.FailNext("CoCreateInstance");
         agent.Initialize(result);
-        return result.ulErrCode;
+        handedOut += result.Succeeded() ? 1 : 0;
     };
-    journal.Start(CJournal::THREADS::Mine);
-    ASSERT_EQ(0u, initialize());
-    std::atomic<int> right = 0;
-    const auto use = [&] {
+    t_noNetCfg = true;
+    initialize();
+    t_noNetCfg = false;
+    ASSERT_EQ(1, handedOut);
+    s_trace->Forget();
+    std::thread again([&] {
         CLabServer server;
         server.SetUp();
-        for (int round = 0; round < ROUNDS; ++round)
-        {
-            CResult result;
-            CResult verified;
-            bool supports = false;
-            agent.DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
-            agent.VerifyClientID(verified, host.Client());
-            right += result.Succeeded() && supports && verified.Succeeded() ? 1 : 0;
-        }
+        for (t_noNetCfg = true; !ended;)
+            initialize();
         server.TearDown();
-        CoUninitialize();
-    };
-    std::thread one(use);
-    std::thread other(use);
+    });
+    int right = 0;
     for (int round = 0; round < ROUNDS; ++round)
-        EXPECT_EQ(0u, initialize());
-    one.join();
-    other.join();
-    EXPECT_EQ(2 * ROUNDS, right);
+    {
+        CResult result;
+        CResult verified;
+        bool supports = false;
+        agent.DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
+        agent.VerifyClientID(verified, host.Client());
+        right += result.Succeeded() && supports && verified.Succeeded() ? 1 : 0;
+    }
+    ended = true;
+    again.join();
+    EXPECT_EQ(ROUNDS, right);
+    EXPECT_EQ("", Traced("Already Initialized"));
 }
 
 int s_parameterErrors = 0;
