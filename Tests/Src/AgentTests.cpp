@@ -2,6 +2,7 @@
 // transaction, and the module as its clients have it.
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/Helper.h"
 #include "Tests/Common/ModuleTrace.h"
 #include "Tests/Src/LabFixture.h"
 
@@ -486,6 +487,79 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
     CloseServiceHandle(manager);
 }
 
+// This program as the DCB service, one that says "stopping" until it is told to stop.
+const wchar_t* const MAY_STOP = L"Global\\RavTestMayStop";
+const wchar_t* const AS_SERVICE = L" --as-service";
+SERVICE_STATUS_HANDLE s_service = nullptr;
+HANDLE s_stop = nullptr;
+
+void Report(DWORD state)
+{
+    SERVICE_STATUS status = {SERVICE_WIN32_OWN_PROCESS, state, 0, 0, 0, 0, 0};
+    status.dwControlsAccepted = state == SERVICE_RUNNING ? SERVICE_ACCEPT_STOP : 0;
+    SetServiceStatus(s_service, &status);
+}
+
+void WINAPI Control(DWORD control)
+{
+    if (control != SERVICE_CONTROL_STOP)
+        return;
+    Report(SERVICE_STOP_PENDING);
+    SetEvent(s_stop);
+}
+
+void WINAPI Serve(DWORD, wchar_t**)
+{
+    s_service = RegisterServiceCtrlHandlerW(L"CorvoDCB", Control);
+    Report(SERVICE_RUNNING);
+    WaitForSingleObject(s_stop, INFINITE);
+    WaitForSingleObject(OpenEventW(SYNCHRONIZE, FALSE, MAY_STOP), INFINITE);
+    Report(SERVICE_STOPPED);
+}
+
+[[maybe_unused]] const bool s_served = [] {
+    if (wcsstr(GetCommandLineW(), AS_SERVICE) == nullptr)
+        return false;
+    wchar_t name[] = L"CorvoDCB";
+    const SERVICE_TABLE_ENTRYW table[] = {{name, Serve}, {nullptr, nullptr}};
+    s_stop = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    ExitProcess(StartServiceCtrlDispatcherW(table) ? 0 : GetLastError());
+}();
+
+TEST(ApplyDone, AServiceThatIsStoppingHasStoppedBeforeItIsStarted)
+{
+    wchar_t program[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, program, MAX_PATH);
+    const std::wstring command = L'"' + std::wstring(program) + L'"' + AS_SERVICE;
+    const HANDLE mayStop = CreateEventW(nullptr, TRUE, FALSE, MAY_STOP);
+    const SC_HANDLE manager = OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS);
+    const SC_HANDLE service = CreateServiceW(manager, L"CorvoDCB", L"CorvoDCB", SERVICE_ALL_ACCESS,
+                                             SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
+                                             command.c_str(), nullptr, nullptr, nullptr, nullptr, nullptr);
+    const auto state = [&] {
+        SERVICE_STATUS status = {};
+        QueryServiceStatus(service, &status);
+        return status.dwCurrentState;
+    };
+    SERVICE_STATUS status = {};
+    EXPECT_TRUE(CHelper::RavStartService(0));
+    EXPECT_TRUE(ControlService(service, SERVICE_CONTROL_STOP, &status));
+    EXPECT_EQ(DWORD{SERVICE_STOP_PENDING}, state());
+    {
+        CJournal journal;
+        journal.Before("QueryServiceStatus", 2, [&] { SetEvent(mayStop); }); // the first still sees it stopping
+        journal.Start();
+        EXPECT_TRUE(CHelper::RavStartService(0));
+        journal.Stop();
+    }
+    EXPECT_EQ(DWORD{SERVICE_RUNNING}, state());
+    EXPECT_TRUE(CHelper::RavStopService(0));
+    DeleteService(service);
+    for (const SC_HANDLE handle : {service, manager})
+        CloseServiceHandle(handle);
+    CloseHandle(mayStop);
+}
+
 TEST(Forwarding, WhatTheCoreAgentThrowsIsTracedAndFails)
 {
     CLabHost host;
@@ -538,12 +612,15 @@ TEST(Initialize, FailsUntilAllIsThere)
     journal.Start();
     CLabHost::Delete(Utf8(SUITE_KEY));
     EXPECT_EQ(CResult::FAILED, initialize());
-    for (const wchar_t* const bad : {L"", L".", L"..\\bin", L"C:\\nowhere"})
+    // The last is as long as the log's.
+    for (const CRavString& bad : std::initializer_list<CRavString>{L"", L".", L"..\\bin", L"C:\\nowhere",
+                                                                   (L"C:\\" + std::wstring(490, L'x')).c_str()})
     {
         LabSetText(SUITE_KEY, L"InstalledDir", bad);
         EXPECT_EQ(CResult::FAILED, initialize()) << Utf8(bad);
-        EXPECT_EQ(*bad == L'C' ? "LoadLibraryExW C:\\nowhere\\CoreAgent.dll -> 126\n" : "",
-                  journal.Calls({"LoadLibraryExW", "LoadLibraryW"}));
+        EXPECT_EQ(bad.starts_with(L'C') ? "LoadLibraryExW " + Utf8(bad) + "\\CoreAgent.dll\n" : "",
+                  std::regex_replace(journal.Calls({"LoadLibraryExW", "LoadLibraryW"}), std::regex(" -> \\d+"), ""));
+        journal.Start();
     }
     LabSetText(SUITE_KEY, L"InstalledDir", other.Folder().c_str());
     journal.Start();
@@ -566,44 +643,55 @@ TEST(Initialize, FailsUntilAllIsThere)
     EXPECT_EQ("Already Initialized!!!!!\n", Traced("Already Initialized"));
 }
 
+thread_local bool t_noNetCfg = false;
+HRESULT (*s_initialize)(INetCfg*, void*) = nullptr;
+
 // An agent without a network configuration is handed out and initialised again by each call of an export.
 TEST(Initialize, AgainAndAgainUnderThoseWhoUseTheAgent)
 {
-    constexpr int ROUNDS = 50;
+    constexpr int ROUNDS = 100;
     CLabHost host;
     CVlanAgentWin agent;
-    CJournal journal;
+    std::atomic<int> handedOut = 0;
+    std::atomic<bool> ended = false;
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+    const auto refuse = [](INetCfg* self, void* reserved) {
+        return t_noNetCfg ? E_FAIL : s_initialize(self, reserved);
+    };
+    const CSlot slot(netCfg.Get(), 3, +refuse);
+    s_initialize = reinterpret_cast<decltype(s_initialize)>(slot.Original());
     const auto initialize = [&] {
         CResult result;
-        journal.FailNext("CoCreateInstance");
         agent.Initialize(result);
-        return result.ulErrCode;
+        handedOut += result.Succeeded() ? 1 : 0;
     };
-    journal.Start(CJournal::THREADS::Mine);
-    ASSERT_EQ(0u, initialize());
-    std::atomic<int> right = 0;
-    const auto use = [&] {
+    t_noNetCfg = true;
+    initialize();
+    t_noNetCfg = false;
+    ASSERT_EQ(1, handedOut);
+    s_trace->Forget();
+    std::thread again([&] {
         CLabServer server;
         server.SetUp();
-        for (int round = 0; round < ROUNDS; ++round)
-        {
-            CResult result;
-            CResult verified;
-            bool supports = false;
-            agent.DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
-            agent.VerifyClientID(verified, host.Client());
-            right += result.Succeeded() && supports && verified.Succeeded() ? 1 : 0;
-        }
+        for (t_noNetCfg = true; !ended;)
+            initialize();
         server.TearDown();
-        CoUninitialize();
-    };
-    std::thread one(use);
-    std::thread other(use);
+    });
+    int right = 0;
     for (int round = 0; round < ROUNDS; ++round)
-        EXPECT_EQ(0u, initialize());
-    one.join();
-    other.join();
-    EXPECT_EQ(2 * ROUNDS, right);
+    {
+        CResult result;
+        CResult verified;
+        bool supports = false;
+        agent.DoesParentSupportVlans(result, host.Key("Port A"), supports, host.Client());
+        agent.VerifyClientID(verified, host.Client());
+        right += result.Succeeded() && supports && verified.Succeeded() ? 1 : 0;
+    }
+    ended = true;
+    again.join();
+    EXPECT_EQ(ROUNDS, right);
+    EXPECT_EQ("", Traced("Already Initialized"));
 }
 
 int s_parameterErrors = 0;
