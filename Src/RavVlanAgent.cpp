@@ -206,7 +206,7 @@ std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");
     const std::lock_guard guard(m_teamAgentLock);
     if (m_hTeamAgent != nullptr)
-        FreeLibrary(m_hTeamAgent);
+        FreeLibrary(std::exchange(m_hTeamAgent, nullptr));
     m_hTeamAgent = CHelper::RavLoadModule(RavModule::TeamAgent);
     if (m_hTeamAgent == nullptr)
     {

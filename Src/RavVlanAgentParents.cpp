@@ -187,7 +187,8 @@ bool CVlanAgentWin::AddSupportingTeams(CRavTeamAgentPvtIntf& team, std::vector<C
         bool supports = false;
         bool notLoaded = false;
         bool teamFlag = false;
-        if (!team.DoesTeamSupportVlan(key, supports, notLoaded, teamFlag, client).Succeeded() || !supports)
+        const auto ask = [&] { return team.DoesTeamSupportVlan(key, supports, notLoaded, teamFlag, client); };
+        if (!RavAnswer(SOURCE_FILE, __LINE__, L"EnumerateVlanSupportingParents", ask).Succeeded() || !supports)
             continue;
         parents.push_back(key);
         RavTrace().Print(L"EnumerateVlanSupportingParents(), found a supportive parent-Team (%s)", key.c_str());

@@ -125,7 +125,9 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
     Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
     std::vector<CRavString> adapters{strParentKey};
     const auto team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
-    if (bIsTeam && (team == nullptr || !team->GetTeamMembers(strParentKey, adapters).Succeeded()))
+    const auto members = [&] { return team->GetTeamMembers(strParentKey, adapters); };
+    if (bIsTeam &&
+        (team == nullptr || !RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::WarnOfVmq", members).Succeeded()))
         return;
     if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))
         Add(messages, code, RAV_CATEGORY_VMQ_SETTING, RAV_SEVERITY_WARNING);
@@ -256,7 +258,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     const size_t total = ids.size() + vlans.size();
     if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
-    else if (total > MAX_VLANS)
+    if (total > MAX_VLANS)
         Stop(messages, RAV_MSG_PARENT_OVERFULL);
 
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;

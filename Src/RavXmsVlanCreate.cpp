@@ -165,10 +165,13 @@ int CRavXmsVlan::RunUnderLock(std::initializer_list<Step> steps)
     const int exit = RunSteps(steps);
     if (exit != 0)
         return exit;
-    if (FAILED(lock.Release()))
+    HRESULT released = E_FAIL;
+    RavShielded(SOURCE_FILE, __LINE__, L"ReleaseLockForWrite", [&] { released = lock.Release(); });
+    if (FAILED(released))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-        lock.TakeAgain(); // the miniport cannot be taken away without
+        // The miniport cannot be taken away without.
+        RavShielded(SOURCE_FILE, __LINE__, L"AcquireLockForWrite", [&] { lock.TakeAgain(); });
         return 2;
     }
     installed.Keep();
@@ -199,23 +202,22 @@ CResult CRavXmsVlan::DoReload()
     if (!team && !RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload", asked).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsBoundToTeam failed.");
     RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
-    std::vector<CRavString> adapters;
-    if (!team)
-        adapters.push_back(m_strParentKey);
-    if (alsoMembers && !AddTeamMembers(adapters))
-        return result;
     result = CResult::Success();
-    for (const CRavString& adapter : adapters)
-    {
-        // Queued, not done now: the loaded driver is still to be told of the VLAN.
-        const CResult unloaded = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload",
-                                           [&] { return core->UnloadMiniportDuringApplyDone(adapter); });
-        if (!unloaded.Succeeded())
-        {
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: UnloadMiniport failed.");
-            result = unloaded;
-        }
-    }
+    // Queued, not done now: the loaded driver is still to be told of the VLAN.
+    const auto reload = [&](const CRavString& adapter) {
+        const CResult queued = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload",
+                                         [&] { return core->UnloadMiniportDuringApplyDone(adapter); });
+        if (queued.Succeeded())
+            return;
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: UnloadMiniport failed.");
+        result = queued;
+    };
+    if (!team)
+        reload(m_strParentKey);
+    std::vector<CRavString> members;
+    if (alsoMembers && !AddTeamMembers(members))
+        result = CResult();
+    std::for_each(members.begin(), members.end(), reload);
     return result;
 }
 

@@ -6,6 +6,7 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavNameTable.h"
+#include "Src/RavShielded.h"
 #include "Src/RavNetCfgWriteLock.h"
 
 namespace
@@ -57,7 +58,9 @@ bool CRavXmsVlan::QueryParentName(CRavString& strParentName)
     if (m_iParentType == RAV_PARENT_TEAM)
     {
         RAV_TEAM_INFO info;
-        if (!LoadTeamAgent() || !m_pTeamAgentPvt->GetTeamInfo(m_strParentKey, info).Succeeded())
+        const auto ask = [&] { return m_pTeamAgentPvt->GetTeamInfo(m_strParentKey, info); };
+        if (!LoadTeamAgent() ||
+            !RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::ConstructVlanDisplayName", ask).Succeeded())
             info.strTeamName.ClearString();
         if (info.strTeamName.IsEmpty())
             RavTrace().Print(L"CRavXmsVlan::ConstructVlanDisplayName() - TeamAgent GetTeamInfo string Empty");
@@ -70,7 +73,8 @@ bool CRavXmsVlan::QueryParentName(CRavString& strParentName)
         RavTrace().Print(L"CRavXmsVlan::ConstructVlanDisplayName() - CoreAgentPointer NULL");
         return false;
     }
-    const CResult result = core->GetDisplayName(m_strParentKey, strParentName);
+    const CResult result = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::ConstructVlanDisplayName",
+                                     [&] { return core->GetDisplayName(m_strParentKey, strParentName); });
     if (!result.Succeeded())
     {
         RavTrace().Print(L"CRavXmsVlan::ConstructVlanDisplayName() - CoreAgent GetDisplayName failed (%u)",
@@ -180,7 +184,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
         }
     }
     // A second try of a change that did not reach all carriers still replaces the id that they list.
-    if (m_iVlanId != iVlanId)
+    if (m_iVlanId != iVlanId || m_iPreviousVlanId < 0)
         m_iPreviousVlanId = m_iVlanId;
     m_iVlanId = iVlanId;
     m_ravVlanInfo.vlanId = static_cast<DWORD>(iVlanId);
@@ -254,7 +258,10 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no core agent.");
         return failed();
     }
-    const bool isVirtual = core->IsVirtualDevice(m_strParentKey);
+    bool isVirtual = false;
+    if (!RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
+                     [&] { isVirtual = core->IsVirtualDevice(m_strParentKey); }))
+        return failed();
     RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress bIsVirtual_Device - %d", isVirtual);
     if (isVirtual)
     {
@@ -262,7 +269,8 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
         return;
     }
     RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress Is Not a Virtual_Device - %d", isVirtual);
-    const CResult result = core->GetPermMacAddress(m_strParentKey, address);
+    const CResult result = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
+                                     [&] { return core->GetPermMacAddress(m_strParentKey, address); });
     if (!result.Succeeded())
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress GetPermMacAddress failed (%u)",

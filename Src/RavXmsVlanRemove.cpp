@@ -262,14 +262,11 @@ bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
     const CRavTraceScope trace(L"CRavXmsVlan::UpdOOOKeyAdptr", &done);
     CRavCoreAgentPvtIntf* const core = GetCoreInterface();
     if (core == nullptr)
-    {
         RavTrace().Print(L"Unable to get core interface");
-        return false;
-    }
     bool ours = false;
-    done = RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::UpdOOOKeyAdptr", [&] {
-        ours = core->IsDeviceCorvo(m_iParentType == RAV_PARENT_TEAM ? m_strMemberKey : m_strParentKey);
-    });
+    done = core != nullptr && RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::UpdOOOKeyAdptr", [&] {
+               ours = core->IsDeviceCorvo(m_iParentType == RAV_PARENT_TEAM ? m_strMemberKey : m_strParentKey);
+           });
     if (ours)
         done = UpdateOurParentKey(bLastVlan);
     if (!done)

@@ -345,13 +345,17 @@ bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
     const CRavString name = RavName(RAV_NAME_ENABLE_DHCP);
     CRavRegKey tcpip;
     DWORD dhcp = 0;
-    if (!tcpip.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_TCPIP_INTERFACES_KEY) + strAdapter, true))
-        return tcpip.LastResult() == ERROR_FILE_NOT_FOUND || failed(L"read", tcpip.LastResult());
-    const bool known = tcpip.GetValue(name, dhcp);
-    if (!known && !RavIsNoNumber(tcpip.LastResult()))
+    bool known = false;
+    if (tcpip.Open(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_TCPIP_INTERFACES_KEY) + strAdapter, true))
+    {
+        known = tcpip.GetValue(name, dhcp);
+        if (!known && !RavIsNoNumber(tcpip.LastResult()))
+            return failed(L"read", tcpip.LastResult());
+        if (!tcpip.SetValue(name, DWORD{0}))
+            return failed(L"switched off", tcpip.LastResult());
+    }
+    else if (tcpip.LastResult() != ERROR_FILE_NOT_FOUND) // an adapter without TCP/IP has no flag
         return failed(L"read", tcpip.LastResult());
-    if (!tcpip.SetValue(name, DWORD{0}))
-        return failed(L"switched off", tcpip.LastResult());
     CRavRegKey configuration;
     if (configuration.Create(HKEY_LOCAL_MACHINE, RavName(RAV_NAME_DRIVER_CONFIGURATION_KEY) + strAdapter, true,
                              false) &&

@@ -387,11 +387,12 @@ CResult CRavXmsVlan::ReSyncJumboFrameSettingEnumValues(CRavString strTopValue)
     while (choices.EnumValue(name))
     {
         CRavString text;
-        if (!choices.GetValue(name, text))
-            continue;
-        setting.values.push_back(_wtoi(name));
-        setting.descriptions.push_back(text);
-        if (!name.CompareI(strTopValue))
+        if (choices.GetValue(name, text))
+        {
+            setting.values.push_back(_wtoi(name));
+            setting.descriptions.push_back(text);
+        }
+        if (!name.CompareI(strTopValue)) // nothing above it is offered, even when it has no text itself
             continue;
         if (!(strTopValue == STANDARD_FRAME_TEXT))
             break;

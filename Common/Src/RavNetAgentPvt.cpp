@@ -6,6 +6,7 @@
 #include "Common/Src/RavRegKey.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace
 {
@@ -174,7 +175,7 @@ void CRavNetAgentPvt::FetchCoreAgentPvt()
     const SectionGuard guard(m_lock);
     m_pCoreAgentPvt = nullptr;
     if (m_hCoreAgent != nullptr)
-        FreeLibrary(m_hCoreAgent);
+        FreeLibrary(std::exchange(m_hCoreAgent, nullptr));
     m_hCoreAgent = CHelper::RavLoadModule(RavModule::CoreAgent);
     if (m_hCoreAgent == nullptr)
         return;

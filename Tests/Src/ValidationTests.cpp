@@ -260,7 +260,7 @@ TEST(Validation, FullParents)
         const char* two;
     } CASES[] = {
         {"Port A", 62, "", ""},  {"Port A", 63, "", "139"},  {"Port A", 64, "144", "139"},
-        {"Virtual", 61, "", ""}, {"Virtual", 62, "", "140"}, {"Virtual", 63, "145", "140"},
+        {"Virtual", 61, "", ""}, {"Virtual", 62, "", "140"}, {"Virtual", 63, "145", "140 139"},
     };
     for (const auto& one : CASES)
     {
