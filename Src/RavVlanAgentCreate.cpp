@@ -254,15 +254,12 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
         RavTrace().Print(L"NotifyXmsOfNewVlan - invalid vlan.");
         return;
     }
-    bool told = false;
-    RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid", [&] { told = pVlan->SendNewVlanOid(); });
-    if (told)
+    const auto tell = [&] { return pVlan->SendNewVlanOid(); };
+    if (RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid", tell))
         return;
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
-    CResult reload;
-    RavShielded(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone",
-                [&] { reload = Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); });
-    if (!reload.Succeeded())
+    const auto reload = [&] { return Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); };
+    if (!RavAnswer(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone", reload).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
                          pVlan->m_strParentKey.c_str());
 }

@@ -36,7 +36,7 @@ static_assert(sizeof(NEW_VLAN_ANNOUNCEMENT) == 258, "the driver refuses any othe
 class CRavXmsVlan::InstalledMiniport
 {
   public:
-    explicit InstalledMiniport(CRavXmsVlan& vlan) : m_vlan(vlan) {}
+    explicit InstalledMiniport(CRavXmsVlan& vlan) : m_vlan(vlan), m_before(vlan.m_strVlanKey) {}
     ~InstalledMiniport()
     {
         if (m_undo)
@@ -49,7 +49,7 @@ class CRavXmsVlan::InstalledMiniport
   private:
     void Undo()
     {
-        if (m_vlan.m_strVlanKey == RAV_NEW_VLAN_KEY)
+        if (m_vlan.m_strVlanKey == m_before) // the install has not come to give it one
             return;
         if (!m_vlan.m_pNetCfgComponent) // its preparation was not finished
             m_vlan.m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_vlan.m_strVlanKey);
@@ -57,6 +57,7 @@ class CRavXmsVlan::InstalledMiniport
     }
 
     CRavXmsVlan& m_vlan;
+    const CRavString m_before;
     bool m_undo = true;
 };
 

@@ -202,6 +202,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
         if (listed != 0)
             return;
     }
+    m_iPreviousVlanId = -1; // replaced everywhere
     UnloadMiniport();
     status = 0;
 }
