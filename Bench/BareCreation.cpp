@@ -2,7 +2,7 @@
 
 #include "Bench/BareCalls.h"
 
-#include "Common/Intf/RavMiniportDrv.h"
+#include "Common/Library/RavMiniportDrv.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <setupapi.h>

@@ -4,8 +4,8 @@
 #include "Bench/BenchHost.h"
 #include "Bench/BenchTable.h"
 
-#include "Common/Intf/RavMiniportDrv.h"
-#include "Src/RavVlanAgent.h"
+#include "Common/Library/RavMiniportDrv.h"
+#include "Src/Agent/RavVlanAgent.h"
 #include "Tests/Harness/RegistryDiff.h"
 
 #include <cstdio>

@@ -1,6 +1,6 @@
 #include "Bench/BenchHost.h"
 
-#include "Src/RavVlanAgent.h"
+#include "Src/Agent/RavVlanAgent.h"
 #include "Suite/Lab/LabTool/HostBuilder.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"

@@ -4,7 +4,7 @@
 #include "Bench/BenchHost.h"
 #include "Bench/BenchTable.h"
 
-#include "Src/RavVlanAgent.h"
+#include "Src/Agent/RavVlanAgent.h"
 
 #include <netcfgx.h>
 #include <wrl/client.h>

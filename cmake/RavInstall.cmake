@@ -10,7 +10,7 @@ set(RAV_PUBLIC_HEADERS
     Common/Src/RavNetAgentPvt.h
     Common/Src/RavResult.h
     Common/Src/RavString.h
-    Src/RavSetting.h
+    Common/Settings/RavSetting.h
     Src/RavVlanAgentIntf.h
     Src/RavVlanAgentPvtIntf.h
     Src/RavVlanMessages.h

@@ -2,7 +2,7 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
-#include "Src/RavSetting.h"
+#include "Common/Settings/RavSetting.h"
 #include "Src/RavVlanAgentIntf.h"
 #include "Src/RavVlanAgentPvtIntf.h"
 #include "Src/RavVlanMessages.h"

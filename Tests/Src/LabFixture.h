@@ -1,9 +1,9 @@
 #pragma once
 // A host of the lab in a private hive, with the agent on top: what the scenarios of the module start from.
 
-#include "Common/Intf/RavNetCfgInterface.h"
-#include "Src/RavVlanAgent.h"
-#include "Src/RavXmsVlan.h"
+#include "Common/Library/RavNetCfgInterface.h"
+#include "Src/Agent/RavVlanAgent.h"
+#include "Src/Vlan/RavXmsVlan.h"
 #include "Suite/Lab/LabTool/HostBuilder.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"

@@ -2,7 +2,7 @@
 
 #include "Tools/vlanctl/Commands.h"
 
-#include "Src/RavSetting.h"
+#include "Common/Settings/RavSetting.h"
 #include "Tools/vlanctl/Inventory.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Names.h"

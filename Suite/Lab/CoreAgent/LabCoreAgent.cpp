@@ -2,9 +2,9 @@
 
 #include "Suite/Lab/CoreAgent/LabCoreAgent.h"
 
-#include "Common/Intf/RavMiniportReg.h"
+#include "Common/Library/RavMiniportReg.h"
 #include "Common/Src/RavRegKey.h"
-#include "Src/RavSetting.h"
+#include "Common/Settings/RavSetting.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 

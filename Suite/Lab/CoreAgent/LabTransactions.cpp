@@ -2,7 +2,7 @@
 
 #include "Suite/Lab/CoreAgent/LabCoreAgent.h"
 
-#include "Common/Intf/RavAdapter.h"
+#include "Common/Library/RavAdapter.h"
 #include "Common/Src/RavNetAgentPvt.h"
 #include "Common/Src/RavRegKey.h"
 #include "Suite/Lab/State/LabNames.h"

@@ -1,5 +1,5 @@
-/* The lab's intermediate driver: a device that takes object identifier requests, checks them as a driver has to, and keeps
-   each accepted one in its service key, where it can be looked at. */
+/* The lab's intermediate driver: a device that takes object identifier requests, checks them as a driver has to, and
+   keeps each accepted one in its service key, where it can be looked at. */
 
 #include <ntddk.h>
 
@@ -21,7 +21,7 @@ struct oid_header
 
 static ULONG g_requests;
 
-static NTSTATUS Complete(IRP *irp, NTSTATUS status)
+static NTSTATUS Complete(IRP* irp, NTSTATUS status)
 {
     irp->IoStatus.Status = status;
     irp->IoStatus.Information = 0;
@@ -29,13 +29,13 @@ static NTSTATUS Complete(IRP *irp, NTSTATUS status)
     return status;
 }
 
-static NTSTATUS NTAPI OpenOrClose(DEVICE_OBJECT *device, IRP *irp)
+static NTSTATUS NTAPI OpenOrClose(DEVICE_OBJECT* device, IRP* irp)
 {
     UNREFERENCED_PARAMETER(device);
     return Complete(irp, STATUS_SUCCESS);
 }
 
-static BOOLEAN IsTerminated(const WCHAR *text, ULONG characters)
+static BOOLEAN IsTerminated(const WCHAR* text, ULONG characters)
 {
     ULONG index;
     for (index = 0; index < characters; ++index)
@@ -46,10 +46,10 @@ static BOOLEAN IsTerminated(const WCHAR *text, ULONG characters)
     return FALSE;
 }
 
-static NTSTATUS CheckRequest(const void *buffer, ULONG size)
+static NTSTATUS CheckRequest(const void* buffer, ULONG size)
 {
-    const struct oid_header *header = buffer;
-    const UCHAR *data = (const UCHAR *)buffer + sizeof(*header);
+    const struct oid_header* header = buffer;
+    const UCHAR* data = (const UCHAR*)buffer + sizeof(*header);
 
     if (size < sizeof(*header) || header->length != size - sizeof(*header))
         return STATUS_INFO_LENGTH_MISMATCH;
@@ -76,9 +76,10 @@ static void NameOfRequest(WCHAR (*name)[5], ULONG number)
     (*name)[4] = 0;
 }
 
-static NTSTATUS OpenRequests(HANDLE *key)
+static NTSTATUS OpenRequests(HANDLE* key)
 {
-    static WCHAR path[] = L"\\Registry\\Machine\\SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters\\Requests";
+    static WCHAR path[] =
+        L"\\Registry\\Machine\\SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters\\Requests";
     UNICODE_STRING name;
     OBJECT_ATTRIBUTES attributes;
 
@@ -98,8 +99,8 @@ static BOOLEAN HasRequest(HANDLE key, ULONG number)
     return ZwQueryValueKey(key, &value_name, KeyValueBasicInformation, NULL, 0, &size) != STATUS_OBJECT_NAME_NOT_FOUND;
 }
 
-/* The key outlives the driver, is emptied with the lab, and may have been written by another host of the driver: the next
-   request follows those that are there. */
+/* The key outlives the driver, is emptied with the lab, and may have been written by another host of the driver: the
+   next request follows those that are there. */
 static ULONG CountRequests(HANDLE key)
 {
     if (g_requests != 0 && !HasRequest(key, g_requests))
@@ -109,7 +110,7 @@ static ULONG CountRequests(HANDLE key)
     return g_requests;
 }
 
-static NTSTATUS KeepRequest(void *buffer, ULONG size)
+static NTSTATUS KeepRequest(void* buffer, ULONG size)
 {
     UNICODE_STRING value_name;
     WCHAR name[5];
@@ -126,10 +127,10 @@ static NTSTATUS KeepRequest(void *buffer, ULONG size)
     return status;
 }
 
-static NTSTATUS NTAPI DeviceControl(DEVICE_OBJECT *device, IRP *irp)
+static NTSTATUS NTAPI DeviceControl(DEVICE_OBJECT* device, IRP* irp)
 {
-    IO_STACK_LOCATION *stack = IoGetCurrentIrpStackLocation(irp);
-    void *buffer = irp->AssociatedIrp.SystemBuffer;
+    IO_STACK_LOCATION* stack = IoGetCurrentIrpStackLocation(irp);
+    void* buffer = irp->AssociatedIrp.SystemBuffer;
     ULONG size = stack->Parameters.DeviceIoControl.InputBufferLength;
     NTSTATUS status;
 
@@ -142,7 +143,7 @@ static NTSTATUS NTAPI DeviceControl(DEVICE_OBJECT *device, IRP *irp)
     return Complete(irp, status);
 }
 
-static void NTAPI Unload(DRIVER_OBJECT *driver)
+static void NTAPI Unload(DRIVER_OBJECT* driver)
 {
     UNICODE_STRING link;
     if (driver->DeviceObject == NULL)
@@ -152,11 +153,11 @@ static void NTAPI Unload(DRIVER_OBJECT *driver)
     IoDeleteDevice(driver->DeviceObject);
 }
 
-NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT *driver, UNICODE_STRING *registry_path)
+NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT* driver, UNICODE_STRING* registry_path)
 {
     UNICODE_STRING name;
     UNICODE_STRING link;
-    DEVICE_OBJECT *device;
+    DEVICE_OBJECT* device;
     NTSTATUS status;
 
     UNREFERENCED_PARAMETER(registry_path);
@@ -164,7 +165,8 @@ NTSTATUS NTAPI DriverEntry(DRIVER_OBJECT *driver, UNICODE_STRING *registry_path)
     RtlInitUnicodeString(&link, L"\\DosDevices\\oXMSProtocol");
     driver->DriverUnload = Unload;
     status = IoCreateDevice(driver, 0, &name, FILE_DEVICE_NETWORK, 0, FALSE, &device);
-    /* Another host of the driver, which the service manager has lost sight of, serves the device as well as this one. */
+    /* Another host of the driver, which the service manager has lost sight of, serves the device as well as this one.
+     */
     if (status == STATUS_OBJECT_NAME_COLLISION)
         return STATUS_SUCCESS;
     if (!NT_SUCCESS(status))

@@ -1,0 +1,207 @@
+#include "Common/Library/RavAdvSvcNetCfgComponent.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Library/BindingRecord.h"
+#include "Common/Library/NetCfgClasses.h"
+#include "Common/Library/XmsBindings.h"
+
+#include <algorithm>
+#include <iterator>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+// These watch the wire, or give the adapter to a switch, a bridge or a team of the system's own: VLANs do not need them
+// off.
+constexpr const wchar_t* LEFT_ALONE[] = {L"ms_lldp",   L"ms_lltdio", L"ms_rspndr", L"ms_ndiscap",
+                                         L"ms_implat", L"ms_bridge", L"vms_pp"};
+
+bool IsLeftAlone(INetCfgComponent& protocol)
+{
+    return RavHasComponentId(protocol, RAV_XMS_PROTOCOL_ID) ||
+           std::any_of(std::begin(LEFT_ALONE), std::end(LEFT_ALONE),
+                       [&](const wchar_t* id) { return RavHasComponentId(protocol, id); });
+}
+
+HRESULT Traced(const wchar_t* call, HRESULT status)
+{
+    if (FAILED(status))
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent: %s fails, 0x%X", call, status);
+    return status;
+}
+
+HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bound,
+                ComPtr<INetCfgComponentBindings>& bindings)
+{
+    HRESULT status = protocol.QueryInterface(IID_PPV_ARGS(bindings.ReleaseAndGetAddressOf()));
+    if (SUCCEEDED(status))
+        status = bindings->IsBoundTo(&adapter);
+    bound = status == S_OK;
+    return Traced(L"IsBoundTo", status);
+}
+
+HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bound)
+{
+    ComPtr<INetCfgComponentBindings> bindings;
+    return IsBound(protocol, adapter, bound, bindings);
+}
+
+// What cannot be bound to the adapter at all is left as it is.
+HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, bool bind)
+{
+    ComPtr<INetCfgComponentBindings> bindings;
+    bool bound = false;
+    HRESULT status = IsBound(protocol, adapter, bound, bindings);
+    if (FAILED(status) || bound == bind)
+        return FAILED(status) ? status : S_OK;
+    if (!bind)
+        return Traced(L"UnbindFrom", bindings->UnbindFrom(&adapter));
+    status = Traced(L"IsBindableTo", bindings->IsBindableTo(&adapter));
+    if (status == S_OK)
+        status = Traced(L"BindTo", bindings->BindTo(&adapter));
+    return FAILED(status) ? status : S_OK;
+}
+
+// Which protocols an adapter gets back: those of its record, and without one TCP/IP if the driver was bound to it.
+std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBound)
+{
+    std::vector<CRavString> protocols;
+    if (!RavReadBindingRecord(adapter, protocols) && wasBound)
+        protocols = {L"ms_tcpip", L"ms_tcpip6"};
+    return protocols;
+}
+
+// What the record of the adapter has to say once these have been taken off, too. An adapter that came in without a
+// record lost its protocols before there were records.
+bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavString>& taken)
+{
+    if (wasBound && taken.empty())
+        return true;
+    std::vector<CRavString> protocols;
+    if (wasBound)
+        protocols = ProtocolsToRestore(adapter, true);
+    for (const CRavString& id : taken)
+    {
+        if (std::none_of(protocols.begin(), protocols.end(),
+                         [&](const CRavString& known) { return known.CompareI(id); }))
+            protocols.push_back(id);
+    }
+    return RavWriteBindingRecord(adapter, protocols);
+}
+
+// The driver comes before the protocols go; half of it must not be applied with the rest: the adapter would have
+// neither TCP/IP nor VLANs.
+HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgComponent& adapter)
+{
+    std::vector<CRavString> taken;
+    bool wasBound = false;
+    HRESULT status = RavIsBoundToXms(netCfg, adapter, wasBound);
+    if (FAILED(status))
+        return status;
+    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
+        SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
+        status = E_FAIL;
+    netCfg.NoteBindings(guid, false);
+    if (SUCCEEDED(status))
+        return status;
+    RavBindProtocols(netCfg, adapter, taken);
+    if (!wasBound)
+        RavBindXms(netCfg, adapter, false);
+    return status;
+}
+} // namespace
+
+HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind)
+{
+    ComPtr<INetCfgComponent> xms;
+    HRESULT status = netCfg.FindComponentById(RAV_XMS_PROTOCOL_ID, xms);
+    if (FAILED(status))
+        return status;
+    if (!xms)
+        return bind ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : S_OK;
+    status = Bind(*xms.Get(), adapter, bind);
+    bool bound = false;
+    if (SUCCEEDED(status) && bind && SUCCEEDED(status = IsBound(*xms.Get(), adapter, bound)) && !bound)
+        status = E_FAIL; // not bindable: the VLAN would never carry a packet
+    return status;
+}
+
+HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool& bound)
+{
+    ComPtr<INetCfgComponent> xms;
+    bound = false;
+    const HRESULT status = netCfg.FindComponentById(RAV_XMS_PROTOCOL_ID, xms);
+    return FAILED(status) || !xms ? status : IsBound(*xms.Get(), adapter, bound);
+}
+
+HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& taken)
+{
+    HRESULT status = S_OK;
+    const auto takeOff = [&](INetCfgComponent& protocol) {
+        bool bound = false;
+        CNetCfgText id;
+        if (IsLeftAlone(protocol) || FAILED(status = IsBound(protocol, adapter, bound)) || !bound)
+            return SUCCEEDED(status);
+        if (SUCCEEDED(status = protocol.GetId(id.Out())) && SUCCEEDED(status = Bind(protocol, adapter, false)))
+            taken.push_back(id.Get());
+        return SUCCEEDED(status);
+    };
+    const HRESULT walked = RavForEachComponent(*netCfg.GetNetCfg(), GUID_DEVCLASS_NETTRANS, takeOff);
+    return FAILED(walked) ? walked : status;
+}
+
+HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
+                         const std::vector<CRavString>& protocols)
+{
+    HRESULT first = S_OK;
+    for (const CRavString& id : protocols)
+    {
+        ComPtr<INetCfgComponent> protocol;
+        HRESULT status = netCfg.FindComponentById(id, protocol);
+        if (SUCCEEDED(Traced(L"FindComponent", status)) && protocol)
+            status = Bind(*protocol.Get(), adapter, true);
+        if (FAILED(status) && SUCCEEDED(first))
+            first = status; // the others still have to come back
+    }
+    return first;
+}
+
+HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore)
+{
+    ComPtr<INetCfgComponent> adapter;
+    bool wasBound = false;
+    HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
+    if (SUCCEEDED(status) && adapter && SUCCEEDED(status = RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
+    {
+        const std::vector<CRavString> protocols = ProtocolsToRestore(guid, wasBound);
+        if (restore && wasBound)
+            RavWriteBindingRecord(guid, protocols); // for another try, when the driver is off already
+        status = RavBindXms(netCfg, *adapter.Get(), false);
+        if (SUCCEEDED(status) && restore)
+            status = RavBindProtocols(netCfg, *adapter.Get(), protocols);
+    }
+    if (FAILED(status))
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent: the bindings of %s cannot be given back, 0x%X", guid.c_str(),
+                         status);
+    else if (restore)
+        netCfg.NoteBindings(guid, true);
+    return status;
+}
+
+int CRavAdvSvcNetCfgComponent::BindAdapterToXms(CRavNetCfgInterface& netCfg, const CRavString& strAdapter)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavAdvSvcNetCfgComponent::BindAdapterToXms", &status);
+    ComPtr<INetCfgComponent> adapter;
+    HRESULT bound =
+        netCfg.IsLockedForWrite() ? netCfg.FindNetworkComponentByGUID(strAdapter, adapter) : NETCFG_E_NO_WRITE_LOCK;
+    if (SUCCEEDED(bound))
+        bound = adapter ? BindToXms(netCfg, strAdapter, *adapter.Get()) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (SUCCEEDED(bound))
+        status = 0;
+    else
+        RavTrace().Print(L"CRavAdvSvcNetCfgComponent::BindAdapterToXms - %s cannot be bound, 0x%X", strAdapter.c_str(),
+                         bound);
+    return status;
+}

@@ -1,0 +1,244 @@
+#include "Common/Library/RavNetCfgInterface.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegKey.h"
+#include "Common/Library/BindingRecord.h"
+#include "Common/Library/NetCfgClasses.h"
+
+#include <algorithm>
+#include <utility>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr DWORD LOCK_WAIT_MILLISECONDS = 15000;
+constexpr wchar_t LOCK_DESCRIPTION[] = L"Corvo VLAN agent";
+constexpr size_t GUID_TEXT_SIZE = 39;
+
+bool HasGuid(INetCfgComponent& component, const CRavString& guid)
+{
+    GUID instance = {};
+    wchar_t text[GUID_TEXT_SIZE] = {};
+    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
+           guid.CompareI(text);
+}
+
+// A record that stays does no harm: the next first VLAN writes it anew. Whatever goes wrong, the write lock behind it
+// has to be given back.
+void DropBindingRecord(const CRavString& adapter)
+{
+    bool done = false;
+    try
+    {
+        done = RavDeleteBindingRecord(adapter);
+    }
+    catch (...)
+    {
+        RavTrace().Print(L"CRavNetCfgInterface: RavDeleteBindingRecord - Exception caught");
+    }
+    if (!done)
+        RavTrace().Print(L"CRavNetCfgInterface: the record of the bindings of %s stays", adapter.c_str());
+}
+
+HRESULT Traced(const wchar_t* step, HRESULT status)
+{
+    if (FAILED(status))
+        RavTrace().Print(L"CRavNetCfgInterface: %s fails, 0x%X", step, status);
+    return status;
+}
+} // namespace
+
+CRavNetCfgInterface::~CRavNetCfgInterface()
+{
+    UnInitialize();
+}
+
+HRESULT CRavNetCfgInterface::Initialize()
+{
+    HRESULT status = S_FALSE;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::Initialize", &status);
+    if (m_bViewStarted)
+        return status;
+    EnterApartment();
+    status = StartView();
+    if (FAILED(status) && !m_pNetCfg)
+        LeaveApartment();
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::UnInitialize()
+{
+    HRESULT status = S_FALSE;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::UnInitialize", &status);
+    if (!m_pNetCfg)
+        return status;
+    status = EndView();
+    if (m_iWriteLocks > 0)
+        GiveLockBack();
+    m_iWriteLocks = 0;
+    m_restored.clear();
+    m_pNetCfg.Reset();
+    LeaveApartment();
+    return status;
+}
+
+// A thread that is in an apartment already stays in its own, whichever kind that is.
+void CRavNetCfgInterface::EnterApartment()
+{
+    if (m_dwApartmentThread == 0 && SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
+        m_dwApartmentThread = GetCurrentThreadId();
+}
+
+void CRavNetCfgInterface::LeaveApartment()
+{
+    // Another thread has no part in it.
+    if (m_dwApartmentThread == GetCurrentThreadId())
+        CoUninitialize();
+    m_dwApartmentThread = 0;
+}
+
+HRESULT CRavNetCfgInterface::StartView()
+{
+    HRESULT status = S_OK;
+    if (!m_pNetCfg)
+        status = CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_pNetCfg));
+    if (SUCCEEDED(status))
+        status = m_pNetCfg->Initialize(nullptr);
+    m_bViewStarted = SUCCEEDED(status);
+    if (FAILED(status))
+        RavTrace().Print(L"CRavNetCfgInterface: the network configuration cannot be opened, 0x%X", status);
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::EndView()
+{
+    if (!m_bViewStarted)
+        return S_OK;
+    m_bViewStarted = false;
+    return Traced(L"closing the network configuration", m_pNetCfg->Uninitialize());
+}
+
+// The lock has to be taken before the view is started: a view that is open is closed first, and opened again under
+// the lock or, when it was not to be had, without.
+HRESULT CRavNetCfgInterface::AcquireLockForWrite()
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::AcquireLockForWrite", &status);
+    if (m_iWriteLocks > 0)
+    {
+        ++m_iWriteLocks;
+        return status;
+    }
+    if (!m_pNetCfg)
+        return status = Traced(L"locking a session that is not open", E_UNEXPECTED);
+    EndView();
+    status = TakeLock();
+    if (FAILED(status))
+    {
+        StartView();
+        return status;
+    }
+    status = StartView();
+    if (FAILED(status))
+    {
+        GiveLockBack();
+        StartView();
+        return status;
+    }
+    m_iWriteLocks = 1;
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::TakeLock()
+{
+    ComPtr<INetCfgLock> lock;
+    CNetCfgText holder;
+    HRESULT status = m_pNetCfg.As(&lock);
+    if (SUCCEEDED(status))
+        status = lock->AcquireWriteLock(LOCK_WAIT_MILLISECONDS, LOCK_DESCRIPTION, holder.Out());
+    if (status == S_OK)
+        return status;
+    if (FAILED(status))
+    {
+        RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - the lock cannot be taken, 0x%X", status);
+        return status;
+    }
+    RavTrace().Print(L"CRavNetCfgInterface::AcquireLockForWrite - the lock is held by: %s", holder.Get());
+    return HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION);
+}
+
+HRESULT CRavNetCfgInterface::GiveLockBack()
+{
+    ComPtr<INetCfgLock> lock;
+    HRESULT status = m_pNetCfg.As(&lock);
+    if (SUCCEEDED(status))
+        status = lock->ReleaseWriteLock();
+    return Traced(L"giving the write lock back", status);
+}
+
+HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::ReleaseLockForWrite", &status);
+    if (m_iWriteLocks == 0)
+        return status = Traced(L"giving back a write lock that is not held", NETCFG_E_NO_WRITE_LOCK);
+    if (--m_iWriteLocks > 0)
+        return status;
+    const HRESULT applied = ApplyChanges();
+    EndView();
+    const HRESULT released = GiveLockBack();
+    StartView(); // what was applied stays applied, also when it cannot be looked at
+    status = FAILED(applied) ? applied : released;
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::ApplyChanges()
+{
+    const std::vector<CRavString> restored = std::exchange(m_restored, {});
+    const HRESULT applied = m_pNetCfg->Apply();
+    NoteReboot(applied);
+    if (FAILED(applied))
+    {
+        RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
+        return applied;
+    }
+    for (const CRavString& adapter : restored)
+        DropBindingRecord(adapter);
+    return applied;
+}
+
+void CRavNetCfgInterface::NoteBindings(const CRavString& strAdapter, bool bRestored)
+{
+    std::erase(m_restored, strAdapter);
+    if (bRestored)
+        m_restored.push_back(strAdapter);
+}
+
+void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)
+{
+    if (hStatus != NETCFG_S_REBOOT)
+        return;
+    RavTrace().Print(L"CRavNetCfgInterface: the change needs a restart of the system");
+    m_bNeedsReboot = true;
+}
+
+HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGuid, ComPtr<INetCfgComponent>& component)
+{
+    component.Reset();
+    if (!m_bViewStarted)
+        return Traced(L"a search in a session that is not open", NETCFG_E_NOT_INITIALIZED);
+    const HRESULT status = RavForEachComponent(*m_pNetCfg.Get(), GUID_DEVCLASS_NET, [&](INetCfgComponent& candidate) {
+        if (HasGuid(candidate, strGuid))
+            component = &candidate;
+        return !component;
+    });
+    return FAILED(status) ? Traced(L"the walk over the network adapters", status) : component ? S_OK : S_FALSE;
+}
+
+HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)
+{
+    component.Reset();
+    return Traced(L"the search for a component",
+                  m_bViewStarted ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED);
+}

@@ -1,0 +1,151 @@
+// What a network configuration session knows and changes of the intermediate driver.
+
+#include "Common/Library/RavNetCfgInterface.h"
+
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegKey.h"
+#include "Common/Library/NetCfgClasses.h"
+#include "Common/Library/XmsBindings.h"
+
+#include <algorithm>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr wchar_t DRIVER_PARAMETERS[] = L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters";
+constexpr wchar_t TCPIP_INTERFACES[] = L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters\\Interfaces";
+constexpr wchar_t ADAPTERS[] = L"Adapters";
+constexpr wchar_t CONFIGURATION[] = L"Configuration";
+constexpr wchar_t ENABLE_DHCP[] = L"EnableDHCP";
+
+// Why a routine gives up.
+void Trace(const wchar_t* routine, const CRavString& what, LONG status)
+{
+    RavTrace().Print(L"CRavNetCfgInterface::%s - %s, error %d", routine, what.c_str(), status);
+}
+
+CRavString Below(const wchar_t* path, const wchar_t* name)
+{
+    return CRavString(path) + L"\\" + name;
+}
+
+// Absent is as good as done; anything else that keeps a key shut is a failure.
+bool OpenOrAbsent(CRavRegKey& key, const CRavString& path, bool write)
+{
+    if (key.Open(HKEY_LOCAL_MACHINE, path, write) || key.LastResult() == ERROR_FILE_NOT_FOUND)
+        return true;
+    Trace(L"CleanUpAdapterFromXms", path, key.LastResult());
+    return false;
+}
+
+// The parent gave its DHCP flag to the driver when it got its first VLAN.
+bool GiveDhcpBack(const CRavString& adapter)
+{
+    CRavRegKey configuration;
+    CRavRegKey tcpip;
+    DWORD dhcp = 0;
+    if (!OpenOrAbsent(configuration, Below(Below(DRIVER_PARAMETERS, CONFIGURATION), adapter), false))
+        return false;
+    const bool isNumber = configuration.GetRegType(ENABLE_DHCP) == REG_DWORD;
+    if (!isNumber &&
+        (configuration.LastResult() == ERROR_SUCCESS || configuration.LastResult() == ERROR_FILE_NOT_FOUND))
+        return true; // nothing that could be given back
+    if (!isNumber || !configuration.GetValue(ENABLE_DHCP, dhcp))
+    {
+        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, configuration.LastResult());
+        return false;
+    }
+    if (!OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES, adapter), true))
+        return false;
+    const bool done = !tcpip.IsOpened() || tcpip.SetValue(ENABLE_DHCP, dhcp);
+    if (!done)
+        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, tcpip.LastResult());
+    return done;
+}
+
+bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
+{
+    CRavRegKey entries;
+    CRavRegKey entry;
+    if (!OpenOrAbsent(entries, Below(DRIVER_PARAMETERS, kind), true) ||
+        !OpenOrAbsent(entry, Below(Below(DRIVER_PARAMETERS, kind), adapter), false))
+        return false;
+    if (!entry.IsOpened())
+        return true;
+    entry.Close();
+    const bool done = entries.DeleteSubKey(adapter);
+    if (!done)
+        RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - %s\\%s cannot be deleted", kind,
+                         adapter.c_str());
+    return done;
+}
+} // namespace
+
+// Bindings first: they are only prepared here, while what is deleted cannot come back.
+int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
+    if (!IsLockedForWrite())
+        RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - the write lock is not held");
+    else if (SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)))
+        status = DeleteDriverEntries(strAdapter);
+    return status;
+}
+
+int CRavNetCfgInterface::DeleteDriverEntries(const CRavString& strAdapter)
+{
+    int status = -1;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::DeleteDriverEntries", &status);
+    if (GiveDhcpBack(strAdapter) && DeleteDriverEntry(ADAPTERS, strAdapter) &&
+        DeleteDriverEntry(CONFIGURATION, strAdapter))
+        status = 0;
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::EnumerateMemberAdapters(const CRavString& strTeam, std::vector<CRavString>& members)
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::EnumerateMemberAdapters", &status);
+    members.clear();
+    CRavRegKey adapters;
+    if (!adapters.Open(HKEY_LOCAL_MACHINE, Below(DRIVER_PARAMETERS, ADAPTERS), false))
+    {
+        if (adapters.LastResult() == ERROR_FILE_NOT_FOUND)
+            return status;
+        Trace(L"EnumerateMemberAdapters", ADAPTERS, adapters.LastResult());
+        status = HRESULT_FROM_WIN32(static_cast<DWORD>(adapters.LastResult()));
+        return status;
+    }
+    const CRavString device = CRavString(L"\\Device\\") + strTeam;
+    CRavString name;
+    while (adapters.EnumSubKey(name))
+    {
+        CRavRegKey adapter;
+        if (adapter.Open(adapters.GetHKey(), name, false) &&
+            adapter.IsValueInMultiString(L"MiniportBindingList", device))
+            members.push_back(name);
+    }
+    return status;
+}
+
+HRESULT CRavNetCfgInterface::GetTeamMode(const CRavString& strTeam, DWORD& dwMode)
+{
+    HRESULT status = S_OK;
+    const CRavTraceScope trace(L"CRavNetCfgInterface::GetTeamMode", &status);
+    ComPtr<INetCfgComponent> team;
+    HKEY handle = nullptr;
+    status = FindNetworkComponentByGUID(strTeam, team);
+    if (SUCCEEDED(status))
+        status = team ? team->OpenParamKey(&handle) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+    if (SUCCEEDED(status))
+    {
+        CRavRegKey key(handle);
+        if (!key.GetValue(L"TeamMode", dwMode))
+            status = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
+    }
+    if (FAILED(status))
+        RavTrace().Print(L"CRavNetCfgInterface::GetTeamMode - %s, 0x%X", strTeam.c_str(), status);
+    return status;
+}

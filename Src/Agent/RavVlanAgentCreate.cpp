@@ -1,0 +1,320 @@
+// Creating VLANs at a client's request, and loading and unloading their miniports when it is applied.
+
+#include "Src/Agent/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Src/RavCoreInterface.h"
+#include "Src/Agent/RavSuiteLock.h"
+#include "Src/RavVlanMessages.h"
+#include "Src/Vlan/RavXmsVlan.h"
+
+#include <algorithm>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentCreate";
+constexpr wchar_t AGENT_FILE[] = L"Src\\RavVlanAgent"; // of the lines that support looks for by file and number
+constexpr int LOAD_LINE = 3333;
+constexpr int UNLOAD_LINE = 3407;
+constexpr DWORD MAX_VLAN_TYPE = 2;
+
+bool IsVlanType(CResult& result, DWORD type)
+{
+    if (type <= MAX_VLAN_TYPE)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin - there is no vlan type %u", type);
+    result = CResult(RAV_CODE_NOT_VALID);
+    return false;
+}
+
+// "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
+CRavString GenerateVlanName(DWORD id, const std::vector<CRavString>& taken)
+{
+    CRavString base(L"Untagged");
+    if (id != 0)
+        base.FormatString(L"VLAN%u", id);
+    CRavString name = base;
+    const auto isTaken = [&](const CRavString& other) { return other.CompareI(name); };
+    for (int number = 2; std::any_of(taken.begin(), taken.end(), isTaken); ++number)
+        name.FormatString(L"%s-%d", base.c_str(), number);
+    return name;
+}
+} // namespace
+
+// What both creating operations do before they create: under the suite lock, validation and the client check.
+bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const CRavString& strParentKey,
+                              const CRavString& strVlanNumbers, const CRavString& strVlanName,
+                              const RAV_LOCK_RECORD& lock)
+{
+    // What was read before others could change it is worth nothing now.
+    ClearVlanCache();
+    CRavVlanMessages messages;
+    ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
+    const auto stop = std::find_if(messages.begin(), messages.end(), [](const RAV_VALIDATION_MESSAGE& message) {
+        return message.dwSeverity == RAV_SEVERITY_STOP;
+    });
+    if (!result.Succeeded() || stop != messages.end())
+    {
+        RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", operation);
+        // A validation that was made has code 0, and a refusal must not look like success.
+        if (result.Succeeded())
+            result = CResult(stop->dwCode);
+        return false;
+    }
+    VerifyClientID(result, lock.client);
+    if (result.ulErrCode != CResult::FAILED)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin::%s - VerifyClientID failed", operation);
+    return false;
+}
+
+void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                               const CRavString& strVlanName, DWORD dwVlanType, const RAV_LOCK_RECORD& lock)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
+    const RAV_LOCK_RECORD record = lock;
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
+        const CRavSuiteLock suiteLock(*this, record, result);
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
+            return;
+        }
+        const CRavString parent = RavCanonicalKey(strParentKey);
+        CRavString numbers;
+        numbers.FormatString(L"%u", dwVlanId);
+        if (!IsVlanType(result, dwVlanType) || !MayCreate(result, L"CreateVlan", parent, numbers, strVlanName, record))
+            return;
+        TellTeamAgent(parent, record);
+        CreateSingleVlan(result, parent, dwVlanId, strVlanName, dwVlanType);
+    });
+}
+
+void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strParentKey,
+                                        const CRavString& strVlanNumbers, const CRavString& strVlanName,
+                                        DWORD dwVlanType, CRavVlanProgress* pProgress, const RAV_LOCK_RECORD& lock)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
+    const RAV_LOCK_RECORD record = lock;
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
+        const CRavSuiteLock suiteLock(*this, record, result);
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
+            return;
+        }
+        const CRavString parent = RavCanonicalKey(strParentKey);
+        if (!IsVlanType(result, dwVlanType) ||
+            !MayCreate(result, L"CreateMultipleVLANs", parent, strVlanNumbers, strVlanName, record))
+            return;
+        std::vector<DWORD> ids;
+        if (!GetVlanIDsFromRange(strVlanNumbers, ids))
+        {
+            RavTrace().Print(L"ERROR:  Unable to parse the vlanNumbers! = %s", strVlanNumbers.c_str());
+            result = CResult();
+            return;
+        }
+        CreateEach(result, parent, ids, strVlanName, dwVlanType, pProgress);
+    });
+}
+
+// The first that fails ends it; those before it stay.
+void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
+                               const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
+{
+    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    std::vector<CRavString> taken;
+    if (generated && !ReadVlanNames(strParentKey, taken))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read", strParentKey.c_str());
+        result = CResult();
+        return;
+    }
+    size_t done = 0;
+    for (const DWORD id : ids)
+    {
+        taken.push_back(generated ? GenerateVlanName(id, taken) : strVlanName);
+        CreateSingleVlan(result, strParentKey, id, taken.back(), dwVlanType);
+        if (!result.Succeeded())
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__,
+                             L"ERROR: VLAN %u could not be created; %u of %u were created. err= 0x%X", id,
+                             static_cast<unsigned>(done), static_cast<unsigned>(ids.size()), result.ulErrCode);
+            return;
+        }
+        ++done;
+        RavShielded(SOURCE_FILE, __LINE__, L"CRavVlanProgress::OnVlanCreated", [&] {
+            if (pProgress != nullptr)
+                pProgress->OnVlanCreated(id, done, ids.size());
+        });
+    }
+}
+
+// What the team agent answers is of no interest, and what it throws is no reason not to create.
+void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock)
+{
+    CResult ignored;
+    Shielded(SOURCE_FILE, __LINE__, L"PrepareForNewVlan", ignored, [&] {
+        if (const std::shared_ptr<CRavTeamAgentPvtIntf> team = GetTeamAgentPvtIntf())
+            team->PrepareForNewVlan(strParentKey, lock);
+    });
+}
+
+bool CVlanAgentWin::ReadVlanNames(const CRavString& strParentKey, std::vector<CRavString>& names)
+{
+    std::vector<CRavString> vlans;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return false;
+    return std::all_of(vlans.begin(), vlans.end(), [&](const CRavString& key) {
+        RAV_VLAN_INFO info;
+        const bool read = ReadForValidation(key, info);
+        names.push_back(info.vlanName);
+        return read;
+    });
+}
+
+void CVlanAgentWin::CreateSingleVlan(CResult& result, const CRavString& strParentKey, DWORD dwVlanId,
+                                     const CRavString& strVlanName, DWORD dwVlanType)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::CreateSingleVlan", &result);
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateSingleVlan", result,
+             [&] { result = CreateNewVlan(strParentKey, dwVlanId, strVlanName, dwVlanType); });
+}
+
+CResult CVlanAgentWin::CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,
+                                     DWORD dwVlanType)
+{
+    if (strVlanName.IsEmpty() || strParentKey.IsEmpty())
+    {
+        RavTrace().Print(L"vlanName or parentKey is empty");
+        return CResult();
+    }
+    const CNetCfgSession session(*this);
+    CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
+    if (!session.IsOpen() || !vlan.Init().Succeeded())
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, CRavXmsVlan::Init() failed.");
+        return CResult();
+    }
+    vlan.m_strParentKey = strParentKey;
+    vlan.m_iVlanId = static_cast<int>(dwVlanId);
+    vlan.m_strVlanName = strVlanName;
+    vlan.m_dwVlanType = dwVlanType + 1; // stored from 1 on
+    vlan.GetParentType(vlan.m_iParentType);
+    if (vlan.m_iParentType == RAV_PARENT_ADAPTER)
+        return CreateOnAdapter(vlan);
+    // VLANs over teams are not offered yet, and nothing else can be a parent.
+    RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
+    return CResult(ERROR_NOT_SUPPORTED);
+}
+
+CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
+{
+    int status = -1;
+    if (FAILED(vlan.GetParentOOOKey()))
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, fails-1.");
+        return CResult();
+    }
+    vlan.GetCurrentMACAddress(status);
+    if (status != 0)
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan, fails-2.");
+        return CResult();
+    }
+    IsFirstVlanOnAdapter(vlan);
+    vlan.CreatVlanOnAdapter(status);
+    if (status != 0)
+    {
+        RavTrace().Print(L"CVlanAgentWin::CreateVlan fails");
+        return CResult();
+    }
+    NotifyXmsOfNewVlan(&vlan);
+    return CResult::Success();
+}
+
+void CVlanAgentWin::IsFirstVlanOnAdapter(CRavXmsVlan& vlan)
+{
+    RavTrace().Print(L"CVlanAgentWin::IsFirstVlanOnAdapter, ParentKey is-%s", vlan.m_strParentKey.c_str());
+    int count = 0;
+    vlan.m_bFirstVlan = !(vlan.GetTotNoOfVlansOnThisParent(count) && count >= 1);
+}
+
+// A driver that cannot be told learns of the VLAN when it is loaded again. The VLAN is there, whatever happens here.
+void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
+{
+    if (pVlan == nullptr)
+    {
+        RavTrace().Print(L"NotifyXmsOfNewVlan - invalid vlan.");
+        return;
+    }
+    const auto tell = [&] { return pVlan->SendNewVlanOid(); };
+    if (RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid", tell))
+        return;
+    RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
+    const auto reload = [&] { return Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); };
+    if (!RavAnswer(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone", reload).Succeeded())
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
+                         pVlan->m_strParentKey.c_str());
+}
+
+// --- apply-done -----------------------------------------------------------------------------------------------------
+
+// What one of the two passes does with a miniport, and how the trace knows it.
+struct CVlanAgentWin::MiniportPass
+{
+    const wchar_t* operation;
+    bool load;
+    int missingLine;
+    const wchar_t* missing;
+};
+
+void CVlanAgentWin::LoadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
+{
+    ReloadDeviceMiniport({L"LoadDeviceMiniport", true, LOAD_LINE, L"Unable to get the VLAN"}, result, strMiniportInst,
+                         bReboot);
+}
+
+void CVlanAgentWin::UnloadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot)
+{
+    ReloadDeviceMiniport({L"UnloadDeviceMiniport", false, UNLOAD_LINE, L"Unable to get the vlan pointer"}, result,
+                         strMiniportInst, bReboot);
+}
+
+void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& result, const CRavString& strMiniportInst,
+                                         bool& bReboot)
+{
+    RavTrace().Print(L"Entering CVlanAgentWin::%s()", pass.operation);
+    result = CResult();
+    Shielded(SOURCE_FILE, __LINE__, pass.operation, result, [&] {
+        if (strMiniportInst.IsEmpty())
+        {
+            RavTrace().Print(L"%s() - Invalid vlan guid.", pass.operation);
+            return;
+        }
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"%s() - call to CreateNetCfgInterfaceObj() failed.", pass.operation);
+            return;
+        }
+        if (pass.load)
+            ClearVlanCache();
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
+        if (!vlan)
+        {
+            RavTrace().Error(AGENT_FILE, pass.missingLine, pass.missing);
+            return;
+        }
+        result = vlan->ReloadMiniport(pass.load, bReboot);
+        if (!result.Succeeded())
+            RavTrace().Print(L"%s() - CRavXmsVlan->ReloadMiniport fails.", pass.operation);
+    });
+    RavTrace().Print(L"Exiting CVlanAgentWin::%s()", pass.operation);
+}

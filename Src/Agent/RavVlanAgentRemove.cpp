@@ -1,0 +1,475 @@
+// Removing VLANs at a client's or a sibling agent's request.
+
+#include "Src/Agent/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Src/RavCoreInterface.h"
+#include "Src/RavDriverEntry.h"
+#include "Src/RavNameTable.h"
+#include "Src/Agent/RavSuiteLock.h"
+#include "Src/Vlan/RavXmsVlan.h"
+
+#include <algorithm>
+#include <optional>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentRemove";
+
+bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
+{
+    return std::find(keys.begin(), keys.end(), key) != keys.end();
+}
+
+// The object stands for the VLAN on one member from now on.
+void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
+{
+    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan.m_iVlanId);
+    if (vlan.m_iVlanId == -1)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
+        vlan.m_iVlanId = 0;
+    }
+    vlan.m_strParentKey = team;
+    vlan.m_iParentType = RAV_PARENT_TEAM;
+    vlan.m_bOnTeamMember = true;
+    vlan.m_strMemberKey = member;
+    vlan.m_bMiniportRemoved = false;
+    vlan.m_bStaysWithTeam = true;
+}
+
+CResult CannotLoad()
+{
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
+    return CResult();
+}
+
+// A write lock that could not be had may leave the code at 0.
+bool IsRemoved(const CResult& result)
+{
+    return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
+}
+
+CResult TakeOffMember(CRavXmsVlan& vlan, bool bSkipMemberCleanup)
+{
+    if (IsRemoved(vlan.RemoveVLANonAdapter(bSkipMemberCleanup)))
+        return CResult::Success();
+    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
+                     vlan.m_strVlanKey.c_str(), vlan.m_strMemberKey.c_str());
+    return CResult();
+}
+} // namespace
+
+void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, const CRavString& strVlanKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlan", &result);
+    RavTrace().Print(L"RemoveVlan, input vk-%s", strVlanKey.c_str());
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan", result, [&] {
+        if (strVlanKey.IsEmpty())
+        {
+            RavTrace().Print(L"RemoveVlan() - Vlan key is invalid");
+            ClearVlanCache();
+            return;
+        }
+        CResult locked;
+        const CRavSuiteLock suiteLock(*this, lock, locked);
+        // What was read before others could change it is worth nothing now.
+        ClearVlanCache();
+        if (!suiteLock.IsHeld())
+        {
+            RavTrace().Print(L"RemoveVlan() - error unable to create the lock");
+            return;
+        }
+        std::optional<CNetCfgSession> session;
+        const CacheCleaner cleaner(*this);
+        const CRavString key = RavCanonicalKey(strVlanKey);
+        if (!MayRemove(result, key, lock.client))
+            return;
+        WaitForApplyDone(lock.client);
+        session.emplace(*this);
+        if (!session->IsOpen())
+        {
+            RavTrace().Print(L"RemoveVlan() -  call to CreateNetCfgInterfaceObj failed");
+            result = session->Result();
+            return;
+        }
+        result = RemoveUnderLock(key);
+    });
+}
+
+bool CVlanAgentWin::MayRemove(CResult& result, const CRavString& strVlanKey, const RAV_CLIENT_ID& client)
+{
+    bool bound = false;
+    CResult asked;
+    IsHyperV_EnabledOnVlan(asked, strVlanKey, bound);
+    if (bound)
+    {
+        RavTrace().Print(L"RemoveVlan() - Vlan is bound to Hyper V protocol - cannot be removed.");
+        result = CResult(RAV_CODE_HYPER_V, RAV_CLASS_REFUSED);
+        return false;
+    }
+    VerifyClientID(asked, client);
+    if (asked.ulErrCode != CResult::FAILED)
+        return true;
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlan - VerifyClientID failed");
+    return false;
+}
+
+CResult CVlanAgentWin::RemoveUnderLock(const CRavString& strVlanKey)
+{
+    const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+    if (vlan)
+        return RemoveLoaded(*vlan);
+    RavTrace().Print(L"RemoveVlan() - Unable to load vlan info");
+    return CResult();
+}
+
+CResult CVlanAgentWin::RemoveLoaded(CRavXmsVlan& vlan)
+{
+    int count = 0;
+    if (!vlan.GetTotNoOfVlansOnThisParent(count))
+        return CResult(); // the last of a parent's VLANs and one of several must not be mixed up
+    bool untaggedToRemove = false;
+    const std::shared_ptr<CRavXmsVlan> untagged = DoesUntaggedVlanNeedToBeRemoved(vlan, untaggedToRemove);
+    bool bound = false;
+    if (untaggedToRemove && untagged->IsHyperV_Enabled(bound).Succeeded() && bound)
+    {
+        RavTrace().Print(L"RemoveVlan() - Untagged Vlan is bound to Hyper V protocol - cannot be removed.");
+        return CResult(RAV_CODE_HYPER_V, RAV_CLASS_REFUSED);
+    }
+    vlan.GetParentType(vlan.m_iParentType);
+    if (untagged)
+        untagged->m_iParentType = vlan.m_iParentType;
+    switch (vlan.m_iParentType)
+    {
+    case RAV_PARENT_TEAM:
+        return RemoveFromTeam(vlan, untagged.get(), count);
+    case RAV_PARENT_ADAPTER:
+        return RemoveFromAdapter(vlan, untagged.get());
+    default:
+        RavTrace().Print(L"RemoveVlan() - failed. Unable to get parent type.");
+        return CResult();
+    }
+}
+
+CResult CVlanAgentWin::RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged)
+{
+    if (pUntagged != nullptr)
+    {
+        RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the adapter!");
+        // A failure does not stop the removal that was asked for.
+        RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan",
+                    [&] { pUntagged->RemoveVLANonAdapter(false); });
+    }
+    const CResult result = vlan.RemoveVLANonAdapter(false);
+    if (!IsRemoved(result))
+        RavTrace().Print(L"RemoveVlan() - failed to remove the vlan - exiting!");
+    return result;
+}
+
+CResult CVlanAgentWin::RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged, int iCount)
+{
+    bool last = false;
+    bool unloadMembers = false;
+    if (pUntagged != nullptr)
+    {
+        RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the Team!");
+        const CResult removed = RemoveVlanWithTeamAsParent(pUntagged->m_strVlanKey, pUntagged->m_strParentKey, false,
+                                                           pUntagged->m_iVlanId, false);
+        last = removed.Succeeded();
+        unloadMembers = last;
+    }
+    else
+    {
+        if (iCount < 2)
+        {
+            RavTrace().Print(L"RemoveVlan(), removing the last Vlan on the Team!");
+            last = true;
+        }
+        unloadMembers = vlan.IsUntagged() || vlan.CountNumberTaggedVlans() == 1;
+    }
+    const CResult result =
+        RemoveVlanWithTeamAsParent(vlan.m_strVlanKey, vlan.m_strParentKey, last, vlan.m_iVlanId, unloadMembers);
+    if (!result.Succeeded())
+        RavTrace().Print(L"RemoveVlan() - call to RemoveVlanWithTeamAsParent() failed!");
+    return result;
+}
+
+// An untagged VLAN never stays alone on a parent once its last tagged VLAN goes.
+std::shared_ptr<CRavXmsVlan> CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded)
+{
+    bNeeded = false;
+    std::vector<CRavString> keys;
+    CResult enumerated;
+    EnumerateVlans(enumerated, vlan.m_strParentKey, keys);
+    if (keys.size() != 2 || vlan.IsUntagged() || vlan.CountNumberTaggedVlans() != 1)
+        return nullptr;
+    for (const CRavString& key : keys)
+    {
+        std::shared_ptr<CRavXmsVlan> other = GetVlan(key);
+        if (!other || !other->IsUntagged())
+            continue;
+        RavTrace().Print(L"User is attempting to remove the last tagged vlan when there is remainly untagged vlan!!  "
+                         L"The untagged Vlan will removed as well!");
+        bNeeded = true;
+        return other;
+    }
+    return nullptr;
+}
+
+void CVlanAgentWin::IsHyperV_EnabledOnVlan(CResult& result, const CRavString& strVlanKey, bool& bBound)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::IsHyperV_EnabledOnVlan", &result);
+    bBound = false;
+    if (strVlanKey.IsEmpty())
+    {
+        RavTrace().Print(L"IsHyperV_EnabledOnVlan() - vlan guid is invalid.");
+        return;
+    }
+    const bool finished = Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::IsHyperV_EnabledOnVlan", result, [&] {
+        const CNetCfgSession session(*this);
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+        if (!vlan)
+        {
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - unable to load the Vlan");
+            return;
+        }
+        result = vlan->IsHyperV_Enabled(bBound);
+        if (!result.Succeeded())
+        {
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - call to IsHyperV_Enabled() failed.");
+            bBound = false;
+        }
+        else if (bBound)
+            RavTrace().Print(L"IsHyperV_EnabledOnVlan() - this vlan is bound to Hyper V.");
+    });
+    bBound = bBound && finished;
+}
+
+// --- teams ----------------------------------------------------------------------------------------------------------
+
+CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, const CRavString& strTeamKey,
+                                                  bool bLastVlan, int iVlanId, bool bUnloadMembers)
+{
+    CResult result;
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanWithTeamAsParent", &result);
+    if (strVlanKey.IsEmpty() || strTeamKey.IsEmpty())
+    {
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - vlan guid or parent guid is invalid");
+        return result;
+    }
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanWithTeamAsParent", result, [&] {
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to CreateNetCfgInterfaceObj() failed - exiting");
+            result = session.Result();
+            return;
+        }
+        if (GetCoreAgentPvt() == nullptr)
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetCoreInterface() failed - exiting");
+            return;
+        }
+        CRavXmsVlan vlan(strVlanKey, *this);
+        vlan.InitializeComponent(*GetNetCfgInterface());
+        vlan.Init();
+        vlan.m_strParentKey = strTeamKey;
+        vlan.m_iParentType = RAV_PARENT_TEAM;
+        vlan.m_iVlanId = iVlanId;
+        vlan.m_bRemovedByTeam = true; // for as long as the object lives
+        if (RemoveFromTeamAndMembers(vlan, bLastVlan, bUnloadMembers))
+            result = CResult::Success();
+    });
+    return result;
+}
+
+bool CVlanAgentWin::RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers)
+{
+    std::vector<CRavString> members;
+    // Without it the members keep what the driver reads; but a team that is being dissolved must get rid of its VLANs.
+    if (!vlan.GetTeamMembers_v(vlan.m_strParentKey, members))
+        RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
+    if (bLastVlan || bUnloadMembers)
+        UpdateTeamMembers(vlan, members, bLastVlan);
+    if (bLastVlan)
+        vlan.DoLastVoTTAOps(vlan.m_strParentKey);
+    if (vlan.DeleteVlanMiniport())
+        return true;
+    RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to DeleteVlanMiniport() fails - Exiting.");
+    return false;
+}
+
+// A member that cannot be unloaded ends the walk; the removal itself goes on.
+void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan)
+{
+    for (const CRavString& member : members)
+    {
+        bool reboot = false;
+        const auto unload = [&] { return Core().UnloadMiniport(member, reboot); };
+        if (!RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanWithTeamAsParent", unload).Succeeded())
+        {
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UnloadMiniport() fails - Exiting.");
+            return;
+        }
+        if (!vlan.UpdateTeamMemberOOOKey2ReflectRemovedVlan(member, bLastVlan, vlan.m_iVlanId))
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to UpdateTeamMemberOOOKey2ReflectRemovedVlan() "
+                             L"failed - exiting");
+        if (!vlan.UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(member, bLastVlan))
+            RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to "
+                             L"UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan() failed - exiting");
+    }
+}
+
+void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strTeamKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveAllVlansOnTeam", &result);
+    if (strTeamKey.IsEmpty())
+    {
+        RavTrace().Print(L"RemoveAllVlansOnTeam() - the team id passed in is invalid - exiting");
+        return;
+    }
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
+        const CRavString team = RavCanonicalKey(strTeamKey);
+        std::vector<CRavString> keys;
+        CResult enumerated;
+        EnumerateVlans(enumerated, team, keys);
+        if (!enumerated.Succeeded())
+        {
+            RavTrace().Print(L"RemoveAllVlansOnTeam() - EnumerateVlans() fails - exiting");
+            return;
+        }
+        for (size_t index = 0; index < keys.size(); ++index)
+        {
+            const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(keys[index]);
+            if (!vlan)
+            {
+                RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to get the vlan to remove from the team - "
+                                 L"continue");
+                continue;
+            }
+            const bool last = index + 1 == keys.size();
+            result = RemoveVlanWithTeamAsParent(keys[index], team, last, vlan->m_iVlanId, false);
+            if (!result.Succeeded())
+                RavTrace().Print(L"RemoveAllVlansOnTeam() - failed to remove a vlan from the team - continue");
+            ForgetVlan(*vlan);
+        }
+    });
+}
+
+// Takes one VLAN, or with an empty key every VLAN, of a team off one member. The VLANs themselves stay with the team.
+void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey,
+                                             const CRavString& strMemberKey, const CRavString& strVlanKey)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanFromTeamMember", &result);
+    RavTrace().Print(L"CVlanAgentWin::RemoveVlanFromTeamMember, Member Key-%s", strMemberKey.c_str());
+    if (strTeamKey.IsEmpty() || strMemberKey.IsEmpty())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no team or no member is named");
+        return;
+    }
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
+        const CRavString team = RavCanonicalKey(strTeamKey);
+        const CRavString member = RavCanonicalKey(strMemberKey);
+        const CRavString vlan = RavCanonicalKey(strVlanKey);
+        const CNetCfgSession session(*this);
+        const CacheCleaner cleaner(*this);
+        std::vector<CRavString> keys;
+        if (!EnumerateVlansOnParent(team, keys).Succeeded())
+        {
+            RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
+            return;
+        }
+        std::vector<CRavString> carried = keys;
+        // A member without VLANs is cleaned up, and one whose list cannot be read may have some.
+        if (!RavKeepListed(member, carried))
+            return;
+        if (carried.empty())
+            result = CleanupDummyVlanFromMember(team, member);
+        else if (vlan.IsEmpty() || (carried.size() == 1 && carried.front() == vlan))
+            result = DeleteAllVlansFromMember(team, member, carried);
+        else if (Contains(keys, vlan))
+            result = DeleteVlanFromMember(team, member, vlan, Contains(carried, vlan));
+        else
+            result = CannotLoad();
+    });
+}
+
+// Whether the adapter was taken out of the machine: of what it was, only the driver's entries are left.
+bool CVlanAgentWin::IsGone(const CRavString& strAdapterKey)
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    Microsoft::WRL::ComPtr<INetCfgComponent> component;
+    return netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(strAdapterKey, component)) && !component;
+}
+
+// The member leaves: each VLAN goes off it, and with the last one the driver lets go of it.
+CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                                const std::vector<CRavString>& vlanKeys)
+{
+    // What the member was before it carried VLANs is kept in the entries that the removals delete: it comes back first.
+    CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
+    if (!member.GiveMemberBack(strMemberKey))
+        return CResult();
+    for (const CRavString& key : vlanKeys)
+    {
+        if (IsGone(strMemberKey))
+            break; // with the entries nothing is left of it
+        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(key);
+        if (!vlan)
+            return CannotLoad();
+        MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
+        vlan->m_bSkipMiniportRemoval = true; // and nothing of the entry
+        const CResult removed = TakeOffMember(*vlan, true);
+        if (!removed.Succeeded())
+            return removed;
+    }
+    return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
+}
+
+// One of several. Where an earlier attempt was interrupted, between the list of the driver's entry and its count or
+// behind both, this one goes on.
+CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                            const CRavString& strVlanKey, bool bListed)
+{
+    const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
+    if (!vlan)
+        return CannotLoad();
+    MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
+    bool done = RavAlignCount(strMemberKey);
+    if (IsGone(strMemberKey))
+        done = done && (!bListed || vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false));
+    else if (done && bListed)
+        return TakeOffMember(*vlan, false);
+    else if (done)
+    {
+        vlan->GetOOOKeyFromVk(strMemberKey);
+        done = vlan->UpdOOOKeyAdptr(false);
+        vlan->CloseParentClassKey();
+    }
+    return done ? CResult::Success() : CResult();
+}
+
+// Nothing of the team's VLANs is left on the member: it goes back to what it was before them.
+CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey)
+{
+    CRavXmsVlan placeholder(RAV_NEW_VLAN_KEY, *this);
+    placeholder.m_strParentKey = strTeamKey;
+    placeholder.m_iParentType = RAV_PARENT_TEAM;
+    placeholder.m_strMemberKey = strMemberKey;
+    placeholder.GetOOOKeyFromVk(strMemberKey);
+    const bool updated = IsGone(strMemberKey) || placeholder.UpdOOOKeyAdptr(true);
+    if (!updated || !placeholder.BindMemberToTCPIP(strMemberKey))
+    {
+        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-DumX. fails");
+        return CResult();
+    }
+    RavTrace().Print(L"Exiting CVlanAgentWin::RemoveVlanFromTeamMember-X");
+    return CResult::Success();
+}

@@ -1,0 +1,281 @@
+// What stands against a request to create VLANs. Nothing here changes anything.
+
+#include "Src/Agent/RavVlanAgent.h"
+
+#include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/OsVersion.h"
+#include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Src/RavCoreInterface.h"
+#include "Common/Settings/RavSetting.h"
+#include "Src/Agent/RavVlanIdRange.h"
+#include "Src/RavVlanMessages.h"
+#include "Src/Vlan/RavXmsVlan.h"
+
+#include <algorithm>
+#include <cwchar>
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentValidate";
+constexpr size_t MAX_NAME_LENGTH = 32;
+constexpr wchar_t FORBIDDEN_CHARACTERS[] = L"/\\*:><|?\"";
+constexpr size_t MAX_VLANS = 64;
+constexpr size_t MAX_VLANS_OF_VIRTUAL_DEVICE = 63;
+
+void Add(CRavVlanMessages& messages, DWORD code, DWORD category, DWORD severity)
+{
+    RAV_VALIDATION_MESSAGE message;
+    message.dwCode = code;
+    message.dwCategory = category;
+    message.dwSeverity = severity;
+    message.parameters.emplace_back();
+    messages.push_back(message);
+}
+
+void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+{
+    Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
+}
+
+// For a check that ends with its first message: it could be tried.
+bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
+{
+    Stop(messages, code);
+    return true;
+}
+
+} // namespace
+
+void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParentKey, const CRavString& strVlanNumbers,
+                                    const CRavString& strVlanName, CRavVlanMessages& messages,
+                                    const RAV_CLIENT_ID& client)
+{
+    result = CResult();
+    const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
+    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
+        const CRavString parent = RavCanonicalKey(strParentKey);
+        ValidateParent(messages, parent, client);
+        // Rules that could not be tried were not met.
+        if (ValidateIds(messages, parent, strVlanNumbers, strVlanName))
+            result = CResult::Success();
+    });
+}
+
+void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey,
+                                   const RAV_CLIENT_ID& client)
+{
+    CResult result;
+    bool supports = false;
+    bool notLoaded = false;
+    bool teamFlag = false;
+    const size_t before = messages.size();
+    DoesParentSupportVlans(result, strParentKey, supports, notLoaded, teamFlag, client);
+    if (!result.Succeeded())
+        RavTrace().Print(L"DoesParentSupportVlans returned error!");
+    else if (COSType::IsWin10WithXMSBlock())
+        Stop(messages, RAV_MSG_XMS_BLOCKED);
+    else if (teamFlag)
+        Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+    else if (notLoaded)
+        Stop(messages, RAV_MSG_DRIVER_NOT_LOADED);
+
+    bool vmqEnabled = false;
+    bool isTeam = false;
+    IsParentVmqEnabled(result, strParentKey, vmqEnabled, isTeam, client);
+    if (!result.Succeeded())
+        RavTrace().Print(L"IsParentVmqEnabled returned error!");
+
+    if (isTeam)
+    {
+        // Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
+        if (messages.size() == before)
+            Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+    }
+    else if (!supports)
+    {
+        bool member = false;
+        Core().IsBoundToTeam(strParentKey, member);
+        Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
+    }
+    else if (!ValidateAdapter(messages, strParentKey))
+        return;
+    if (vmqEnabled)
+        WarnOfVmq(messages, strParentKey, isTeam);
+}
+
+// False when nothing more is to be said of the adapter.
+bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter)
+{
+    if (!Core().IsDeviceCorvo(strAdapter))
+    {
+        Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
+        return false;
+    }
+    if (!Core().IsDriverSupportingVORN(strAdapter))
+        Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
+    return true;
+}
+
+// That queues are in use, and that the setting of the parent, or of a member, will not stay as it is.
+void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam)
+{
+    const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
+    Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
+    std::vector<CRavString> adapters{strParentKey};
+    const auto team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
+    const auto members = [&] { return team->GetTeamMembers(strParentKey, adapters); };
+    if (bIsTeam &&
+        (team == nullptr || !RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::WarnOfVmq", members).Succeeded()))
+        return;
+    if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))
+        Add(messages, code, RAV_CATEGORY_VMQ_SETTING, RAV_SEVERITY_WARNING);
+}
+
+bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
+{
+    RAV_SETTING* raw = nullptr;
+    const CResult read = Core().GetSetting(strAdapter, L"*VMQ", &raw);
+    const std::unique_ptr<RAV_SETTING> setting(raw);
+    return read.Succeeded() && setting && setting->GetType() == RAV_SETTING_TYPE_ENUM &&
+           static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
+}
+
+// Whether the rules could be tried.
+bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
+                                const CRavString& strVlanNumbers, const CRavString& strVlanName)
+{
+    std::vector<DWORD> ids;
+    if (!GetVlanIDsFromRange(strVlanNumbers, ids))
+    {
+        Stop(messages, RAV_MSG_ID_NOT_VALID);
+        return true;
+    }
+    if (ids.size() > 1)
+        return ValidateVlanRange(messages, ids, strVlanName, strParentKey);
+    return ValidateVlan(messages, RAV_NEW_VLAN_KEY, strVlanName, ids.front(), strParentKey);
+}
+
+bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::vector<DWORD>& ids)
+{
+    return RavParseVlanIds(strVlanNumbers, ids);
+}
+
+bool CVlanAgentWin::EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
+{
+    CResult result;
+    EnumerateVlans(result, strParentKey, vlanKeys);
+    if (!result.Succeeded())
+        RavTrace().Print(L"ERROR:  unable to enumerate vlasns!");
+    return result.Succeeded();
+}
+
+bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                 const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey)
+{
+    RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s, vlanId=%d", strVlanKey.c_str(), strVlanName.c_str(),
+                     dwVlanId);
+    std::vector<CRavString> vlans;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return false;
+    ValidateVlanName(messages, strVlanKey, strVlanName, vlans);
+    return ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
+}
+
+// The first rule that is broken ends it. False when a rule could not be tried.
+bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                   const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey,
+                                   const std::vector<CRavString>& vlans)
+{
+    if (dwVlanId > RAV_MAX_VLAN_ID)
+        return StopAndEnd(messages, RAV_MSG_ID_TOO_LARGE);
+    const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
+    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
+        return StopAndEnd(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
+    if (isNew && vlans.size() >= MAX_VLANS)
+        return StopAndEnd(messages, RAV_MSG_PARENT_FULL);
+    if (dwVlanId == 0 && (vlans.empty() || (vlans.size() == 1 && !isNew)))
+        return StopAndEnd(messages, RAV_MSG_UNTAGGED_ALONE);
+    for (const CRavString& key : vlans)
+    {
+        RAV_VLAN_INFO info;
+        if (key.CompareI(strVlanKey))
+            continue;
+        if (!ReadForValidation(key, info))
+            return false;
+        if (info.vlanId == dwVlanId)
+            return StopAndEnd(messages, RAV_MSG_ID_IN_USE);
+        if (info.vlanName.CompareI(strVlanName))
+            return StopAndEnd(messages, RAV_MSG_NAME_IN_USE);
+    }
+    return true;
+}
+
+// A VLAN that cannot be read may have the very id or name that is asked for.
+bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
+{
+    CResult read;
+    GetVlanInfo(read, strVlanKey, info);
+    if (!read.Succeeded())
+        RavTrace().Print(L"ERROR:  unable to read the vlan %s!", strVlanKey.c_str());
+    return read.Succeeded();
+}
+
+void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey,
+                                     const CRavString& strVlanName, const std::vector<CRavString>& vlanKeys)
+{
+    RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s", strVlanKey.c_str(), strVlanName.c_str());
+    if (strVlanName.IsEmpty())
+        return Stop(messages, RAV_MSG_NAME_EMPTY);
+    if (strVlanName.front() == L' ')
+        return Stop(messages, RAV_MSG_NAME_BEGINS_BLANK);
+    if (strVlanName.Length() > MAX_NAME_LENGTH)
+        return Stop(messages, RAV_MSG_NAME_TOO_LONG);
+    if (wcscspn(strVlanName, FORBIDDEN_CHARACTERS) != strVlanName.Length())
+        return Stop(messages, RAV_MSG_NAME_CHARACTER);
+    if (HasVlanNamed(vlanKeys, strVlanName, strVlanKey))
+        return Stop(messages, RAV_MSG_NAME_IN_USE);
+}
+
+bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
+                                 const CRavString& strExceptKey)
+{
+    return std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) {
+        RAV_VLAN_INFO info;
+        return !key.CompareI(strExceptKey) && ReadForValidation(key, info) && info.vlanName.CompareI(strVlanName);
+    });
+}
+
+bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vector<DWORD>& ids,
+                                      const CRavString& strVlanName, const CRavString& strParentKey)
+{
+    if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
+        Stop(messages, RAV_MSG_ID_NOT_VALID);
+    std::vector<CRavString> vlans;
+    if (!EnumerateForValidation(strParentKey, vlans))
+        return false;
+    const size_t total = ids.size() + vlans.size();
+    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
+        Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
+    if (total > MAX_VLANS)
+        Stop(messages, RAV_MSG_PARENT_OVERFULL);
+
+    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    std::vector<DWORD> sorted(ids);
+    std::sort(sorted.begin(), sorted.end());
+    // The same id twice would clash as soon as the first of them exists.
+    if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
+        Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+    for (const CRavString& key : vlans)
+    {
+        RAV_VLAN_INFO info;
+        if (!ReadForValidation(key, info))
+            return false;
+        if (std::binary_search(sorted.begin(), sorted.end(), info.vlanId))
+            Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+        if (!generated && info.vlanName.CompareI(strVlanName))
+            Stop(messages, RAV_MSG_NAME_IN_USE);
+    }
+    return true;
+}

@@ -1,0 +1,320 @@
+// The keys of the VLAN format: finding and opening them.
+
+#include "Src/Vlan/RavXmsVlan.h"
+
+#include "Common/Src/ComApartment.h"
+#include "Common/Src/RavDebug.h"
+#include "Src/RavDriverEntry.h"
+
+#include <netcfgx.h>
+#include <initguid.h>
+#include <devguid.h>
+#include <wrl/client.h>
+
+#include <algorithm>
+
+using Microsoft::WRL::ComPtr;
+
+namespace
+{
+constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRegistry";
+constexpr DWORD MAX_INSTANCE = 9999;
+constexpr size_t GUID_TEXT_SIZE = 39;
+
+// A network configuration of its own for one look-up, which must not depend on what the thread's session is doing.
+class NetworkView
+{
+  public:
+    ~NetworkView()
+    {
+        if (m_initialized)
+            m_netCfg->Uninitialize();
+    }
+    HRESULT Create() { return CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg)); }
+    HRESULT Initialize()
+    {
+        const HRESULT status = m_netCfg->Initialize(nullptr);
+        m_initialized = SUCCEEDED(status);
+        return status;
+    }
+    INetCfg* operator->() const { return m_netCfg.Get(); }
+
+  private:
+    CRavComApartment m_apartment; // left last
+    ComPtr<INetCfg> m_netCfg;
+    bool m_initialized = false;
+};
+
+bool HasGuid(INetCfgComponent& component, const CRavString& guid)
+{
+    GUID instance = {};
+    wchar_t text[GUID_TEXT_SIZE] = {};
+    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
+           guid.CompareI(text);
+}
+
+ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRavString& guid)
+{
+    ComPtr<INetCfgComponent> component;
+    ULONG fetched = 0;
+    while (components.Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK)
+    {
+        if (component && HasGuid(*component.Get(), guid))
+            return component;
+    }
+    return nullptr;
+}
+
+// Opens the instance key of the component with the GUID; the routine's name stands in the trace.
+HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& key)
+{
+    const auto failed = [&](const wchar_t* format, HRESULT status) {
+        RavTrace().Print(format, routine);
+        return FAILED(status) ? status : E_FAIL;
+    };
+    NetworkView netCfg;
+    HRESULT status = netCfg.Create();
+    if (FAILED(status))
+        return failed(L"CRavXmsVlan::%s,CoCreateInstance fails -1", status);
+    status = netCfg.Initialize();
+    if (FAILED(status))
+        return failed(L"CRavXmsVlan::%s, CRavNetCfgInterface::Initialize,m_pNetCfg->Initialize fails.Extng", status);
+    ComPtr<INetCfgClass> networkClass;
+    status = netCfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
+                                      reinterpret_cast<void**>(networkClass.GetAddressOf()));
+    if (FAILED(status))
+        return failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status);
+    ComPtr<IEnumNetCfgComponent> components;
+    status = networkClass->EnumComponents(&components);
+    if (FAILED(status) || !components)
+        return failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
+    const ComPtr<INetCfgComponent> component = FindByGuid(*components.Get(), guid);
+    if (!component)
+        return failed(L"CRavXmsVlan::%s, pComponent is NULL.", HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
+    status = component->OpenParamKey(&key);
+    if (FAILED(status))
+        return failed(L"CRavXmsVlan::%s, pComponent->OpenParamKey fails.", status);
+    RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
+    return S_OK;
+}
+
+// The same for a key whose path is known.
+HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, HKEY& key)
+{
+    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    if (status == ERROR_SUCCESS)
+        RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
+    else
+        RavTrace().Print(L"CRavXmsVlan::%s, error %d for %s", routine, status, path.c_str());
+    return HRESULT_FROM_WIN32(status);
+}
+} // namespace
+
+DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
+{
+    int number = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetAdapterNumberFromAdapterID", &number);
+    const CRavString path = RavDriverEntryPath(strAdapter);
+    CRavRegKey key;
+    if (!key.Open(HKEY_LOCAL_MACHINE, path, false))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. subkey_name= %s", path.c_str());
+        return static_cast<DWORD>(number);
+    }
+    DWORD value = 0;
+    if (key.GetValue(L"PhysicalAdapterID", value))
+        number = static_cast<int>(value);
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: QueryDWORDValue failed. subkey_name= %s", path.c_str());
+    return static_cast<DWORD>(number);
+}
+
+// Instance 0000 is never reached this way: 0 stands for a number that was not set.
+HKEY CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
+{
+    const CRavTraceScope trace(L"CRavXmsVlan::OpenKeyForAdapterNumber");
+    if (dwNumber == 0 || dwNumber > MAX_INSTANCE)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid program state.");
+        return nullptr;
+    }
+    CRavString instance;
+    instance.FormatString(L"%04u", dwNumber);
+    const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\" + instance;
+    RavTrace().Print(L"num_str: %s", instance.c_str());
+    RavTrace().Print(L"key_name= %s", path.c_str());
+    HKEY key = nullptr;
+    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    if (status == ERROR_SUCCESS)
+        return key;
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
+    return nullptr;
+}
+
+HKEY CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
+{
+    const CRavTraceScope trace(L"CRavXmsVlan::OpenoXMSKeyForAdapterID");
+    const CRavString path = RavDriverEntryPath(strAdapter);
+    HKEY key = nullptr;
+    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    if (status == ERROR_SUCCESS)
+        return key;
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
+    return nullptr;
+}
+
+bool CRavXmsVlan::OpenThisMiniportRegKey()
+{
+    bool done = m_ownKey.IsOpened();
+    const CRavTraceScope trace(L"CRavXmsVlan::OpenThisMiniportRegKey", &done);
+    if (done)
+        return done;
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    ComPtr<INetCfgComponent> component;
+    HKEY key = nullptr;
+    done = netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) &&
+           component && SUCCEEDED(component->OpenParamKey(&key));
+    if (done)
+        m_ownKey = key;
+    else
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed. guid: %s",
+                         m_strVlanNetCfgInstanceId.c_str());
+    return done;
+}
+
+void CRavXmsVlan::AdoptParentClassKey(HKEY hKey)
+{
+    CloseParentClassKey();
+    m_hParentClassKey = hKey;
+}
+
+void CRavXmsVlan::CloseParentClassKey()
+{
+    if (m_hParentClassKey != nullptr)
+        RegCloseKey(m_hParentClassKey);
+    m_hParentClassKey = nullptr;
+}
+
+HRESULT CRavXmsVlan::OpenClassKey(const wchar_t* routine, const CRavString& strGuid)
+{
+    if (strGuid.IsEmpty() && m_hParentClassKey != nullptr)
+        return S_OK;
+    CloseParentClassKey();
+    HKEY key = nullptr;
+    const HRESULT status = strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
+                               ? OpenKnownKey(routine, GetInstancePath(), key)
+                               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, key);
+    if (SUCCEEDED(status))
+        m_hParentClassKey = key;
+    return status;
+}
+
+HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
+{
+    HRESULT status = E_FAIL;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
+    status = OpenClassKey(L"GetOOOKeyFromVk", strGuid);
+    return status;
+}
+
+HKEY CRavXmsVlan::GetMyRegistryKey(const CRavString& strGuid)
+{
+    const CRavTraceScope trace(L"CRavXmsVlan::GetMyRegistryKey");
+    return SUCCEEDED(OpenClassKey(L"GetMyRegistryKey", strGuid)) ? m_hParentClassKey : nullptr;
+}
+
+HRESULT CRavXmsVlan::GetParentOOOKey()
+{
+    HRESULT status = E_FAIL;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetParentOOOKey", &status);
+    status = OpenKeyOf(m_strParentKey);
+    return status;
+}
+
+// An empty GUID is nobody's: it must not be taken for this VLAN's own.
+HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid)
+{
+    if (!strGuid.IsEmpty())
+        return GetOOOKeyFromVk(strGuid);
+    RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
+    CloseParentClassKey();
+    return E_INVALIDARG;
+}
+
+HKEY CRavXmsVlan::GetMyParentRegistryKey()
+{
+    const CRavTraceScope trace(L"CRavXmsVlan::GetMyParentRegistryKey");
+    if (!m_strParentKey.IsEmpty())
+        return GetMyRegistryKey(m_strParentKey);
+    RavTrace().Print(L"CRavXmsVlan::GetMyParentRegistryKey, no parent is named.");
+    return nullptr;
+}
+
+bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVlanGuid, CRavString& strAdapter)
+{
+    bool done = false;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam", &done);
+    strAdapter.ClearString();
+    const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY);
+    const CRavString device = CRavString(L"\\Device\\") + strVlanGuid;
+    CRavRegKey adapters;
+    RavTrace().Print(L"Opening %s", path.c_str());
+    if (!adapters.Open(HKEY_LOCAL_MACHINE, path, false))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Unable to open %s", path.c_str());
+        return false;
+    }
+    done = true;
+    CRavString name;
+    while (adapters.EnumSubKey(name))
+    {
+        CRavRegKey adapter;
+        const CRavString adapterPath = path + L"\\" + name;
+        RavTrace().Print(L"Opening %s", adapterPath.c_str());
+        if (!adapter.Open(HKEY_LOCAL_MACHINE, adapterPath, false))
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Unable to open %s", adapterPath.c_str());
+            continue;
+        }
+        std::vector<CRavString> bindings;
+        if (!RavReadList(adapter, L"MiniportBindingList", bindings))
+        {
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetVlaue for MULTI_SZ failed.");
+            continue;
+        }
+        if (std::any_of(bindings.begin(), bindings.end(),
+                        [&](const CRavString& binding) { return binding.CompareI(device); }))
+        {
+            RavTrace().Print(L"Match found: %s.", name.c_str());
+            strAdapter = name;
+            return true;
+        }
+    }
+    return done;
+}
+
+void CRavXmsVlan::GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& strVlanGuid, int& status)
+{
+    status = -1;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetVlanNiidFrmPk", &status);
+    RavTrace().Print(L"Entering CRavXmsVlan::GetVlanNiidFrmPk");
+    strVlanGuid.ClearString();
+    const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY);
+    CRavRegKey networkClass;
+    networkClass.Open(HKEY_LOCAL_MACHINE, path, false);
+    CRavString instance;
+    while (networkClass.EnumSubKey(instance))
+    {
+        CRavRegKey key;
+        CRavString parent;
+        if (!key.Open(HKEY_LOCAL_MACHINE, path + L"\\" + instance, false) ||
+            !key.GetValue(RavName(RAV_NAME_VLAN_PARENT_KEY), parent) || !(parent == strParentGuid))
+            continue;
+        if (!key.GetValue(RavName(RAV_NAME_NETCFG_INSTANCE_ID), strVlanGuid))
+            break;
+        status = 0;
+        RavTrace().Print(L"Exitng CRavXmsVlan::GetVlanNiidFrmPk");
+        return;
+    }
+    RavTrace().Print(L"Exitng CRavXmsVlan::GetVlanNiidFrmPk-2");
+}
