@@ -52,7 +52,7 @@ HRESULT CNetCfg::FindComponent(LPCWSTR id, INetCfgComponent** item)
              {GUID_DEVCLASS_NET, GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
         {
             if (std::optional<LAB_COMPONENT> component = FindComponentById(classGuid, id))
-                return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component));
+                return item == nullptr ? S_OK : MakeComponent(m_pSession, *component, item);
         }
         return S_FALSE;
     });
