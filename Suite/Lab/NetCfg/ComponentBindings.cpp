@@ -48,14 +48,10 @@ std::vector<LAB_BINDING_ENDS> BindingsOver(const CSession& session, const LAB_CO
 {
     std::vector<LAB_BINDING_ENDS> bindings;
     const std::wstring device = DeviceName(adapter.GuidText());
-    for (const GUID& classGuid : {GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
+    for (LAB_UPPER_COMPONENT& upper : ReadUpperComponents())
     {
-        for (LAB_COMPONENT& upper : ReadComponents(classGuid))
-        {
-            std::wstring service = ServiceName(upper);
-            if (!service.empty() && linkageOf(session, service).State(device) != BindingState::Absent)
-                bindings.push_back({std::move(upper), adapter, std::move(service)});
-        }
+        if (linkageOf(session, upper.strService).State(device) != BindingState::Absent)
+            bindings.push_back({std::move(upper.component), adapter, std::move(upper.strService)});
     }
     return bindings;
 }

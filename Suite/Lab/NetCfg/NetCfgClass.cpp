@@ -71,7 +71,7 @@ HRESULT CNetCfgClass::FindComponent(LPCWSTR id, INetCfgComponent** item)
     if (id == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        std::optional<LAB_COMPONENT> component = FindComponentById(m_guidClass, id);
+        const std::optional<LAB_COMPONENT> component = FindComponentById({&m_guidClass, 1}, id);
         if (!component)
             return S_FALSE;
         return item == nullptr ? S_OK : MakeComponent(m_pSession, *component, item);

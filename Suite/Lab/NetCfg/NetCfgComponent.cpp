@@ -192,7 +192,7 @@ HRESULT CNetCfgComponent::GetDeviceStatus(ULONG* status)
         if (m_component.Open(key) != ERROR_SUCCESS)
             return NETCFG_E_ADAPTER_NOT_FOUND;
         // A device about which nothing is kept has been started.
-        if (key.Open(std::wstring(labKeyPath) + L"\\Devices\\" + m_component.GuidText()) == ERROR_SUCCESS)
+        if (key.Open(std::wstring(LAB_DEVICES) + L'\\' + m_component.GuidText()) == ERROR_SUCCESS)
             *status = key.Number(L"Problem").value_or(0);
         return S_OK;
     });
