@@ -107,6 +107,7 @@ void CRavXmsVlan::SetMiniportDisplayName(int& status)
 bool CRavXmsVlan::WriteOwnText(const wchar_t* name, const CRavString& strText)
 {
     CRavString text = strText; // the key takes it as its own
+    m_services.VlanWritten(m_strVlanKey);
     return m_ownKey.SetValue(name, text, false);
 }
 
@@ -177,6 +178,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, Open vlan 000xKey fails");
             return;
         }
+        m_services.VlanWritten(m_strVlanKey);
         if (!key.SetValue(RavName(RAV_NAME_VLAN_ID), static_cast<DWORD>(iVlanId)))
         {
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, SetValue vlan 000xKey fails.Extng");

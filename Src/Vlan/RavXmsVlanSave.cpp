@@ -412,6 +412,7 @@ void CRavXmsVlan::SaveVlanParamsToReg(int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SaveVlanParamsToReg", &status);
+    m_services.VlanWritten(m_strVlanKey); // also when it stops half-way
     if (!OpenThisMiniportRegKey() || !SaveTeamParams() || !SaveOwnParams())
         return;
     if (m_iParentType == RAV_PARENT_ADAPTER)

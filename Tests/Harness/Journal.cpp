@@ -153,6 +153,15 @@ struct SubKey : Anything
     }
 };
 
+struct ValueBelow : SubKey
+{
+    template <class... A>
+    static std::string Detail(HKEY, const wchar_t*, const wchar_t* name, const A&...)
+    {
+        return ValueName(name);
+    }
+};
+
 struct Named : Anything
 {
     template <class... A>
@@ -250,6 +259,8 @@ struct ComClass : Anything
     X(RegCreateKeyW, Status, SubKey)                                                                                   \
     X(RegQueryInfoKeyW, Status, Key)                                                                                   \
     X(RegQueryValueExW, Status, Value)                                                                                 \
+    X(RegQueryMultipleValuesW, Status, Key)                                                                            \
+    X(RegGetValueW, Status, ValueBelow)                                                                                \
     X(RegSetValueExW, Status, Value)                                                                                   \
     X(RegDeleteValueW, Status, Value)                                                                                  \
     X(RegEnumValueW, Status, Entry)                                                                                    \
