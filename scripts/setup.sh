@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs what is missing of the packages that the build and the tests need. Silent when nothing is missing.
+# Installs what is missing of the packages that the build and the tests need; with the argument "checks" also what the checks
+# of .ci/run need. Silent when nothing is missing.
 set -euo pipefail
 
 packages=(
@@ -11,6 +12,7 @@ packages=(
     nlohmann-json3-dev         # host files, --json
     libspdlog-dev              # the benchmarks' yardstick for the trace log
 )
+[ "${1:-}" != checks ] || packages+=(clang-format clang-tidy)
 
 fail() {
     echo "setup: $*" >&2
