@@ -68,7 +68,7 @@ ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRav
 // Opens the instance key of the component with the GUID; the routine's name stands in the trace.
 HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& key)
 {
-    const auto failed = [&](const wchar_t* format, HRESULT status) {
+    const auto failed = [&](CRavFormat<const wchar_t*> format, HRESULT status) {
         RavTrace().Print(format, routine);
         return FAILED(status) ? status : E_FAIL;
     };
