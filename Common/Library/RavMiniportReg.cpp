@@ -60,7 +60,9 @@ CRavString NumberText(int32_t value, int base)
 {
     CRavString text;
     const int64_t magnitude = value < 0 ? -int64_t{value} : value;
-    text.FormatString(base == HEXADECIMAL ? L"%s%x" : L"%s%u", value < 0 ? L"-" : L"",
+    constexpr CRavFormat<const wchar_t*, uint32_t> hexadecimal = L"%s%x";
+    constexpr CRavFormat<const wchar_t*, uint32_t> decimal = L"%s%u";
+    text.FormatString(base == HEXADECIMAL ? hexadecimal : decimal, value < 0 ? L"-" : L"",
                       static_cast<uint32_t>(magnitude));
     return text;
 }

@@ -245,7 +245,7 @@ bool CRavDebug::OpenFile(const wchar_t* path, bool append)
     return m_pFile != nullptr;
 }
 
-void CRavDebug::Print(const wchar_t* format, ...)
+void CRavDebug::PrintUnchecked(const wchar_t* format, ...)
 {
     if (!WritesLines())
         return;
@@ -255,7 +255,7 @@ void CRavDebug::Print(const wchar_t* format, ...)
     va_end(args);
 }
 
-void CRavDebug::Error(const wchar_t* sourceFile, int line, const wchar_t* format, ...)
+void CRavDebug::ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_t* format, ...)
 {
     if (m_dwLevel == 0 || m_pFile == nullptr || !m_bConfigured)
         return;

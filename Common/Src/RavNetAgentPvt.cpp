@@ -61,7 +61,7 @@ void Forward(int line, const wchar_t* message, Call&& call)
     }
     catch (...)
     {
-        RavTrace().Error(SOURCE_FILE, line, message);
+        RavTrace().Error(SOURCE_FILE, line, L"%s", message);
     }
 }
 } // namespace

@@ -312,7 +312,7 @@ void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& resu
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
         if (!vlan)
         {
-            RavTrace().Error(AGENT_FILE, pass.missingLine, pass.missing);
+            RavTrace().Error(AGENT_FILE, pass.missingLine, L"%s", pass.missing);
             return;
         }
         result = vlan->ReloadMiniport(pass.load, bReboot);

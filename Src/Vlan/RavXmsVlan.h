@@ -246,7 +246,7 @@ class CRavXmsVlan : public CRavAdapter
     bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
     bool CleanUpParent(bool bSkipMemberCleanup);
     void RemoveMiniportOnce(CResult& result);
-    bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
+    bool RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat);
     bool UpdateOurParentKey(bool bLastVlan);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();

@@ -23,7 +23,7 @@ constexpr DWORD MAX_INSTANCE = 9999;
 // name stands in the trace.
 HRESULT OpenInstanceKey(CRavNetCfgInterface* session, const wchar_t* routine, const CRavString& guid, HKEY& key)
 {
-    const auto failed = [&](const wchar_t* format, HRESULT status) {
+    const auto failed = [&](CRavFormat<const wchar_t*> format, HRESULT status) {
         RavTrace().Print(format, routine);
         return FAILED(status) ? status : E_FAIL;
     };

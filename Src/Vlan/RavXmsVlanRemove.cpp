@@ -187,7 +187,7 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
     CloseParentClassKey();
     if (!done)
     {
-        RavTrace().Print(failure);
+        RavTrace().Print(L"%s", failure);
         result.ulErrCode = FAILURE;
     }
     return done;
@@ -209,7 +209,7 @@ void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
 }
 
 // Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
-bool CRavXmsVlan::RemoveMiniportByCharacteristics(const wchar_t* traceFormat)
+bool CRavXmsVlan::RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat)
 {
     RAV_PARAMETER parameter;
     parameter.strName = RavName(RAV_NAME_CHARACTERISTICS);
