@@ -170,18 +170,17 @@ CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::
 void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
                               const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
-    HKEY handle = nullptr;
-    if (FAILED(component.OpenParamKey(&handle)))
+    CRavKeyHandle key;
+    if (FAILED(component.OpenParamKey(key.Receive())))
         return;
-    const CRavRegKey key(handle);
     DWORD features = 0;
-    if (!QueryNumber(handle, strFeaturesName, features) || !IsVlanFeature(features))
+    if (!QueryNumber(key.Get(), strFeaturesName, features) || !IsVlanFeature(features))
         return;
     GUID guid = {};
     wchar_t text[GUID_TEXT_SIZE] = {};
     if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, text, GUID_TEXT_SIZE) == 0)
         return;
-    if (strParentKey.IsEmpty() || GetParentKeyofThisOpenOOOKey(handle) == strParentKey)
+    if (strParentKey.IsEmpty() || GetParentKeyofThisOpenOOOKey(key.Get()) == strParentKey)
         vlanKeys.emplace_back(text);
     else
         RavTrace().Print(L"CVlanAgentWin::EnumVlansPvt1 - Deleting sMiniport");

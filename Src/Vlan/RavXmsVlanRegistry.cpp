@@ -66,7 +66,7 @@ ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRav
 }
 
 // Opens the instance key of the component with the GUID; the routine's name stands in the trace.
-HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& key)
+HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, CRavKeyHandle& key)
 {
     const auto failed = [&](const wchar_t* format, HRESULT status) {
         RavTrace().Print(format, routine);
@@ -91,7 +91,7 @@ HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& ke
     const ComPtr<INetCfgComponent> component = FindByGuid(*components.Get(), guid);
     if (!component)
         return failed(L"CRavXmsVlan::%s, pComponent is NULL.", HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
-    status = component->OpenParamKey(&key);
+    status = component->OpenParamKey(key.Receive());
     if (FAILED(status))
         return failed(L"CRavXmsVlan::%s, pComponent->OpenParamKey fails.", status);
     RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
@@ -99,14 +99,23 @@ HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& ke
 }
 
 // The same for a key whose path is known.
-HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, HKEY& key)
+HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, CRavKeyHandle& key)
 {
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    const LONG status = RavOpenKey(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
     if (status == ERROR_SUCCESS)
         RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
     else
         RavTrace().Print(L"CRavXmsVlan::%s, error %d for %s", routine, status, path.c_str());
     return HRESULT_FROM_WIN32(status);
+}
+
+CRavKeyHandle OpenForAllAccess(const CRavString& path)
+{
+    CRavKeyHandle key;
+    const LONG status = RavOpenKey(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
+    if (status != ERROR_SUCCESS)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
+    return key;
 }
 } // namespace
 
@@ -130,37 +139,26 @@ DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
 }
 
 // Instance 0000 is never reached this way: 0 stands for a number that was not set.
-HKEY CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
+CRavKeyHandle CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::OpenKeyForAdapterNumber");
     if (dwNumber == 0 || dwNumber > MAX_INSTANCE)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid program state.");
-        return nullptr;
+        return {};
     }
     CRavString instance;
     instance.FormatString(L"%04u", dwNumber);
     const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\" + instance;
     RavTrace().Print(L"num_str: %s", instance.c_str());
     RavTrace().Print(L"key_name= %s", path.c_str());
-    HKEY key = nullptr;
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
-    if (status == ERROR_SUCCESS)
-        return key;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
-    return nullptr;
+    return OpenForAllAccess(path);
 }
 
-HKEY CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
+CRavKeyHandle CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::OpenoXMSKeyForAdapterID");
-    const CRavString path = RavDriverEntryPath(strAdapter);
-    HKEY key = nullptr;
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
-    if (status == ERROR_SUCCESS)
-        return key;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
-    return nullptr;
+    return OpenForAllAccess(RavDriverEntryPath(strAdapter));
 }
 
 bool CRavXmsVlan::OpenThisMiniportRegKey()
@@ -171,42 +169,25 @@ bool CRavXmsVlan::OpenThisMiniportRegKey()
         return done;
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     ComPtr<INetCfgComponent> component;
-    HKEY key = nullptr;
+    CRavKeyHandle key;
     done = netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) &&
-           component && SUCCEEDED(component->OpenParamKey(&key));
+           component && SUCCEEDED(component->OpenParamKey(key.Receive()));
     if (done)
-        m_ownKey = key;
+        m_ownKey.Adopt(std::move(key));
     else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed. guid: %s",
                          m_strVlanNetCfgInstanceId.c_str());
     return done;
 }
 
-void CRavXmsVlan::AdoptParentClassKey(HKEY hKey)
-{
-    CloseParentClassKey();
-    m_hParentClassKey = hKey;
-}
-
-void CRavXmsVlan::CloseParentClassKey()
-{
-    if (m_hParentClassKey != nullptr)
-        RegCloseKey(m_hParentClassKey);
-    m_hParentClassKey = nullptr;
-}
-
 HRESULT CRavXmsVlan::OpenClassKey(const wchar_t* routine, const CRavString& strGuid)
 {
-    if (strGuid.IsEmpty() && m_hParentClassKey != nullptr)
+    if (strGuid.IsEmpty() && m_parentClassKey)
         return S_OK;
     CloseParentClassKey();
-    HKEY key = nullptr;
-    const HRESULT status = strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
-                               ? OpenKnownKey(routine, GetInstancePath(), key)
-                               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, key);
-    if (SUCCEEDED(status))
-        m_hParentClassKey = key;
-    return status;
+    return strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
+               ? OpenKnownKey(routine, GetInstancePath(), m_parentClassKey)
+               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, m_parentClassKey);
 }
 
 HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
@@ -220,7 +201,7 @@ HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
 HKEY CRavXmsVlan::GetMyRegistryKey(const CRavString& strGuid)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::GetMyRegistryKey");
-    return SUCCEEDED(OpenClassKey(L"GetMyRegistryKey", strGuid)) ? m_hParentClassKey : nullptr;
+    return SUCCEEDED(OpenClassKey(L"GetMyRegistryKey", strGuid)) ? GetParentClassKey() : nullptr;
 }
 
 HRESULT CRavXmsVlan::GetParentOOOKey()
@@ -232,13 +213,23 @@ HRESULT CRavXmsVlan::GetParentOOOKey()
 }
 
 // An empty GUID is nobody's: it must not be taken for this VLAN's own.
+HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
+{
+    key.Close();
+    if (strGuid.IsEmpty())
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
+        return E_INVALIDARG;
+    }
+    HRESULT status = E_FAIL;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
+    status = OpenInstanceKey(L"GetOOOKeyFromVk", strGuid, key);
+    return status;
+}
+
 HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid)
 {
-    if (!strGuid.IsEmpty())
-        return GetOOOKeyFromVk(strGuid);
-    RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
-    CloseParentClassKey();
-    return E_INVALIDARG;
+    return OpenKeyOf(strGuid, m_parentClassKey);
 }
 
 HKEY CRavXmsVlan::GetMyParentRegistryKey()
