@@ -165,8 +165,7 @@ int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const
         if (!m_paramKey.Open(networkClass.GetHKey(), instance, true) ||
             !m_paramKey.GetValue(L"NetCfgInstanceId", guid) || !guid.CompareI(m_strGuid))
             continue;
-        CRavString value = strValue;
-        if (m_paramKey.SetValue(strName, value, false))
+        if (m_paramKey.SetValue(strName, strValue, false))
             status = 0;
         reason = m_paramKey.LastResult();
         break;

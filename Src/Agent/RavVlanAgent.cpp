@@ -245,17 +245,16 @@ bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
         return false;
     }
     ComPtr<INetCfgComponent> component;
-    HKEY handle = nullptr;
+    CRavKeyHandle handle;
     if (FAILED(netCfg->FindNetworkComponentByGUID(strGuid, component)))
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->FindNetworkComponentByGUID() failed.");
     else if (!component)
         RavTrace().Print(L"OpenMiniportKey() could not create INetCfgComponent object.");
-    else if (FAILED(component->OpenParamKey(&handle)))
+    else if (FAILED(component->OpenParamKey(handle.Receive())))
         RavTrace().Print(L"OpenMiniportKey() INetCfgComponent->OpenParamKey() failed.");
     else
     {
-        key.Close();
-        key = handle;
+        key.Adopt(std::move(handle));
         done = true;
     }
     component.Reset();

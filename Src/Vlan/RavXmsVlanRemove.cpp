@@ -20,12 +20,6 @@ constexpr DWORD CODE_REBOOT_PENDING = static_cast<DWORD>(-333);
 constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
 constexpr DWORD FAILURE = CResult::FAILED;
 
-bool WriteText(CRavRegKey& key, const CRavString& name, const wchar_t* value)
-{
-    CRavString text(value);
-    return key.SetValue(name, text, false);
-}
-
 // Deletes the key at a path below HKEY_LOCAL_MACHINE with all below it; that it is not there is no matter.
 void DeleteTree(const CRavString& parentPath, const CRavString& name)
 {
@@ -295,15 +289,15 @@ bool CRavXmsVlan::UpdateOurParentKey(bool bLastVlan)
 bool CRavXmsVlan::ResetParentKey(CRavRegKey& key)
 {
     key.DeleteValue(RavName(RAV_NAME_XMS_LOADED));
-    bool done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"");
+    bool done = key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), L"", false);
     key.DeleteValue(RavName(RAV_NAME_VLAN_ID));
     key.DeleteValue(RavName(RAV_NAME_VLAN_MODE));
-    if (!WriteText(key, RavName(RAV_NAME_VLAN_FILTERING), L"0"))
+    if (!key.SetValue(RavName(RAV_NAME_VLAN_FILTERING), L"0", false))
         RavTrace().Print(L"UpdOOOKeyAdptr() - error updating the VlanFiltering reg value to 0 when the last vlan is "
                          L"removed.");
-    done = WriteText(key, RavName(RAV_NAME_TAGGING_MODE), L"0") && done;
+    done = key.SetValue(RavName(RAV_NAME_TAGGING_MODE), L"0", false) && done;
     if (m_iParentType == RAV_PARENT_TEAM)
-        done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"") && done;
+        done = key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), L"", false) && done;
     return done;
 }
 
