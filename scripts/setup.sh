@@ -5,6 +5,7 @@ set -euo pipefail
 
 packages=(
     g++-mingw-w64-x86-64-posix # compiler for Windows
+    clang-14                   # the module as Microsoft's compiler sees it
     wine64                     # runs what it makes
     cmake ninja-build          # build
     googletest                 # test framework, compiled for Windows in the build

@@ -186,28 +186,3 @@ TEST(Module, IsLoadedUsedAndUnloaded)
     EXPECT_EQ(1, s_parameterErrors);
     _set_invalid_parameter_handler(before);
 }
-
-#ifndef _MSC_VER // whose pointers to members do not tell
-TEST(Module, OperationsHaveTheirPlaces)
-{
-    using FULL = void (CVlanAgentWin::*)(CResult&, const CRavString&, bool&, bool&, bool&, const RAV_CLIENT_ID&);
-    const size_t PLACES[][2] = {
-        {4, Place(&CRavNetworkAgentIntf::GetDriverInfo)},
-        {7, Place(&CRavVlanAgentIntf::Reserved)},
-        {11, Place(&CRavVlanAgentIntf::CreateVlan)},
-        {14, Place(&CRavVlanAgentIntf::RemoveVlan)},
-        {19, Place(&CRavVlanAgentIntf::GetVlanInfo)},
-        {22, Place(&CRavVlanAgentIntf::ValidateUpdate)},
-        {23, Place(static_cast<FULL>(&CVlanAgentWin::DoesParentSupportVlans))},
-        {24, Place(&CVlanAgentWin::IsParentVmqEnabled)},
-        {25, Place(&CVlanAgentWin::CreateSingleVlan)},
-        {3, Place(&CRavNetAgentPvt::ApplyDone_LoadDevice)},
-        {9, Place(&CRavVlanAgentPvtIntf::RemoveVlanFromTeamMember)},
-        {19, Place(&CRavVlanAgentPvtIntf::QueryHookThree)},
-        {29, Place(&CRavVlanAgentPvtIntf::CreateVlan)},
-        {40, Place(&CRavVlanAgentPvtIntf::GetReceiveScaleCapabilitiesFlag)},
-    };
-    for (const auto& [expected, place] : PLACES)
-        EXPECT_EQ(expected, place);
-}
-#endif
