@@ -14,7 +14,7 @@
 namespace
 {
 constexpr int ROUNDS = 3;
-constexpr double LONG = 1e9; // nanoseconds
+constexpr double LONG_WORK = 1e9; // nanoseconds
 
 // The figures of an operation that ended early would flatter it.
 void TellFailure(const char* operation, const CResult& result)
@@ -176,7 +176,7 @@ BenchCost CostOn(size_t vlans, const BENCH_WORK& work, HMODULE other)
 void ChangeRow(const std::string& name, size_t vlans, const BenchOperation& operation, const BenchGoal& goal)
 {
     BenchPair best{TimeOn(vlans, operation.ours), TimeOn(vlans, operation.bare)};
-    const int rounds = best.ours > LONG ? 2 : ROUNDS;
+    const int rounds = best.ours > LONG_WORK ? 2 : ROUNDS;
     for (int round = 1; round < rounds; ++round)
     {
         best.ours = std::min(best.ours, TimeOn(vlans, operation.ours));
