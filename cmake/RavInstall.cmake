@@ -7,6 +7,7 @@ set(RAV_PUBLIC_HEADERS
     Common/Intf/RavCoreAgentPvtIntf.h
     Common/Intf/RavParameter.h
     Common/Intf/RavTeamAgentPvtIntf.h
+    Common/Src/RavFormat.h
     Common/Src/RavNetAgentPvt.h
     Common/Src/RavResult.h
     Common/Src/RavString.h

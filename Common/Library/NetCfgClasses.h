@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common/Src/RavString.h"
+
 #include <windows.h>
 #include <netcfgx.h>
 #include <initguid.h>
@@ -34,20 +36,36 @@ inline bool RavHasComponentId(INetCfgComponent& component, const wchar_t* id)
     return SUCCEEDED(component.GetId(text.Out())) && _wcsicmp(text.Get(), id) == 0;
 }
 
-// Calls visit(component) for each component of a class until it answers false. A walk that cannot go on is a failure.
-template <typename Visit>
-HRESULT RavForEachComponent(INetCfg& netCfg, const GUID& networkClass, Visit&& visit)
+// The instance GUID as the network configuration writes it.
+inline bool RavGuidOf(INetCfgComponent& component, CRavString& guid)
+{
+    constexpr int TEXT_SIZE = 39;
+    GUID instance = {};
+    wchar_t text[TEXT_SIZE] = {};
+    if (FAILED(component.GetInstanceGuid(&instance)) || StringFromGUID2(instance, text, TEXT_SIZE) == 0)
+        return false;
+    guid = text;
+    return true;
+}
+
+// Begins a walk over the components of a class; a class without components may have none.
+inline HRESULT RavStartWalk(INetCfg& netCfg, const GUID& componentClass,
+                            Microsoft::WRL::ComPtr<IEnumNetCfgComponent>& walk)
 {
     Microsoft::WRL::ComPtr<INetCfgClass> components;
+    const HRESULT status =
+        netCfg.QueryNetCfgClass(&componentClass, IID_INetCfgClass, reinterpret_cast<void**>(components.GetAddressOf()));
+    return SUCCEEDED(status) ? components->EnumComponents(&walk) : status;
+}
+
+// Calls visit(component) for each component of a class until it answers false. A walk that cannot go on is a failure.
+template <typename Visit>
+HRESULT RavForEachComponent(INetCfg& netCfg, const GUID& componentClass, Visit&& visit)
+{
     Microsoft::WRL::ComPtr<IEnumNetCfgComponent> walk;
-    HRESULT status =
-        netCfg.QueryNetCfgClass(&networkClass, IID_INetCfgClass, reinterpret_cast<void**>(components.GetAddressOf()));
-    if (SUCCEEDED(status))
-        status = components->EnumComponents(&walk);
-    if (FAILED(status))
-        return status;
-    if (!walk)
-        return S_OK;
+    HRESULT status = RavStartWalk(netCfg, componentClass, walk);
+    if (FAILED(status) || !walk)
+        return FAILED(status) ? status : S_OK;
     Microsoft::WRL::ComPtr<INetCfgComponent> component;
     ULONG fetched = 0;
     while ((status = walk->Next(1, component.ReleaseAndGetAddressOf(), &fetched)) == S_OK)

@@ -189,12 +189,11 @@ CResult CRavAdapter::SetParameter(const RAV_PARAMETER& parameter)
     CRavRegKey key;
     if (m_strInstancePath.IsEmpty() || !key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, true))
         return Unopened(L"SetParameter", key);
-    CRavString text = parameter.strValue;
     switch (parameter.dwType)
     {
     case REG_SZ:
     case REG_EXPAND_SZ:
-        key.SetValue(parameter.strName, text, parameter.dwType == REG_EXPAND_SZ);
+        key.SetValue(parameter.strName, parameter.strValue, parameter.dwType == REG_EXPAND_SZ);
         break;
     case REG_DWORD:
         key.SetValue(parameter.strName, parameter.dwValue);

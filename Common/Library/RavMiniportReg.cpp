@@ -1,6 +1,7 @@
 #include "Common/Library/RavMiniportReg.h"
 
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavValueWriter.h"
 #include "Common/Settings/RavSetting.h"
 
 #include <algorithm>
@@ -60,7 +61,9 @@ CRavString NumberText(int32_t value, int base)
 {
     CRavString text;
     const int64_t magnitude = value < 0 ? -int64_t{value} : value;
-    text.FormatString(base == HEXADECIMAL ? L"%s%x" : L"%s%u", value < 0 ? L"-" : L"",
+    constexpr CRavFormat<const wchar_t*, uint32_t> hexadecimal = L"%s%x";
+    constexpr CRavFormat<const wchar_t*, uint32_t> decimal = L"%s%u";
+    text.FormatString(base == HEXADECIMAL ? hexadecimal : decimal, value < 0 ? L"-" : L"",
                       static_cast<uint32_t>(magnitude));
     return text;
 }
@@ -70,14 +73,14 @@ int BaseOf(const RAV_SETTING_INT& setting)
     return setting.iBase == HEXADECIMAL ? HEXADECIMAL : DECIMAL;
 }
 
+// Numbers as text, as drivers expect them.
 class TextWriter
 {
   public:
-    explicit TextWriter(CRavRegKey& key) : m_key(key) {}
+    explicit TextWriter(CRavRegKey& key) : m_writer(key) {}
     TextWriter& Text(const wchar_t* name, const CRavString& value)
     {
-        CRavString text = value;
-        m_done = m_done && m_key.SetValue(name, text, false);
+        m_writer.Text(name, value);
         return *this;
     }
     TextWriter& Number(const wchar_t* name, int32_t value, int base = DECIMAL)
@@ -89,11 +92,10 @@ class TextWriter
     {
         return value != 0 ? Number(name, value, base) : *this;
     }
-    bool Done() const { return m_done; }
+    bool Done() const { return m_writer.Done(); }
 
   private:
-    CRavRegKey& m_key;
-    bool m_done = true;
+    CRavValueWriter m_writer;
 };
 
 bool WriteHead(TextWriter& writer, const RAV_SETTING& setting, const wchar_t* type, int32_t defaultValue, int base)

@@ -7,14 +7,13 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr size_t GUID_TEXT_SIZE = 39;
-
 HRESULT QueryClassSetup(CRavNetCfgInterface& netCfg, ComPtr<INetCfgClassSetup>& setup)
 {
-    if (netCfg.GetNetCfg() == nullptr)
+    INetCfg* const configuration = netCfg.GetNetCfg();
+    if (configuration == nullptr)
         return NETCFG_E_NOT_INITIALIZED;
-    return netCfg.GetNetCfg()->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClassSetup,
-                                                reinterpret_cast<void**>(setup.GetAddressOf()));
+    return configuration->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClassSetup,
+                                           reinterpret_cast<void**>(setup.GetAddressOf()));
 }
 
 OBO_TOKEN OnBehalfOfUser()
@@ -44,16 +43,6 @@ bool DeInstall(CRavNetCfgInterface& netCfg, INetCfgClassSetup& setup, INetCfgCom
     if (!done)
         RavTrace().Print(L"CRavNetCfgComponent: DeInstall fails, 0x%X, referenced by: %s", result, references.Get());
     return done;
-}
-
-bool TextOfGuid(INetCfgComponent& component, CRavString& text)
-{
-    GUID guid = {};
-    wchar_t buffer[GUID_TEXT_SIZE] = {};
-    if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, buffer, GUID_TEXT_SIZE) == 0)
-        return false;
-    text = buffer;
-    return true;
 }
 } // namespace
 
@@ -85,13 +74,14 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - Install fails, 0x%X", result);
         return status;
     }
-    if (!TextOfGuid(*component.Get(), strInstance))
+    if (!RavGuidOf(*component.Get(), strInstance))
     {
         // Nobody could ever name it: it must not stay.
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - the new miniport has no GUID");
         DeInstall(netCfg, *setup.Get(), *component.Get());
         return status;
     }
+    netCfg.NoteInstalled(strInstance, *component.Get());
     m_strGuid = strInstance;
     m_strDevice.ClearString();
     status = 0;
@@ -117,9 +107,12 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
     }
     ComPtr<INetCfgClassSetup> setup;
     const HRESULT result = QueryClassSetup(netCfg, setup);
-    if (SUCCEEDED(result))
-        status = DeInstall(netCfg, *setup.Get(), *component.Get()) ? 0 : -1;
-    else
+    if (SUCCEEDED(result) && DeInstall(netCfg, *setup.Get(), *component.Get()))
+    {
+        netCfg.NoteRemoved(strInstance);
+        status = 0;
+    }
+    else if (FAILED(result))
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - the class cannot be opened, 0x%X", result);
     return status;
 }
@@ -172,8 +165,7 @@ int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const
         if (!m_paramKey.Open(networkClass.GetHKey(), instance, true) ||
             !m_paramKey.GetValue(L"NetCfgInstanceId", guid) || !guid.CompareI(m_strGuid))
             continue;
-        CRavString value = strValue;
-        if (m_paramKey.SetValue(strName, value, false))
+        if (m_paramKey.SetValue(strName, strValue, false))
             status = 0;
         reason = m_paramKey.LastResult();
         break;

@@ -135,13 +135,13 @@ HRESULT CRavNetCfgInterface::GetTeamMode(const CRavString& strTeam, DWORD& dwMod
     HRESULT status = S_OK;
     const CRavTraceScope trace(L"CRavNetCfgInterface::GetTeamMode", &status);
     ComPtr<INetCfgComponent> team;
-    HKEY handle = nullptr;
+    CRavKeyHandle handle;
     status = FindNetworkComponentByGUID(strTeam, team);
     if (SUCCEEDED(status))
-        status = team ? team->OpenParamKey(&handle) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+        status = team ? team->OpenParamKey(handle.Receive()) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     if (SUCCEEDED(status))
     {
-        CRavRegKey key(handle);
+        CRavRegKey key(std::move(handle));
         if (!key.GetValue(L"TeamMode", dwMode))
             status = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     }

@@ -1,5 +1,7 @@
 #include "Common/Src/RavDebug.h"
 
+#include "Common/Src/RavKeyHandle.h"
+
 #include <io.h>
 #include <share.h>
 
@@ -33,29 +35,21 @@ class SectionGuard
     CRITICAL_SECTION* m_section;
 };
 
-class KeyGuard
+// The suite's key, read with the bare calls: the key wrapper above traces.
+class SuiteKey
 {
   public:
-    KeyGuard() { m_opened = RegOpenKeyExW(HKEY_LOCAL_MACHINE, SUITE_KEY, 0, KEY_READ, &m_key) == ERROR_SUCCESS; }
-    ~KeyGuard()
-    {
-        if (m_opened)
-            RegCloseKey(m_key);
-    }
-    KeyGuard(const KeyGuard&) = delete;
-    KeyGuard& operator=(const KeyGuard&) = delete;
-
-    explicit operator bool() const { return m_opened; }
+    SuiteKey() { RavOpenKey(HKEY_LOCAL_MACHINE, SUITE_KEY, KEY_READ, m_key); }
+    explicit operator bool() const { return static_cast<bool>(m_key); }
     bool Query(const wchar_t* name, DWORD type, void* data, DWORD size) const
     {
         DWORD stored = REG_NONE;
-        const LONG status = RegQueryValueExW(m_key, name, nullptr, &stored, static_cast<BYTE*>(data), &size);
+        const LONG status = RegQueryValueExW(m_key.Get(), name, nullptr, &stored, static_cast<BYTE*>(data), &size);
         return status == ERROR_SUCCESS && stored == type;
     }
 
   private:
-    HKEY m_key = nullptr;
-    bool m_opened = false;
+    CRavKeyHandle m_key;
 };
 
 std::unique_ptr<wchar_t[]> CopyOf(const wchar_t* text)
@@ -81,7 +75,7 @@ bool EffectiveLevel(DWORD& level)
 {
     if (level == 1 || level == 2)
     {
-        const KeyGuard key;
+        const SuiteKey key;
         if (!key)
             return false;
         DWORD trace = 0;
@@ -100,7 +94,7 @@ void TempFolder(wchar_t (&folder)[PATH_SIZE])
 
 void LogFolder(const wchar_t* component, wchar_t (&folder)[PATH_SIZE])
 {
-    const KeyGuard key;
+    const SuiteKey key;
     if (!key || wcscmp(component, SETUP_ACTIONS) == 0)
     {
         TempFolder(folder);
@@ -245,7 +239,7 @@ bool CRavDebug::OpenFile(const wchar_t* path, bool append)
     return m_pFile != nullptr;
 }
 
-void CRavDebug::Print(const wchar_t* format, ...)
+void CRavDebug::PrintUnchecked(const wchar_t* format, ...)
 {
     if (!WritesLines())
         return;
@@ -255,7 +249,7 @@ void CRavDebug::Print(const wchar_t* format, ...)
     va_end(args);
 }
 
-void CRavDebug::Error(const wchar_t* sourceFile, int line, const wchar_t* format, ...)
+void CRavDebug::ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_t* format, ...)
 {
     if (m_dwLevel == 0 || m_pFile == nullptr || !m_bConfigured)
         return;

@@ -47,8 +47,7 @@ void RestartDcbService()
         return;
     CHelper::RavStopService(DCB_SERVICE);
     CHelper::RavStartService(DCB_SERVICE);
-    change = L"0";
-    key.SetValue(DCB_CHANGE, change, false);
+    key.SetValue(DCB_CHANGE, L"0", false);
 }
 
 // One call of the core agent; what it throws is traced under the line and becomes nothing.
@@ -61,7 +60,7 @@ void Forward(int line, const wchar_t* message, Call&& call)
     }
     catch (...)
     {
-        RavTrace().Error(SOURCE_FILE, line, message);
+        RavTrace().Error(SOURCE_FILE, line, L"%s", message);
     }
 }
 } // namespace

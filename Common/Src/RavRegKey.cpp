@@ -7,6 +7,7 @@
 #include <cwchar>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace
 {
@@ -79,7 +80,9 @@ CRavRegKey::CRavRegKey()
     Init();
 }
 
-CRavRegKey::CRavRegKey(HKEY hKey) : m_hKey(hKey), m_bIsOpened(true) {}
+CRavRegKey::CRavRegKey(HKEY hKey) : m_key(hKey), m_bIsOpened(true) {}
+
+CRavRegKey::CRavRegKey(CRavKeyHandle key) : m_key(std::move(key)), m_bIsOpened(static_cast<bool>(m_key)) {}
 
 CRavRegKey::CRavRegKey(const CRavRegKey& /*other*/) : CRavRegKey() {}
 
@@ -90,14 +93,15 @@ CRavRegKey::~CRavRegKey()
 
 CRavRegKey& CRavRegKey::operator=(HKEY hKey)
 {
-    m_hKey = hKey;
+    m_key.Release();
+    m_key = CRavKeyHandle(hKey);
     m_bIsOpened = true;
     return *this;
 }
 
 void CRavRegKey::Init()
 {
-    m_hKey = nullptr;
+    m_key.Close();
     m_bIsOpened = false;
     m_lLastResult = ERROR_SUCCESS;
     m_dwEnumIndex = 0;
@@ -106,26 +110,24 @@ void CRavRegKey::Init()
 
 void CRavRegKey::Close()
 {
-    if (!m_bIsOpened)
-        return;
-    RegCloseKey(m_hKey);
-    Init();
+    if (m_bIsOpened)
+        Init();
+}
+
+void CRavRegKey::Adopt(CRavKeyHandle key)
+{
+    Close();
+    m_key = std::move(key);
+    m_bIsOpened = static_cast<bool>(m_key);
 }
 
 // The enumeration goes on where it was: only its end, ResetEnumeration and Close make it start again.
-bool CRavRegKey::TakeKey(LONG status, HKEY key)
+bool CRavRegKey::TakeKey(LONG status)
 {
     m_bIsOpened = TakeStatus(status);
-    m_hKey = m_bIsOpened ? key : nullptr;
+    if (!m_bIsOpened)
+        m_key.Release(); // whatever a failing call leaves there is no key
     return m_bIsOpened;
-}
-
-void CRavRegKey::GiveKeyBack()
-{
-    if (m_bIsOpened)
-        RegCloseKey(m_hKey);
-    m_bIsOpened = false;
-    m_hKey = nullptr;
 }
 
 bool CRavRegKey::TakeStatus(LONG status)
@@ -145,21 +147,15 @@ void CRavRegKey::BuildKeyName(HKEY root, const CRavString& subKey)
 
 bool CRavRegKey::Open(HKEY root, const CRavString& subKey, bool bWrite)
 {
-    GiveKeyBack();
-    HKEY key = nullptr;
-    const LONG status = RegOpenKeyExW(root, subKey, 0, Access(bWrite), &key);
-    TakeKey(status, key);
+    TakeKey(RavOpenKey(root, subKey, Access(bWrite), m_key));
     BuildKeyName(root, subKey);
     return m_bIsOpened;
 }
 
 bool CRavRegKey::Create(HKEY root, const CRavString& subKey, bool bWrite, bool bVolatile)
 {
-    GiveKeyBack();
-    HKEY key = nullptr;
     const DWORD options = bVolatile ? REG_OPTION_VOLATILE : REG_OPTION_NON_VOLATILE;
-    const LONG status = RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, &key, nullptr);
-    if (!TakeKey(status, key))
+    if (!TakeKey(RegCreateKeyExW(root, subKey, 0, nullptr, options, Access(bWrite), nullptr, m_key.Receive(), nullptr)))
         return false;
     BuildKeyName(root, subKey);
     return true;
@@ -175,7 +171,7 @@ bool CRavRegKey::GetValue(const CRavString& name, DWORD& value)
     DWORD type = REG_NONE;
     DWORD data = 0;
     DWORD size = sizeof(data);
-    done = TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size));
+    done = TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size));
     RavTrace().Print(L"CRavRegKey::GetValue :%d", m_lLastResult);
     if (done && type != REG_DWORD)
     {
@@ -200,7 +196,7 @@ bool CRavRegKey::QueryText(const CRavString& name, CRavString& value)
     // The name may be the output itself.
     wchar_t buffer[TEXT_BYTES / sizeof(wchar_t) + 1] = {};
     DWORD size = TEXT_BYTES;
-    const bool done = m_bIsOpened && TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, nullptr,
+    const bool done = m_bIsOpened && TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, nullptr,
                                                                  reinterpret_cast<BYTE*>(buffer), &size));
     value.ClearString();
     if (done)
@@ -224,12 +220,12 @@ bool CRavRegKey::QueryList(const CRavString& name, std::vector<CRavString>& valu
         return false;
     DWORD type = REG_MULTI_SZ;
     DWORD size = 0;
-    if (!TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, &type, nullptr, &size)))
+    if (!TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, &type, nullptr, &size)))
         return false;
     const Characters data = ZeroedCharacters(static_cast<size_t>(size) + LIST_SLACK_BYTES);
     if (!data)
         return false;
-    if (!TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, &type, reinterpret_cast<BYTE*>(data.get()), &size)))
+    if (!TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, &type, reinterpret_cast<BYTE*>(data.get()), &size)))
         return false;
     SplitList(data.get(), size, values);
     return true;
@@ -237,14 +233,14 @@ bool CRavRegKey::QueryList(const CRavString& name, std::vector<CRavString>& valu
 
 bool CRavRegKey::GetValue(const CRavString& name, BYTE* data, DWORD& size)
 {
-    return m_bIsOpened && TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, nullptr, data, &size));
+    return m_bIsOpened && TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, nullptr, data, &size));
 }
 
 DWORD CRavRegKey::GetRegType(const CRavString& name)
 {
     m_lLastResult = ERROR_SUCCESS;
     DWORD type = REG_NONE;
-    if (!m_bIsOpened || !TakeStatus(RegQueryValueExW(m_hKey, name, nullptr, &type, nullptr, nullptr)))
+    if (!m_bIsOpened || !TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, &type, nullptr, nullptr)))
         return REG_NONE;
     return type;
 }
@@ -253,22 +249,22 @@ bool CRavRegKey::ValueExists(const CRavString& name)
 {
     bool exists = false;
     const CRavTraceScope trace(L"CRavRegKey::ValueExists", &exists);
-    exists = m_bIsOpened && RegQueryValueExW(m_hKey, name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+    exists = m_bIsOpened && RegQueryValueExW(m_key.Get(), name, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
     return exists;
 }
 
 bool CRavRegKey::SubKeyExists(const CRavString& name)
 {
     CRavRegKey subKey;
-    return m_bIsOpened && subKey.Open(m_hKey, name, false);
+    return m_bIsOpened && subKey.Open(m_key.Get(), name, false);
 }
 
 bool CRavRegKey::WriteValue(const CRavString& name, DWORD type, const void* data, size_t size)
 {
-    return TakeStatus(RegSetValueExW(m_hKey, name, 0, type, static_cast<const BYTE*>(data), static_cast<DWORD>(size)));
+    return TakeStatus(RavWriteValue(m_key.Get(), name, type, data, size));
 }
 
-bool CRavRegKey::SetValue(const CRavString& name, CRavString& value, bool bExpand)
+bool CRavRegKey::SetValue(const CRavString& name, const CRavString& value, bool bExpand)
 {
     m_lLastResult = ERROR_SUCCESS;
     return m_bIsOpened &&
@@ -280,7 +276,7 @@ bool CRavRegKey::SetValue(const CRavString& name, DWORD value)
     return m_bIsOpened && WriteValue(name, REG_DWORD, &value, sizeof(value));
 }
 
-bool CRavRegKey::SetValue(const CRavString& name, BYTE* data, DWORD size)
+bool CRavRegKey::SetValue(const CRavString& name, const BYTE* data, DWORD size)
 {
     m_lLastResult = ERROR_SUCCESS;
     return m_bIsOpened && WriteValue(name, REG_BINARY, data, size);
@@ -312,7 +308,7 @@ bool CRavRegKey::SetValue(const CRavString& name, std::vector<CRavString> values
 LONG CRavRegKey::FlushKey()
 {
     const CRavTraceScope trace(L"CRavRegKey::FlushKey");
-    const LONG status = RegFlushKey(m_hKey);
+    const LONG status = RegFlushKey(m_key.Get());
     if (status == ERROR_SUCCESS)
         RavTrace().Print(L"CRavRegKey::RegFlushKey Success");
     else
@@ -325,7 +321,7 @@ bool CRavRegKey::EnumSubKey(CRavString& name)
     wchar_t buffer[SUBKEY_NAME_SIZE] = {};
     DWORD size = SUBKEY_NAME_SIZE;
     const bool done =
-        TakeStatus(RegEnumKeyExW(m_hKey, m_dwEnumIndex++, buffer, &size, nullptr, nullptr, nullptr, nullptr));
+        TakeStatus(RegEnumKeyExW(m_key.Get(), m_dwEnumIndex++, buffer, &size, nullptr, nullptr, nullptr, nullptr));
     if (m_lLastResult == ERROR_NO_MORE_ITEMS)
         ResetEnumeration();
     if (done)
@@ -338,7 +334,7 @@ bool CRavRegKey::EnumValue(CRavString& name)
     wchar_t buffer[VALUE_NAME_SIZE] = {};
     DWORD size = VALUE_NAME_SIZE;
     const bool done =
-        TakeStatus(RegEnumValueW(m_hKey, m_dwEnumIndex++, buffer, &size, nullptr, nullptr, nullptr, nullptr));
+        TakeStatus(RegEnumValueW(m_key.Get(), m_dwEnumIndex++, buffer, &size, nullptr, nullptr, nullptr, nullptr));
     if (m_lLastResult == ERROR_NO_MORE_ITEMS)
         ResetEnumeration();
     if (done)
@@ -350,7 +346,7 @@ bool CRavRegKey::DeleteValue(const CRavString& name)
 {
     m_lLastResult = ERROR_SUCCESS;
     if (m_bIsOpened)
-        m_lLastResult = RegDeleteValueW(m_hKey, name);
+        m_lLastResult = RegDeleteValueW(m_key.Get(), name);
     return m_lLastResult == ERROR_SUCCESS;
 }
 
@@ -359,12 +355,12 @@ bool CRavRegKey::DeleteSubKey(const wchar_t* name)
     if (!m_bIsOpened || name == nullptr || *name == L'\0')
         return false;
     CRavRegKey subKey;
-    if (!subKey.Open(m_hKey, name, false))
+    if (!subKey.Open(m_key.Get(), name, false))
         return false;
     wchar_t child[SUBKEY_NAME_SIZE] = {};
     DWORD size = SUBKEY_NAME_SIZE;
     // Always the first child: each pass removes the one it found.
-    while (RegEnumKeyExW(subKey.m_hKey, 0, child, &size, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
+    while (RegEnumKeyExW(subKey.m_key.Get(), 0, child, &size, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS)
     {
         if (!subKey.DeleteSubKey(child))
             return false;
@@ -376,7 +372,7 @@ bool CRavRegKey::DeleteSubKey(const wchar_t* name)
 
 DWORD CRavRegKey::RemoveSubKey(const wchar_t* name)
 {
-    return m_hKey != nullptr ? static_cast<DWORD>(RegDeleteKeyW(m_hKey, name)) : ERROR_SUCCESS;
+    return m_key.Get() != nullptr ? static_cast<DWORD>(RegDeleteKeyW(m_key.Get(), name)) : ERROR_SUCCESS;
 }
 
 bool CRavRegKey::IsValueInMultiString(const CRavString& name, const CRavString& entry)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/RavKeyHandle.h"
 #include "Common/Src/RavString.h"
 
 #include <windows.h>
@@ -17,6 +18,8 @@ class CRavRegKey
     CRavRegKey();
     // Adopts an open handle and closes it one day.
     explicit CRavRegKey(HKEY hKey);
+    // Takes over what the handle holds; not open when that is nothing.
+    explicit CRavRegKey(CRavKeyHandle key);
     // Takes nothing from its source: handles are never shared or duplicated.
     CRavRegKey(const CRavRegKey& other);
     virtual ~CRavRegKey();
@@ -28,8 +31,10 @@ class CRavRegKey
     bool Open(HKEY root, const CRavString& subKey, bool bWrite);
     bool Create(HKEY root, const CRavString& subKey, bool bWrite, bool bVolatile);
     void Close();
+    // Closes what was held and takes over what the handle holds.
+    void Adopt(CRavKeyHandle key);
 
-    HKEY GetHKey() const { return m_hKey; }
+    HKEY GetHKey() const { return m_key.Get(); }
     LONG LastResult() const { return m_lLastResult; }
     bool IsOpened() const { return m_bIsOpened; }
 
@@ -51,10 +56,10 @@ class CRavRegKey
 
     // --- writing; false when the key is not open ---
 
-    bool SetValue(const CRavString& name, CRavString& value, bool bExpand); // REG_EXPAND_SZ or REG_SZ
-    bool SetValue(const CRavString& name, DWORD value);                     // REG_DWORD
-    bool SetValue(const CRavString& name, BYTE* data, DWORD size);          // REG_BINARY
-    bool SetValue(const CRavString& name, std::vector<CRavString> values);  // REG_MULTI_SZ
+    bool SetValue(const CRavString& name, const CRavString& value, bool bExpand); // REG_EXPAND_SZ or REG_SZ
+    bool SetValue(const CRavString& name, DWORD value);                           // REG_DWORD
+    bool SetValue(const CRavString& name, const BYTE* data, DWORD size);          // REG_BINARY
+    bool SetValue(const CRavString& name, std::vector<CRavString> values);        // REG_MULTI_SZ
     // The status; LastResult stays as it is.
     LONG FlushKey();
 
@@ -85,14 +90,13 @@ class CRavRegKey
     void Init();
     bool TakeStatus(LONG status);
     void BuildKeyName(HKEY root, const CRavString& subKey);
-    bool TakeKey(LONG status, HKEY key);
-    void GiveKeyBack();
+    bool TakeKey(LONG status);
     bool QueryText(const CRavString& name, CRavString& value);
     bool QueryList(const CRavString& name, std::vector<CRavString>& values);
     bool WriteValue(const CRavString& name, DWORD type, const void* data, size_t size);
     DWORD RemoveSubKey(const wchar_t* name);
 
-    HKEY m_hKey = nullptr;
+    CRavKeyHandle m_key;
     bool m_bIsOpened = false;
     LONG m_lLastResult = 0;
     DWORD m_dwEnumIndex = 0;

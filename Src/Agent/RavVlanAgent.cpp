@@ -6,6 +6,7 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/OsVersion.h"
 #include "Src/RavCoreInterface.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 using Microsoft::WRL::ComPtr;
@@ -127,7 +128,7 @@ void CVlanAgentWin::CreateNetCfgInterfaceObj(CResult& result, bool& bCreated)
     }
     try
     {
-        auto session = std::make_unique<CRavNetCfgInterface>();
+        auto session = std::make_unique<CRavHostSession>();
         session->Initialize();
         if (!TlsSetValue(m_dwThreadSlot, session.get()))
         {
@@ -163,7 +164,7 @@ void CVlanAgentWin::ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease)
         RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
         return;
     }
-    const std::unique_ptr<CRavNetCfgInterface> session(static_cast<CRavNetCfgInterface*>(held));
+    const std::unique_ptr<CRavHostSession> session(static_cast<CRavHostSession*>(held));
     session->UnInitialize();
 }
 
@@ -177,12 +178,16 @@ void CVlanAgentWin::GetNetCfgInterfaceObj(CResult& result, CRavNetCfgInterface**
     }
     else
     {
-        *ppNetCfgInterface =
-            HoldsThreadSlot() ? static_cast<CRavNetCfgInterface*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
+        *ppNetCfgInterface = ThreadSession();
         if (*ppNetCfgInterface != nullptr)
             result = CResult::Success();
     }
     RavTrace().Print(L"Exiting CVlanAgentWin::GetNetCfgInterfaceObj");
+}
+
+CRavHostSession* CVlanAgentWin::ThreadSession() const
+{
+    return HoldsThreadSlot() ? static_cast<CRavHostSession*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
 }
 
 CVlanAgentWin::CNetCfgSession::CNetCfgSession(CVlanAgentWin& agent) : m_agent(agent)
@@ -225,37 +230,35 @@ std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
     return {CHelper::RavHoldModule(m_hTeamAgent), team};
 }
 
+// Through the thread's session, where there is one.
 bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
 {
     bool done = false;
     const CRavTraceScope trace(L"CVlanAgentWin::OpenMiniportKey", &done);
-    const std::unique_ptr<CRavNetCfgInterface> netCfg(new (std::nothrow) CRavNetCfgInterface);
-    if (!netCfg)
-    {
-        RavTrace().Print(L"OpenMiniportKey() could not create CRavNetCfgInterface object.");
-        return false;
-    }
-    if (FAILED(netCfg->Initialize()))
+    CRavNetCfgInterface own;
+    CRavNetCfgInterface* netCfg = ThreadSession();
+    if (netCfg == nullptr)
+        netCfg = &own;
+    if (!netCfg->IsReading() && FAILED(netCfg->Initialize()))
     {
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->Initialize() failed.");
         return false;
     }
     ComPtr<INetCfgComponent> component;
-    HKEY handle = nullptr;
+    CRavKeyHandle handle;
     if (FAILED(netCfg->FindNetworkComponentByGUID(strGuid, component)))
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->FindNetworkComponentByGUID() failed.");
     else if (!component)
         RavTrace().Print(L"OpenMiniportKey() could not create INetCfgComponent object.");
-    else if (FAILED(component->OpenParamKey(&handle)))
+    else if (FAILED(component->OpenParamKey(handle.Receive())))
         RavTrace().Print(L"OpenMiniportKey() INetCfgComponent->OpenParamKey() failed.");
     else
     {
-        key.Close();
-        key = handle;
+        key.Adopt(std::move(handle));
         done = true;
     }
     component.Reset();
-    if (FAILED(netCfg->UnInitialize()))
+    if (FAILED(own.UnInitialize()))
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->UnInitialize() failed.");
     return done;
 }
@@ -300,4 +303,10 @@ void CVlanAgentWin::QueueForReload(const CRavString& strMiniportInst)
 void CVlanAgentWin::QueueForUnload(const CRavString& strMiniportInst)
 {
     AddForUnload(strMiniportInst);
+}
+
+void CVlanAgentWin::VlanWritten(const CRavString& strVlanKey)
+{
+    if (CRavHostSession* const session = ThreadSession())
+        session->View().Forget(strVlanKey);
 }

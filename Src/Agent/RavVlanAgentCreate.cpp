@@ -12,6 +12,7 @@
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace
 {
@@ -78,12 +79,14 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
     const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
     const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
+        std::optional<CNetCfgSession> session; // one for all that follows, the passes behind the lock among it
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
             RavTrace().Print(L"CreateTeam() - error unable to create the lock");
             return;
         }
+        session.emplace(*this);
         const CRavString parent = RavCanonicalKey(strParentKey);
         CRavString numbers;
         numbers.FormatString(L"%u", dwVlanId);
@@ -102,12 +105,14 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
     const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
     const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
+        std::optional<CNetCfgSession> session; // one for all that follows, the passes behind the lock among it
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
             RavTrace().Print(L"CreateTeam() - error unable to create the lock");
             return;
         }
+        session.emplace(*this);
         const CRavString parent = RavCanonicalKey(strParentKey);
         if (!IsVlanType(result, dwVlanType) ||
             !MayCreate(result, L"CreateMultipleVLANs", parent, strVlanNumbers, strVlanName, record))
@@ -171,10 +176,8 @@ bool CVlanAgentWin::ReadVlanNames(const CRavString& strParentKey, std::vector<CR
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     return std::all_of(vlans.begin(), vlans.end(), [&](const CRavString& key) {
-        RAV_VLAN_INFO info;
-        const bool read = ReadForValidation(key, info);
-        names.push_back(info.vlanName);
-        return read;
+        DWORD id = 0;
+        return ReadForValidation(key, id, names.emplace_back());
     });
 }
 
@@ -309,7 +312,7 @@ void CVlanAgentWin::ReloadDeviceMiniport(const MiniportPass& pass, CResult& resu
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strMiniportInst);
         if (!vlan)
         {
-            RavTrace().Error(AGENT_FILE, pass.missingLine, pass.missing);
+            RavTrace().Error(AGENT_FILE, pass.missingLine, L"%s", pass.missing);
             return;
         }
         result = vlan->ReloadMiniport(pass.load, bReboot);

@@ -2,34 +2,24 @@
 
 #include "Src/Agent/RavVlanAgent.h"
 
-#include "Common/Src/ComApartment.h"
 #include "Common/Src/RavKey.h"
+#include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
-#include <netcfgx.h>
-#include <initguid.h>
-#include <devguid.h>
-
 #include <algorithm>
-
-using Microsoft::WRL::ComPtr;
 
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
 constexpr int LOAD_ATTEMPTS = 3;
-constexpr size_t GUID_TEXT_SIZE = 39;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
-constexpr DWORD MINIPORT_KEY_CHARACTERS = 256;
+constexpr size_t MINIPORT_KEY_CHARACTERS = 256;
+constexpr size_t NAME_CHARACTERS = 256;
 constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
-
-bool IsVlanFeature(DWORD features)
-{
-    return features == 8 || features == 9 || features == 12 || features == 13;
-}
 
 bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 {
@@ -58,44 +48,6 @@ LONG QueryText(HKEY key, const CRavString& name, CRavString& text)
     text = buffer;
     return ERROR_SUCCESS;
 }
-
-// An INetCfg session for one walk over the network class.
-class NetworkWalk
-{
-  public:
-    ~NetworkWalk()
-    {
-        m_components.Reset();
-        if (m_initialized)
-            m_netCfg->Uninitialize();
-    }
-    bool Open()
-    {
-        m_initialized =
-            SUCCEEDED(CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg))) &&
-            SUCCEEDED(m_netCfg->Initialize(nullptr));
-        return m_initialized;
-    }
-    bool Start()
-    {
-        ComPtr<INetCfgClass> networkClass;
-        return SUCCEEDED(m_netCfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
-                                                    reinterpret_cast<void**>(networkClass.GetAddressOf()))) &&
-               SUCCEEDED(networkClass->EnumComponents(&m_components)) && m_components;
-    }
-    bool Next(ComPtr<INetCfgComponent>& component)
-    {
-        ULONG fetched = 0;
-        return m_components->Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK;
-    }
-
-  private:
-    CRavComApartment m_apartment; // left last
-    ComPtr<INetCfg> m_netCfg;
-    ComPtr<IEnumNetCfgComponent> m_components;
-    bool m_initialized = false;
-};
-
 } // namespace
 
 // --- enumeration ----------------------------------------------------------------------------------------------------
@@ -150,41 +102,16 @@ void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKe
              [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
 }
 
+// A machine whose network configuration is not to be had has no VLANs.
 CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
-    NetworkWalk walk;
-    if (!walk.Open())
-        return CResult::Success(); // a machine whose network configuration is not to be had has no VLANs
-    if (!walk.Start())
-        return CResult();
-    const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
-    ComPtr<INetCfgComponent> component;
-    while (walk.Next(component))
-    {
-        if (component)
-            AddIfVlan(*component.Get(), featuresName, strParentKey, vlanKeys);
-    }
-    return CResult::Success();
-}
-
-void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
-                              const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
-{
-    HKEY handle = nullptr;
-    if (FAILED(component.OpenParamKey(&handle)))
-        return;
-    const CRavRegKey key(handle);
-    DWORD features = 0;
-    if (!QueryNumber(handle, strFeaturesName, features) || !IsVlanFeature(features))
-        return;
-    GUID guid = {};
-    wchar_t text[GUID_TEXT_SIZE] = {};
-    if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, text, GUID_TEXT_SIZE) == 0)
-        return;
-    if (strParentKey.IsEmpty() || GetParentKeyofThisOpenOOOKey(handle) == strParentKey)
-        vlanKeys.emplace_back(text);
-    else
-        RavTrace().Print(L"CVlanAgentWin::EnumVlansPvt1 - Deleting sMiniport");
+    CRavHostSession own;
+    CRavHostSession* session = ThreadSession();
+    if (session == nullptr || !session->IsReading())
+        session = &own;
+    if (session == &own && FAILED(own.Initialize()))
+        return CResult::Success();
+    return SUCCEEDED(session->View().EnumerateVlans(strParentKey, vlanKeys)) ? CResult::Success() : CResult();
 }
 
 // What the network configuration does not show, or not now, is missing from an enumeration. Taken at its word, that
@@ -192,22 +119,21 @@ void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& str
 // the driver keeps of it.
 bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (netCfg == nullptr)
+    CRavHostSession* const session = ThreadSession();
+    if (session == nullptr)
         return false;
     // A team has no entry of its own: its VLANs are listed for its members.
     std::vector<CRavString> adapters;
-    netCfg->EnumerateMemberAdapters(strParentKey, adapters);
+    session->EnumerateMemberAdapters(strParentKey, adapters);
     adapters.push_back(strParentKey);
     return std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& adapter) {
-        return MissesVlanOfEntry(*netCfg, adapter, strParentKey, vlanKeys);
+        return MissesVlanOfEntry(*session, adapter, strParentKey, vlanKeys);
     });
 }
 
-bool CVlanAgentWin::MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+bool CVlanAgentWin::MissesVlanOfEntry(CRavHostSession& session, const CRavString& strAdapterKey,
                                       const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
-    const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
     const size_t prefix = RavName(RAV_NAME_DEVICE).Length();
     CRavRegKey entry;
     std::vector<CRavString> bindings;
@@ -216,13 +142,10 @@ bool CVlanAgentWin::MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavStr
         return false;
     return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
         const CRavString guid = binding.Length() > prefix ? binding.c_str() + prefix : L"";
-        ComPtr<INetCfgComponent> component;
-        std::vector<CRavString> found;
-        if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }) ||
-            FAILED(netCfg.FindNetworkComponentByGUID(guid, component)) || !component)
+        if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }))
             return false;
-        AddIfVlan(*component.Get(), featuresName, strParentKey, found);
-        return !found.empty();
+        const RAV_HOST_ADAPTER* const adapter = session.View().Find(guid);
+        return adapter != nullptr && adapter->IsVlan() && adapter->parentKey == strParentKey;
     });
 }
 
@@ -394,17 +317,15 @@ void CVlanAgentWin::GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool /*bFe
     }
     RAV_VLAN_INFO& info = vlan.m_ravVlanInfo;
     ReadVlanId(vlan, hKey);
-    CRavRegKey key;
-    key.Open(hKey, L"", false);
-    CRavString text;
-    if (key.GetValue(RavName(RAV_NAME_VLAN_NAME), text))
-        info.vlanName = text;
-    if (key.GetValue(RavName(RAV_NAME_VLAN_DISPLAY_NAME), text))
-        info.displayName = text;
-    QueryNumber(hKey, RavName(RAV_NAME_LOGICAL_GROUP_ID), info.logicalGroupId);
-    ReadMiniportKey(vlan, hKey);
+    const CRavRegValues values(hKey, {RavName(RAV_NAME_VLAN_NAME), RavName(RAV_NAME_VLAN_DISPLAY_NAME),
+                                      RavName(RAV_NAME_LOGICAL_GROUP_ID), RavName(RAV_NAME_XMS_MINIPORT_KEY),
+                                      RavName(RAV_NAME_VLAN_TYPE)});
+    values.AnyText(0, info.vlanName, NAME_CHARACTERS);
+    values.AnyText(1, info.displayName, NAME_CHARACTERS);
+    values.Number(2, info.logicalGroupId);
+    TakeMiniportKey(vlan, values, 3);
     DWORD type = 0;
-    if (QueryNumber(hKey, RavName(RAV_NAME_VLAN_TYPE), type))
+    if (values.Number(4, type))
         info.vlanType = RavClientVlanType(type);
     if (vlan.GetComponent() != nullptr)
         vlan.GetComponent()->GetDescription(*GetNetCfgInterface(), info.description);
@@ -441,16 +362,15 @@ void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
 }
 
 // A VLAN that lost the value gets it back; one that has something else there keeps it.
-void CVlanAgentWin::ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey)
+void CVlanAgentWin::TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex)
 {
-    const CRavString name = RavName(RAV_NAME_XMS_MINIPORT_KEY);
     CRavString text;
-    const LONG status = QueryText<MINIPORT_KEY_CHARACTERS>(hKey, name, text);
+    const bool isText = values.Text(uIndex, text, MINIPORT_KEY_CHARACTERS);
     if (!text.IsEmpty())
         vlan.m_ravVlanInfo.xmsMiniportKey = text;
-    else if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND)
+    else if (isText || values.Status(uIndex) == ERROR_FILE_NOT_FOUND)
         CRavNetCfgComponent(vlan.m_strVlanKey)
-            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", name,
+            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", RavName(RAV_NAME_XMS_MINIPORT_KEY),
                                RavCanonicalKey(vlan.m_strMiniportInst));
 }
 

@@ -12,7 +12,6 @@
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace
 {
@@ -83,17 +82,17 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
             RavTrace().Print(L"RemoveVlan() - error unable to create the lock");
             return;
         }
-        std::optional<CNetCfgSession> session;
+        const CNetCfgSession whole(*this); // one for all that follows
         const CacheCleaner cleaner(*this);
         const CRavString key = RavCanonicalKey(strVlanKey);
         if (!MayRemove(result, key, lock.client))
             return;
         WaitForApplyDone(lock.client);
-        session.emplace(*this);
-        if (!session->IsOpen())
+        const CNetCfgSession session(*this);
+        if (!session.IsOpen())
         {
             RavTrace().Print(L"RemoveVlan() -  call to CreateNetCfgInterfaceObj failed");
-            result = session->Result();
+            result = session.Result();
             return;
         }
         result = RemoveUnderLock(key);
@@ -336,6 +335,7 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
     }
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveAllVlansOnTeam", result, [&] {
         const CRavString team = RavCanonicalKey(strTeamKey);
+        const CNetCfgSession session(*this);
         std::vector<CRavString> keys;
         CResult enumerated;
         EnumerateVlans(enumerated, team, keys);

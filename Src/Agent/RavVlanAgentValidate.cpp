@@ -11,6 +11,7 @@
 #include "Common/Settings/RavSetting.h"
 #include "Src/Agent/RavVlanIdRange.h"
 #include "Src/RavVlanMessages.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
@@ -56,6 +57,7 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
         const CRavString parent = RavCanonicalKey(strParentKey);
+        const CNetCfgSession session(*this);
         ValidateParent(messages, parent, client);
         // Rules that could not be tried were not met.
         if (ValidateIds(messages, parent, strVlanNumbers, strVlanName))
@@ -164,6 +166,8 @@ bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::v
 
 bool CVlanAgentWin::EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
+    if (CRavHostSession* const session = ThreadSession())
+        session->View().Deepen(CRavHostView::DEPTH::Names); // each will be asked for
     CResult result;
     EnumerateVlans(result, strParentKey, vlanKeys);
     if (!result.Succeeded())
@@ -176,6 +180,7 @@ bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& s
 {
     RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s, vlanId=%d", strVlanKey.c_str(), strVlanName.c_str(),
                      dwVlanId);
+    const CNetCfgSession session(*this);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
@@ -199,27 +204,34 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
         return StopAndEnd(messages, RAV_MSG_UNTAGGED_ALONE);
     for (const CRavString& key : vlans)
     {
-        RAV_VLAN_INFO info;
+        DWORD id = 0;
+        CRavString name;
         if (key.CompareI(strVlanKey))
             continue;
-        if (!ReadForValidation(key, info))
+        if (!ReadForValidation(key, id, name))
             return false;
-        if (info.vlanId == dwVlanId)
+        if (id == dwVlanId)
             return StopAndEnd(messages, RAV_MSG_ID_IN_USE);
-        if (info.vlanName.CompareI(strVlanName))
+        if (name.CompareI(strVlanName))
             return StopAndEnd(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;
 }
 
 // A VLAN that cannot be read may have the very id or name that is asked for.
-bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
+bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, DWORD& dwVlanId, CRavString& strVlanName)
 {
-    CResult read;
-    GetVlanInfo(read, strVlanKey, info);
-    if (!read.Succeeded())
+    CRavHostSession* const session = ThreadSession();
+    const RAV_HOST_ADAPTER* const vlan =
+        session != nullptr ? session->View().Find(strVlanKey, CRavHostView::DEPTH::Names) : nullptr;
+    if (vlan == nullptr)
+    {
         RavTrace().Print(L"ERROR:  unable to read the vlan %s!", strVlanKey.c_str());
-    return read.Succeeded();
+        return false;
+    }
+    dwVlanId = vlan->vlanId;
+    strVlanName = vlan->vlanName;
+    return true;
 }
 
 void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey,
@@ -242,8 +254,9 @@ bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const 
                                  const CRavString& strExceptKey)
 {
     return std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) {
-        RAV_VLAN_INFO info;
-        return !key.CompareI(strExceptKey) && ReadForValidation(key, info) && info.vlanName.CompareI(strVlanName);
+        DWORD id = 0;
+        CRavString name;
+        return !key.CompareI(strExceptKey) && ReadForValidation(key, id, name) && name.CompareI(strVlanName);
     });
 }
 
@@ -252,6 +265,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
 {
     if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
         Stop(messages, RAV_MSG_ID_NOT_VALID);
+    const CNetCfgSession session(*this);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
@@ -269,12 +283,13 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
         Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
     for (const CRavString& key : vlans)
     {
-        RAV_VLAN_INFO info;
-        if (!ReadForValidation(key, info))
+        DWORD id = 0;
+        CRavString name;
+        if (!ReadForValidation(key, id, name))
             return false;
-        if (std::binary_search(sorted.begin(), sorted.end(), info.vlanId))
+        if (std::binary_search(sorted.begin(), sorted.end(), id))
             Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
-        if (!generated && info.vlanName.CompareI(strVlanName))
+        if (!generated && name.CompareI(strVlanName))
             Stop(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;

@@ -20,10 +20,7 @@ CRavXmsVlan::CRavXmsVlan(const CRavString& strVlanKey, CRavVlanAgentServices& se
     }
 }
 
-CRavXmsVlan::~CRavXmsVlan()
-{
-    CloseParentClassKey();
-}
+CRavXmsVlan::~CRavXmsVlan() = default;
 
 CResult CRavXmsVlan::Init()
 {

@@ -11,6 +11,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <utility>
 #include <vector>
 
 class CRavNetCfgWriteLock;
@@ -54,10 +55,10 @@ class CRavXmsVlan : public CRavAdapter
 
     // The adapter's instance number as the driver's entry for it has it; 0xFFFFFFFF on failure.
     DWORD GetAdapterNumberFromAdapterID(const CRavString& strAdapter);
-    // Opens the instance key of a number from 1 to 9999 for all access; null on failure. The caller closes it.
-    HKEY OpenKeyForAdapterNumber(DWORD dwNumber);
-    // Opens the driver's entry for an adapter for all access; null on failure. The caller closes it.
-    HKEY OpenoXMSKeyForAdapterID(const CRavString& strAdapter);
+    // Opens the instance key of a number from 1 to 9999 for all access; null on failure.
+    CRavKeyHandle OpenKeyForAdapterNumber(DWORD dwNumber);
+    // Opens the driver's entry for an adapter for all access; null on failure.
+    CRavKeyHandle OpenoXMSKeyForAdapterID(const CRavString& strAdapter);
     // Opens the VLAN's own instance key into the object.
     bool OpenThisMiniportRegKey();
     // Open the instance key of the component with the GUID into the parent key handle, closing what it held. An empty
@@ -71,9 +72,9 @@ class CRavXmsVlan : public CRavAdapter
     // The first VLAN in the network class whose parent is exactly the given one.
     void GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& strVlanGuid, int& status);
     // The handle that the routines above left; null when none.
-    HKEY GetParentClassKey() const { return m_hParentClassKey; }
-    void AdoptParentClassKey(HKEY hKey);
-    void CloseParentClassKey();
+    HKEY GetParentClassKey() const { return m_parentClassKey.Get(); }
+    void AdoptParentClassKey(CRavKeyHandle key) { m_parentClassKey = std::move(key); }
+    void CloseParentClassKey() { m_parentClassKey.Close(); }
 
     // --- ids and tagging (RavXmsVlanTagging.cpp) ----------------------------------------------------------------
 
@@ -185,13 +186,13 @@ class CRavXmsVlan : public CRavAdapter
     friend class CRavParentKeyBorrow;
 
     HRESULT OpenKeyOf(const CRavString& strGuid);
+    static HRESULT OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key);
     HRESULT OpenClassKey(const wchar_t* routine, const CRavString& strGuid);
     bool OpenKeyWithVlanIds(CRavRegKey& key);
     bool OpenTeamMemberKey(CRavRegKey& key);
     bool HasTeamTaggedVlan(bool& bTagged);
     void FinishDisplayName(const CRavString& strParentName);
     bool QueryParentName(CRavString& strParentName);
-    bool WriteOwnText(const wchar_t* name, const CRavString& strText);
 
     CResult CreateJumboSetting(RAV_SETTING& setting);
     CResult FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING** ppSetting, bool& bFound);
@@ -246,7 +247,7 @@ class CRavXmsVlan : public CRavAdapter
     bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
     bool CleanUpParent(bool bSkipMemberCleanup);
     void RemoveMiniportOnce(CResult& result);
-    bool RemoveMiniportByCharacteristics(const wchar_t* traceFormat);
+    bool RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat);
     bool UpdateOurParentKey(bool bLastVlan);
     bool ResetParentKey(CRavRegKey& key);
     bool RemoveFromBindingList();
@@ -256,7 +257,7 @@ class CRavXmsVlan : public CRavAdapter
     void UpdateMemberTagging(const CRavString& strMember);
 
     CRavVlanAgentServices& m_services;
-    HKEY m_hParentClassKey = nullptr;
+    CRavKeyHandle m_parentClassKey;
     CRavRegKey m_ownKey;
     std::shared_ptr<CRavTeamAgentPvtIntf> m_pTeamAgentPvt; // ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter;         // see ParentAdapter
@@ -268,19 +269,12 @@ class CRavXmsVlan : public CRavAdapter
 class CRavParentKeyBorrow
 {
   public:
-    explicit CRavParentKeyBorrow(CRavXmsVlan& vlan) : m_vlan(vlan), m_hSaved(vlan.m_hParentClassKey)
-    {
-        vlan.m_hParentClassKey = nullptr;
-    }
-    ~CRavParentKeyBorrow()
-    {
-        m_vlan.CloseParentClassKey();
-        m_vlan.m_hParentClassKey = m_hSaved;
-    }
+    explicit CRavParentKeyBorrow(CRavXmsVlan& vlan) : m_vlan(vlan), m_saved(std::move(vlan.m_parentClassKey)) {}
+    ~CRavParentKeyBorrow() { m_vlan.m_parentClassKey = std::move(m_saved); }
     CRavParentKeyBorrow(const CRavParentKeyBorrow&) = delete;
     CRavParentKeyBorrow& operator=(const CRavParentKeyBorrow&) = delete;
 
   private:
     CRavXmsVlan& m_vlan;
-    HKEY m_hSaved;
+    CRavKeyHandle m_saved;
 };

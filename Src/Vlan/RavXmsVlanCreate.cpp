@@ -102,7 +102,7 @@ bool CRavXmsVlan::RunStep(const Step& step)
         status = -1;
     }
     if (status != 0 && step.failure != nullptr)
-        RavTrace().Error(SOURCE_FILE, __LINE__, step.failure);
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"%s", step.failure);
     return status == 0;
 }
 
@@ -360,6 +360,6 @@ bool CRavXmsVlan::SendNewVlanOid()
         driver.CloseDriver();
         done = false;
     }
-    RavTrace().Print(done ? L"SendNewVlanOid succeeds." : L"SendNewVlanOid fails.");
+    RavTrace().Print(L"SendNewVlanOid %s.", done ? L"succeeds" : L"fails");
     return done;
 }

@@ -104,19 +104,14 @@ void CRavXmsVlan::SetMiniportDisplayName(int& status)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetMiniportDisplayName failed.");
 }
 
-bool CRavXmsVlan::WriteOwnText(const wchar_t* name, const CRavString& strText)
-{
-    CRavString text = strText; // the key takes it as its own
-    return m_ownKey.SetValue(name, text, false);
-}
-
 void CRavXmsVlan::SetVLANName(const CRavString& strName, int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SetVLANName", &status);
     if (!OpenThisMiniportRegKey())
         return;
-    if (!WriteOwnText(RavName(RAV_NAME_VLAN_NAME), strName))
+    m_services.VlanWritten(m_strVlanKey);
+    if (!m_ownKey.SetValue(RavName(RAV_NAME_VLAN_NAME), strName, false))
     {
         RavTrace().Print(L"CRavXmsVlan::SetVLANName, RegSetValueEx fails.Extng");
         return;
@@ -127,7 +122,7 @@ void CRavXmsVlan::SetVLANName(const CRavString& strName, int& status)
     ConstructVlanDisplayName(built);
     if (built != 0)
         return;
-    if (!WriteOwnText(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName))
+    if (!m_ownKey.SetValue(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName, false))
     {
         RavTrace().Print(L"CRavXmsVlan::SetVLANName, RegSetValueEx fails.Extng-2");
         return;
@@ -151,7 +146,7 @@ void CRavXmsVlan::UpdateVLANName(const CRavString& strParentName, int& status)
     m_strVlanName = name;
     int built = -1;
     ConstructVlanDisplayName(strParentName, built);
-    if (!WriteOwnText(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName))
+    if (!m_ownKey.SetValue(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName, false))
     {
         RavTrace().Print(L"CRavXmsVlan::UpdateVLANName, RegSetValueEx fails.Extng-2");
         return;
@@ -170,13 +165,14 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
         return;
     }
     {
-        const CRavParentKeyBorrow borrowed(*this);
+        CRavKeyHandle handle;
         CRavRegKey key;
-        if (FAILED(OpenKeyOf(m_strVlanNetCfgInstanceId)) || !key.Open(m_hParentClassKey, L"", true))
+        if (FAILED(OpenKeyOf(m_strVlanNetCfgInstanceId, handle)) || !key.Open(handle.Get(), L"", true))
         {
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, Open vlan 000xKey fails");
             return;
         }
+        m_services.VlanWritten(m_strVlanKey);
         if (!key.SetValue(RavName(RAV_NAME_VLAN_ID), static_cast<DWORD>(iVlanId)))
         {
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, SetValue vlan 000xKey fails.Extng");
@@ -233,7 +229,7 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
         RavTrace().Print(L"Exiting CRavXmsVlan::GetCurrentMACAddress-1");
     };
     CRavRegKey key;
-    if (m_hParentClassKey == nullptr || !key.Open(m_hParentClassKey, L"", true))
+    if (!m_parentClassKey || !key.Open(GetParentClassKey(), L"", true))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent's key is not open.");
         return failed();

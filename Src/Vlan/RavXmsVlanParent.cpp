@@ -54,9 +54,9 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
     }
     CRavRegKey key;
     DWORD features = 0;
-    HKEY handle = nullptr;
-    if (SUCCEEDED(component->OpenParamKey(&handle)))
-        key = handle;
+    CRavKeyHandle handle;
+    if (SUCCEEDED(component->OpenParamKey(handle.Receive())))
+        key.Adopt(std::move(handle));
     // A team whose key cannot be read must not be taken for an adapter.
     if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)
     {

@@ -2,7 +2,6 @@
 
 #include "Src/Vlan/RavXmsVlan.h"
 
-#include "Common/Src/ComApartment.h"
 #include "Common/Src/RavDebug.h"
 #include "Src/RavDriverEntry.h"
 
@@ -19,79 +18,36 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRegistry";
 constexpr DWORD MAX_INSTANCE = 9999;
-constexpr size_t GUID_TEXT_SIZE = 39;
 
-// A network configuration of its own for one look-up, which must not depend on what the thread's session is doing.
-class NetworkView
+// Opens the instance key of the component with the GUID, through the thread's session where there is one; the routine's
+// name stands in the trace.
+HRESULT OpenInstanceKey(CRavNetCfgInterface* session, const wchar_t* routine, const CRavString& guid,
+                        CRavKeyHandle& key)
 {
-  public:
-    ~NetworkView()
-    {
-        if (m_initialized)
-            m_netCfg->Uninitialize();
-    }
-    HRESULT Create() { return CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg)); }
-    HRESULT Initialize()
-    {
-        const HRESULT status = m_netCfg->Initialize(nullptr);
-        m_initialized = SUCCEEDED(status);
-        return status;
-    }
-    INetCfg* operator->() const { return m_netCfg.Get(); }
-
-  private:
-    CRavComApartment m_apartment; // left last
-    ComPtr<INetCfg> m_netCfg;
-    bool m_initialized = false;
-};
-
-bool HasGuid(INetCfgComponent& component, const CRavString& guid)
-{
-    GUID instance = {};
-    wchar_t text[GUID_TEXT_SIZE] = {};
-    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
-           guid.CompareI(text);
-}
-
-ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRavString& guid)
-{
-    ComPtr<INetCfgComponent> component;
-    ULONG fetched = 0;
-    while (components.Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK)
-    {
-        if (component && HasGuid(*component.Get(), guid))
-            return component;
-    }
-    return nullptr;
-}
-
-// Opens the instance key of the component with the GUID; the routine's name stands in the trace.
-HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& key)
-{
-    const auto failed = [&](const wchar_t* format, HRESULT status) {
+    const auto failed = [&](CRavFormat<const wchar_t*> format, HRESULT status) {
         RavTrace().Print(format, routine);
         return FAILED(status) ? status : E_FAIL;
     };
-    NetworkView netCfg;
-    HRESULT status = netCfg.Create();
-    if (FAILED(status))
+    CRavNetCfgInterface own;
+    CRavNetCfgInterface& netCfg = session != nullptr ? *session : own;
+    HRESULT status = netCfg.IsReading() ? S_OK : netCfg.Initialize();
+    if (FAILED(status) && netCfg.GetNetCfg() == nullptr)
         return failed(L"CRavXmsVlan::%s,CoCreateInstance fails -1", status);
-    status = netCfg.Initialize();
     if (FAILED(status))
         return failed(L"CRavXmsVlan::%s, CRavNetCfgInterface::Initialize,m_pNetCfg->Initialize fails.Extng", status);
     ComPtr<INetCfgClass> networkClass;
-    status = netCfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
-                                      reinterpret_cast<void**>(networkClass.GetAddressOf()));
+    ComPtr<INetCfgComponent> component;
+    status = netCfg.FindNetworkComponentByGUID(guid, component);
     if (FAILED(status))
-        return failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status);
-    ComPtr<IEnumNetCfgComponent> components;
-    status = networkClass->EnumComponents(&components);
-    if (FAILED(status) || !components)
-        return failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
-    const ComPtr<INetCfgComponent> component = FindByGuid(*components.Get(), guid);
+    {
+        const HRESULT queried = netCfg.GetNetCfg()->QueryNetCfgClass(
+            &GUID_DEVCLASS_NET, IID_INetCfgClass, reinterpret_cast<void**>(networkClass.GetAddressOf()));
+        return FAILED(queried) ? failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status)
+                               : failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
+    }
     if (!component)
         return failed(L"CRavXmsVlan::%s, pComponent is NULL.", HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
-    status = component->OpenParamKey(&key);
+    status = component->OpenParamKey(key.Receive());
     if (FAILED(status))
         return failed(L"CRavXmsVlan::%s, pComponent->OpenParamKey fails.", status);
     RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
@@ -99,14 +55,23 @@ HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, HKEY& ke
 }
 
 // The same for a key whose path is known.
-HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, HKEY& key)
+HRESULT OpenKnownKey(const wchar_t* routine, const CRavString& path, CRavKeyHandle& key)
 {
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
+    const LONG status = RavOpenKey(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
     if (status == ERROR_SUCCESS)
         RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
     else
         RavTrace().Print(L"CRavXmsVlan::%s, error %d for %s", routine, status, path.c_str());
     return HRESULT_FROM_WIN32(status);
+}
+
+CRavKeyHandle OpenForAllAccess(const CRavString& path)
+{
+    CRavKeyHandle key;
+    const LONG status = RavOpenKey(HKEY_LOCAL_MACHINE, path, KEY_ALL_ACCESS, key);
+    if (status != ERROR_SUCCESS)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
+    return key;
 }
 } // namespace
 
@@ -130,37 +95,26 @@ DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
 }
 
 // Instance 0000 is never reached this way: 0 stands for a number that was not set.
-HKEY CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
+CRavKeyHandle CRavXmsVlan::OpenKeyForAdapterNumber(DWORD dwNumber)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::OpenKeyForAdapterNumber");
     if (dwNumber == 0 || dwNumber > MAX_INSTANCE)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Invalid program state.");
-        return nullptr;
+        return {};
     }
     CRavString instance;
     instance.FormatString(L"%04u", dwNumber);
     const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\" + instance;
     RavTrace().Print(L"num_str: %s", instance.c_str());
     RavTrace().Print(L"key_name= %s", path.c_str());
-    HKEY key = nullptr;
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
-    if (status == ERROR_SUCCESS)
-        return key;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
-    return nullptr;
+    return OpenForAllAccess(path);
 }
 
-HKEY CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
+CRavKeyHandle CRavXmsVlan::OpenoXMSKeyForAdapterID(const CRavString& strAdapter)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::OpenoXMSKeyForAdapterID");
-    const CRavString path = RavDriverEntryPath(strAdapter);
-    HKEY key = nullptr;
-    const LONG status = RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_ALL_ACCESS, &key);
-    if (status == ERROR_SUCCESS)
-        return key;
-    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. err= %d path: %s", status, path.c_str());
-    return nullptr;
+    return OpenForAllAccess(RavDriverEntryPath(strAdapter));
 }
 
 bool CRavXmsVlan::OpenThisMiniportRegKey()
@@ -171,42 +125,26 @@ bool CRavXmsVlan::OpenThisMiniportRegKey()
         return done;
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     ComPtr<INetCfgComponent> component;
-    HKEY key = nullptr;
+    CRavKeyHandle key;
     done = netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) &&
-           component && SUCCEEDED(component->OpenParamKey(&key));
+           component && SUCCEEDED(component->OpenParamKey(key.Receive()));
     if (done)
-        m_ownKey = key;
+        m_ownKey.Adopt(std::move(key));
     else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed. guid: %s",
                          m_strVlanNetCfgInstanceId.c_str());
     return done;
 }
 
-void CRavXmsVlan::AdoptParentClassKey(HKEY hKey)
-{
-    CloseParentClassKey();
-    m_hParentClassKey = hKey;
-}
-
-void CRavXmsVlan::CloseParentClassKey()
-{
-    if (m_hParentClassKey != nullptr)
-        RegCloseKey(m_hParentClassKey);
-    m_hParentClassKey = nullptr;
-}
-
 HRESULT CRavXmsVlan::OpenClassKey(const wchar_t* routine, const CRavString& strGuid)
 {
-    if (strGuid.IsEmpty() && m_hParentClassKey != nullptr)
+    if (strGuid.IsEmpty() && m_parentClassKey)
         return S_OK;
     CloseParentClassKey();
-    HKEY key = nullptr;
-    const HRESULT status = strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
-                               ? OpenKnownKey(routine, GetInstancePath(), key)
-                               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, key);
-    if (SUCCEEDED(status))
-        m_hParentClassKey = key;
-    return status;
+    return strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
+               ? OpenKnownKey(routine, GetInstancePath(), m_parentClassKey)
+               : OpenInstanceKey(GetNetCfgInterface(), routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid,
+                                 m_parentClassKey);
 }
 
 HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
@@ -220,7 +158,7 @@ HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
 HKEY CRavXmsVlan::GetMyRegistryKey(const CRavString& strGuid)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::GetMyRegistryKey");
-    return SUCCEEDED(OpenClassKey(L"GetMyRegistryKey", strGuid)) ? m_hParentClassKey : nullptr;
+    return SUCCEEDED(OpenClassKey(L"GetMyRegistryKey", strGuid)) ? GetParentClassKey() : nullptr;
 }
 
 HRESULT CRavXmsVlan::GetParentOOOKey()
@@ -232,13 +170,23 @@ HRESULT CRavXmsVlan::GetParentOOOKey()
 }
 
 // An empty GUID is nobody's: it must not be taken for this VLAN's own.
+HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
+{
+    key.Close();
+    if (strGuid.IsEmpty())
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
+        return E_INVALIDARG;
+    }
+    HRESULT status = E_FAIL;
+    const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
+    status = OpenInstanceKey(L"GetOOOKeyFromVk", strGuid, key);
+    return status;
+}
+
 HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid)
 {
-    if (!strGuid.IsEmpty())
-        return GetOOOKeyFromVk(strGuid);
-    RavTrace().Print(L"CRavXmsVlan::GetOOOKeyFromVk, no adapter is named.");
-    CloseParentClassKey();
-    return E_INVALIDARG;
+    return OpenKeyOf(strGuid, m_parentClassKey);
 }
 
 HKEY CRavXmsVlan::GetMyParentRegistryKey()

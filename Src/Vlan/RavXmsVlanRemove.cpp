@@ -20,12 +20,6 @@ constexpr DWORD CODE_REBOOT_PENDING = static_cast<DWORD>(-333);
 constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
 constexpr DWORD FAILURE = CResult::FAILED;
 
-bool WriteText(CRavRegKey& key, const CRavString& name, const wchar_t* value)
-{
-    CRavString text(value);
-    return key.SetValue(name, text, false);
-}
-
 // Deletes the key at a path below HKEY_LOCAL_MACHINE with all below it; that it is not there is no matter.
 void DeleteTree(const CRavString& parentPath, const CRavString& name)
 {
@@ -187,7 +181,7 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
     CloseParentClassKey();
     if (!done)
     {
-        RavTrace().Print(failure);
+        RavTrace().Print(L"%s", failure);
         result.ulErrCode = FAILURE;
     }
     return done;
@@ -209,7 +203,7 @@ void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
 }
 
 // Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
-bool CRavXmsVlan::RemoveMiniportByCharacteristics(const wchar_t* traceFormat)
+bool CRavXmsVlan::RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat)
 {
     RAV_PARAMETER parameter;
     parameter.strName = RavName(RAV_NAME_CHARACTERISTICS);
@@ -295,15 +289,15 @@ bool CRavXmsVlan::UpdateOurParentKey(bool bLastVlan)
 bool CRavXmsVlan::ResetParentKey(CRavRegKey& key)
 {
     key.DeleteValue(RavName(RAV_NAME_XMS_LOADED));
-    bool done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"");
+    bool done = key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), L"", false);
     key.DeleteValue(RavName(RAV_NAME_VLAN_ID));
     key.DeleteValue(RavName(RAV_NAME_VLAN_MODE));
-    if (!WriteText(key, RavName(RAV_NAME_VLAN_FILTERING), L"0"))
+    if (!key.SetValue(RavName(RAV_NAME_VLAN_FILTERING), L"0", false))
         RavTrace().Print(L"UpdOOOKeyAdptr() - error updating the VlanFiltering reg value to 0 when the last vlan is "
                          L"removed.");
-    done = WriteText(key, RavName(RAV_NAME_TAGGING_MODE), L"0") && done;
+    done = key.SetValue(RavName(RAV_NAME_TAGGING_MODE), L"0", false) && done;
     if (m_iParentType == RAV_PARENT_TEAM)
-        done = WriteText(key, RavName(RAV_NAME_NETWORK_ADDRESS), L"") && done;
+        done = key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), L"", false) && done;
     return done;
 }
 

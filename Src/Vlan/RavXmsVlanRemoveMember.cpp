@@ -78,13 +78,12 @@ bool CRavXmsVlan::RemoveIdFromMember(const CRavString& strMember, int iVlanId)
 
 void CRavXmsVlan::UpdateMemberTagging(const CRavString& strMember)
 {
-    const HKEY handle = OpenoXMSKeyForAdapterID(strMember);
-    if (handle == nullptr)
+    CRavRegKey key(OpenoXMSKeyForAdapterID(strMember));
+    if (!key.IsOpened())
     {
         RavTrace().Print(L"ERROR: OpenoXMSKeyForAdapterID failed. strMember: %s", strMember.c_str());
         return;
     }
-    CRavRegKey key(handle);
     int status = -1;
     TaggingModeSpy(*this).SetTaggingModeDisguise(status, key, strMember);
     if (status != 0)

@@ -6,6 +6,7 @@
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavValueWriter.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
@@ -45,8 +46,7 @@ Parameter ReadTextParameter(CRavRegKey& key, const wchar_t* name, CRavString& te
 
 bool WriteTextParameter(CRavRegKey& key, const wchar_t* name, const wchar_t* value)
 {
-    CRavString text(value);
-    if (key.SetValue(name, text, false))
+    if (key.SetValue(name, value, false))
         return true;
     RavTrace().Print(L"SetupVlanParentRegistry() - unable to set the registry value %s", name);
     return false;
@@ -80,39 +80,14 @@ void CannotTellGroups(LONG status)
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the logical groups cannot be read. err= %d", status);
 }
 
-// Writes values in order and stops at the first that fails.
-class ValueWriter
+// Whether all values were written.
+bool Told(const CRavRegKey& key, const CRavValueWriter& writer)
 {
-  public:
-    explicit ValueWriter(CRavRegKey& key) : m_key(key) {}
-    ValueWriter& Number(unsigned int name, DWORD value)
-    {
-        return Write(name, [&](const CRavString& text) { return m_key.SetValue(text, value); });
-    }
-    ValueWriter& Text(unsigned int name, const CRavString& value)
-    {
-        CRavString data = value;
-        return Write(name, [&](const CRavString& text) { return m_key.SetValue(text, data, false); });
-    }
-    bool Done() const { return m_done; }
-
-  private:
-    template <typename Set>
-    ValueWriter& Write(unsigned int number, Set&& set)
-    {
-        if (!m_done)
-            return *this;
-        const CRavString name = RavName(number);
-        m_done = set(name);
-        if (!m_done)
-            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetValue failed. value: %s err= %d", name.c_str(),
-                             m_key.LastResult());
-        return *this;
-    }
-
-    CRavRegKey& m_key;
-    bool m_done = true;
-};
+    if (!writer.Done())
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetValue failed. value: %s err= %d", writer.Failed().c_str(),
+                         key.LastResult());
+    return writer.Done();
+}
 } // namespace
 
 // --- the parent's instance key --------------------------------------------------------------------------------------
@@ -124,10 +99,10 @@ void CRavXmsVlan::SetupVlanParentRegistry(int& status)
     HRESULT opened = S_OK;
     if (m_iParentType == RAV_PARENT_TEAM)
         opened = OpenKeyOf(m_strParentAdapterId);
-    else if (m_hParentClassKey == nullptr)
+    else if (!m_parentClassKey)
         opened = GetParentOOOKey();
     CRavRegKey key;
-    if (FAILED(opened) || !key.Open(m_hParentClassKey, L"", true))
+    if (FAILED(opened) || !key.Open(GetParentClassKey(), L"", true))
     {
         RavTrace().Print(L"SetupVlanParentRegistry() - unable to open the parent KEY!!");
         return;
@@ -212,8 +187,7 @@ void CRavXmsVlan::SetParentAdapterNA(int& status)
         RavTrace().Print(L"CRavXmsVlan::SetParentAdapterNA, Open reg key failed");
         return;
     }
-    CRavString address = m_strNetworkAddress;
-    if (!key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address, false))
+    if (!key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), m_strNetworkAddress, false))
     {
         RavTrace().Print(L"CRavXmsVlan::SetParentAdapterNA, SetValue failed");
         return;
@@ -380,12 +354,11 @@ bool CRavXmsVlan::WriteDriverEntry(CRavRegKey& key, const CRavString& strAdapter
     const wchar_t* const number = wcsrchr(instancePath, L'\\');
     if (number == nullptr)
         return false;
-    return ValueWriter(key)
-        .Number(RAV_NAME_LOGICAL_GROUP_ID, m_dwLogicalGroupId)
-        .Number(RAV_NAME_PHYSICAL_ADAPTER_ID, static_cast<DWORD>(_wtoi(number + 1)))
-        .Text(RAV_NAME_ADAPTER_NAME, name)
-        .Number(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS, 1)
-        .Done();
+    return Told(key, CRavValueWriter(key)
+                         .Number(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId)
+                         .Number(RavName(RAV_NAME_PHYSICAL_ADAPTER_ID), static_cast<DWORD>(_wtoi(number + 1)))
+                         .Text(RavName(RAV_NAME_ADAPTER_NAME), name)
+                         .Number(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), 1));
 }
 
 bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
@@ -403,7 +376,8 @@ bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
         RavTrace().Print(L"CRavXmsVlan::SaveParentAdptrToReg, SetVlaue for MULTI_SZ fails. Extng");
         return false;
     }
-    return ValueWriter(key).Number(RAV_NAME_BINDING_LIST_COUNT, static_cast<DWORD>(bindings.size())).Done();
+    return Told(key,
+                CRavValueWriter(key).Number(RavName(RAV_NAME_BINDING_LIST_COUNT), static_cast<DWORD>(bindings.size())));
 }
 
 // --- the VLAN's own key ---------------------------------------------------------------------------------------------
@@ -412,6 +386,7 @@ void CRavXmsVlan::SaveVlanParamsToReg(int& status)
 {
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SaveVlanParamsToReg", &status);
+    m_services.VlanWritten(m_strVlanKey); // also when it stops half-way
     if (!OpenThisMiniportRegKey() || !SaveTeamParams() || !SaveOwnParams())
         return;
     if (m_iParentType == RAV_PARENT_ADAPTER)
@@ -432,26 +407,25 @@ bool CRavXmsVlan::SaveTeamParams()
         RemoveVirtualMiniport();
         return false;
     }
-    return ValueWriter(m_ownKey)
-        .Number(RAV_NAME_TEAM_MODE, mode >= 1 && mode <= MAX_TEAM_MODE ? mode : 0)
-        .Number(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS, m_dwTotalPhysicalAdapters)
-        .Done();
+    return Told(m_ownKey, CRavValueWriter(m_ownKey)
+                              .Number(RavName(RAV_NAME_TEAM_MODE), mode >= 1 && mode <= MAX_TEAM_MODE ? mode : 0)
+                              .Number(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), m_dwTotalPhysicalAdapters));
 }
 
 bool CRavXmsVlan::SaveOwnParams()
 {
-    ValueWriter writer(m_ownKey);
+    CRavValueWriter writer(m_ownKey);
     // The driver takes a VLAN with an id value for a tagged one.
     if (!IsUntagged())
-        writer.Number(RAV_NAME_VLAN_ID, static_cast<DWORD>(m_iVlanId));
-    return writer.Number(RAV_NAME_LOGICAL_GROUP_ID, m_dwLogicalGroupId)
-        .Text(RAV_NAME_XMS_MINIPORT_KEY, m_strVlanNetCfgInstanceId)
-        .Text(RAV_NAME_VLAN_PARENT_KEY, m_strParentKey)
-        .Number(RAV_NAME_VLAN_TYPE, m_dwVlanType)
-        .Text(RAV_NAME_NETWORK_ADDRESS, m_strNetworkAddress)
-        .Number(RAV_NAME_SUPPORTED_FEATURES,
+        writer.Number(RavName(RAV_NAME_VLAN_ID), static_cast<DWORD>(m_iVlanId));
+    writer.Number(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId)
+        .Text(RavName(RAV_NAME_XMS_MINIPORT_KEY), m_strVlanNetCfgInstanceId)
+        .Text(RavName(RAV_NAME_VLAN_PARENT_KEY), m_strParentKey)
+        .Number(RavName(RAV_NAME_VLAN_TYPE), m_dwVlanType)
+        .Text(RavName(RAV_NAME_NETWORK_ADDRESS), m_strNetworkAddress)
+        .Number(RavName(RAV_NAME_SUPPORTED_FEATURES),
                 m_iParentType == RAV_PARENT_TEAM ? FEATURES_OVER_TEAM : FEATURES_OVER_ADAPTER)
-        .Text(RAV_NAME_VLAN_NAME, m_strVlanName)
-        .Text(RAV_NAME_VLAN_DISPLAY_NAME, m_strVlanDisplayName)
-        .Done();
+        .Text(RavName(RAV_NAME_VLAN_NAME), m_strVlanName)
+        .Text(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName);
+    return Told(m_ownKey, writer);
 }

@@ -194,6 +194,30 @@ size_t ChoiceCount(const RAV_SETTING& setting)
                                                       : MANY_CHOICES - 1;
 }
 
+// What every member of a team can do is what the one with the fewest choices can. Counts those that have any.
+CRavString MemberWithFewestChoices(CRavCoreAgentPvtIntf& core, const std::vector<CRavString>& members,
+                                   size_t& supporting)
+{
+    size_t fewest = MANY_CHOICES;
+    CRavString chosen;
+    for (const CRavString& member : members)
+    {
+        const std::unique_ptr<RAV_SETTING> jumbo = JumboSetting(core, member);
+        if (!jumbo)
+        {
+            RavTrace().Print(L"GetLCDJumboFramesForTeam() - this adapter does not support JF");
+            continue;
+        }
+        ++supporting;
+        if (ChoiceCount(*jumbo) < fewest)
+        {
+            fewest = ChoiceCount(*jumbo);
+            chosen = member;
+        }
+    }
+    return chosen;
+}
+
 void SetDefault(RAV_SETTING& setting, int value)
 {
     if (setting.GetType() == RAV_SETTING_TYPE_ENUM)
@@ -322,25 +346,9 @@ CResult CRavXmsVlan::FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING
         RavTrace().Print(L"GetTeamMembers_v failed!");
         return CResult();
     }
-    size_t fewest = MANY_CHOICES;
     size_t supporting = 0;
-    CRavString chosen;
-    for (const CRavString& member : members)
-    {
-        const std::unique_ptr<RAV_SETTING> jumbo = JumboSetting(*core, member);
-        if (!jumbo)
-        {
-            RavTrace().Print(L"GetLCDJumboFramesForTeam() - this adapter does not support JF");
-            continue;
-        }
-        ++supporting;
-        bFound = true;
-        if (ChoiceCount(*jumbo) < fewest)
-        {
-            fewest = ChoiceCount(*jumbo);
-            chosen = member;
-        }
-    }
+    const CRavString chosen = MemberWithFewestChoices(*core, members, supporting);
+    bFound = supporting != 0;
     if (!bFound)
         return CResult::Success();
     std::unique_ptr<RAV_SETTING> jumbo = JumboSetting(*core, chosen);

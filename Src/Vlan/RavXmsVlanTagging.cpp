@@ -4,6 +4,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Src/RavDriverEntry.h"
+#include "Src/Vlan/RavTaggingMode.h"
 
 #include <algorithm>
 #include <cwchar>
@@ -48,7 +49,7 @@ bool CRavXmsVlan::OpenKeyWithVlanIds(CRavRegKey& key)
                          status);
         return false;
     }
-    if (!key.Open(m_hParentClassKey, L"", false))
+    if (!key.Open(GetParentClassKey(), L"", false))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed.");
         return false;
@@ -83,16 +84,16 @@ bool CRavXmsVlan::OpenTeamMemberKey(CRavRegKey& key)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetAdapterNumberFromAdapterID failed. ID: %s", member.c_str());
         return false;
     }
-    const HKEY handle = OpenKeyForAdapterNumber(number);
-    if (handle == nullptr)
+    CRavKeyHandle handle = OpenKeyForAdapterNumber(number);
+    if (!handle)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenKeyForAdapterNumber failed. number= %d", number);
         return false;
     }
-    const bool opened = key.Open(handle, L"", false);
+    const bool opened = key.Open(handle.Get(), L"", false);
     if (!opened)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed.");
-    if (RegCloseKey(handle) != ERROR_SUCCESS)
+    if (handle.Close() != ERROR_SUCCESS)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegCloseKey failed.");
     return opened;
 }
@@ -166,7 +167,7 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
         RavTrace().Print(L"GetValue missed for %s on the key %s", L"TaggingMode", path.c_str());
     if (!done)
         return false;
-    bUntagged = mode == 0 || mode == 3;
+    bUntagged = RavServesUntagged(mode);
     RavTrace().Print(L"valid out value= %s", bUntagged ? L"true" : L"false");
     return done;
 }
@@ -184,7 +185,7 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
     }
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
-    if (FAILED(GetParentOOOKey()) || !key.Open(m_hParentClassKey, L"", false))
+    if (FAILED(GetParentOOOKey()) || !key.Open(GetParentClassKey(), L"", false))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed.");
         return false;
@@ -267,13 +268,12 @@ void CRavXmsVlan::UpdateVlanMode(int& status)
     RavTrace().Print(L"VLAN mode= %d", mode);
     if (mode == 0)
     {
-        const LONG result = RegDeleteValueW(m_hParentClassKey, L"VlanMode");
+        const LONG result = RegDeleteValueW(GetParentClassKey(), L"VlanMode");
         if (result != ERROR_SUCCESS)
             RavTrace().Print(L"RegDeleteValue failed. err= %d", result);
         return;
     }
-    const LONG result = RegSetValueExW(m_hParentClassKey, L"VlanMode", 0, REG_DWORD,
-                                       reinterpret_cast<const BYTE*>(&mode), sizeof(mode));
+    const LONG result = RavWriteNumber(GetParentClassKey(), L"VlanMode", mode);
     if (result != ERROR_SUCCESS)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegSetValueEx failed. err= %d", result);
@@ -290,7 +290,7 @@ void CRavXmsVlan::SetParamsForAdptrOOOKey(int& status)
     HRESULT opened = S_OK;
     if (team)
         opened = OpenKeyOf(m_strParentAdapterId);
-    else if (m_hParentClassKey == nullptr)
+    else if (!m_parentClassKey)
         opened = GetParentOOOKey();
     if (SUCCEEDED(opened))
     {
@@ -348,10 +348,10 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi", &status);
     const auto failed = [] { RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi fails-1.Exiting"); };
-    const CRavParentKeyBorrow borrowed(*this);
+    CRavKeyHandle handle;
     CRavRegKey key;
-    if (m_iVlanId < 0 || m_iVlanId > MAX_LISTED_ID || FAILED(OpenKeyOf(strParentGuid)) ||
-        !key.Open(m_hParentClassKey, L"", true))
+    if (m_iVlanId < 0 || m_iVlanId > MAX_LISTED_ID || FAILED(OpenKeyOf(strParentGuid, handle)) ||
+        !key.Open(handle.Get(), L"", true))
         return failed();
     std::vector<CRavString> ids;
     if (RavReadList(key, L"VLANID", ids))

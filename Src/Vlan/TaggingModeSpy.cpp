@@ -7,8 +7,6 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\TaggingModeSpy";
-constexpr DWORD TAGGED_ONLY = 1;
-constexpr DWORD TAGGED_AND_UNTAGGED = 3;
 } // namespace
 
 bool TaggingModeSpy::GetTaggingModeIntDisguise(DWORD& dwInUse, DWORD& dwMode)
@@ -17,43 +15,46 @@ bool TaggingModeSpy::GetTaggingModeIntDisguise(DWORD& dwInUse, DWORD& dwMode)
     const CRavTraceScope trace(L"TaggingModeSpy::GetTaggingModeIntDisguise", &done);
     dwInUse = 0;
     dwMode = 0;
-    done = m_vlan.IsUntagged() ? ModeForUntagged(dwInUse, dwMode) : ModeForTagged(dwInUse, dwMode);
+    RAV_VLANS_PRESENT present;
+    done = m_vlan.IsUntagged() ? AskForUntagged(present) : AskForTagged(present);
+    if (done)
+    {
+        const RAV_TAGGING tagging = RavTaggingFor(present, m_vlan.m_iVlanId, Stage());
+        dwInUse = tagging.dwInUse;
+        dwMode = static_cast<DWORD>(tagging.mode);
+    }
     RavTrace().Print(L"tagging in use= %d tagging mode= %d", dwInUse, dwMode);
     return done;
 }
 
-bool TaggingModeSpy::ModeForUntagged(DWORD& dwInUse, DWORD& dwMode)
+RavVlanStage TaggingModeSpy::Stage() const
 {
-    bool tagged = false;
-    if (!m_vlan.IsParentWithTaggedVlan(tagged))
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsParentWithTaggedVlan failed.");
-        return false;
-    }
-    if (!tagged)
-        return true;
-    dwInUse = 1;
-    dwMode = m_vlan.IsThisBeingRemoved() ? TAGGED_ONLY : TAGGED_AND_UNTAGGED;
-    return true;
+    return m_vlan.IsThisBeingRemoved() ? RavVlanStage::BeingRemoved : RavVlanStage::Present;
 }
 
-// Unlike the untagged VLAN, a tagged one clears both only when the count says that it is the last tagged one.
-bool TaggingModeSpy::ModeForTagged(DWORD& dwInUse, DWORD& dwMode)
+bool TaggingModeSpy::AskForUntagged(RAV_VLANS_PRESENT& present)
+{
+    present.bUntagged = true;
+    bool tagged = false;
+    const bool done = m_vlan.IsParentWithTaggedVlan(tagged);
+    if (!done)
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsParentWithTaggedVlan failed.");
+    present.iTagged = tagged ? 1 : 0; // how many makes no difference to it
+    return done;
+}
+
+bool TaggingModeSpy::AskForTagged(RAV_VLANS_PRESENT& present)
 {
     RavTrace().Print(L"m_iVlanId= %d", m_vlan.m_iVlanId);
     if (m_vlan.m_iVlanId == -1)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid program state.");
-    bool untagged = false;
-    if (!m_vlan.IsParentWithUntaggedVlan(untagged))
+    if (!m_vlan.IsParentWithUntaggedVlan(present.bUntagged))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsParentWithUntaggedVlan failed.");
         return false;
     }
-    const int lastCount = untagged ? 2 : 1;
-    if (m_vlan.IsThisBeingRemoved() && m_vlan.CountRemainingVlans() == lastCount)
-        return true;
-    dwInUse = 1;
-    dwMode = untagged ? TAGGED_AND_UNTAGGED : TAGGED_ONLY;
+    if (Stage() == RavVlanStage::BeingRemoved) // only then does their number matter
+        present.iTagged = m_vlan.CountRemainingVlans() - (present.bUntagged ? 1 : 0);
     return true;
 }
 
@@ -123,13 +124,13 @@ bool TaggingModeSpy::OpenDeviceKey(const CRavString& strAdapterId)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetAdapterNumberFromAdapterID failed.");
         return false;
     }
-    const HKEY key = m_vlan.OpenKeyForAdapterNumber(number);
-    if (key == nullptr)
+    CRavKeyHandle key = m_vlan.OpenKeyForAdapterNumber(number);
+    if (!key)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenKeyForAdapterNumber failed.");
         return false;
     }
-    m_vlan.AdoptParentClassKey(key);
+    m_vlan.AdoptParentClassKey(std::move(key));
     return true;
 }
 
@@ -137,9 +138,7 @@ void TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise(int& status, HKEY hKey
 {
     status = 0;
     const CRavTraceScope trace(L"TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise", &status);
-    const LONG result =
-        RegSetValueExW(hKey, L"TaggingMode", 0, REG_DWORD, reinterpret_cast<const BYTE*>(&dwInUse), sizeof(dwInUse));
-    if (result == ERROR_SUCCESS)
+    if (RavWriteNumber(hKey, L"TaggingMode", dwInUse) == ERROR_SUCCESS)
         return;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetPhysicalDeviceTaggingMode failed.");
     status = -1;

@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavRegKey.h"
 #include "Common/Src/RavString.h"
+#include "Src/Vlan/RavTaggingMode.h"
 
 #include <windows.h>
 
@@ -14,8 +15,7 @@ class TaggingModeSpy
   public:
     explicit TaggingModeSpy(CRavXmsVlan& vlan) : m_vlan(vlan) {}
 
-    // dwInUse: 1 while tagging is in use on the port, for the adapter's instance key. dwMode: 0 untagged traffic only
-    // or no VLAN left, 1 tagged VLANs only, 3 tagged VLANs and the untagged one, for the driver's entry.
+    // The two values of RAV_TAGGING; both 0 when the decision cannot be made.
     bool GetTaggingModeIntDisguise(DWORD& dwInUse, DWORD& dwMode);
     // The driver's mode as decimal text.
     bool GetTaggingModeStrDisguise(CRavString& strMode);
@@ -25,8 +25,9 @@ class TaggingModeSpy
     void SetPhysicalDeviceTaggingModeDisguise(int& status, HKEY hKey, DWORD dwInUse);
 
   private:
-    bool ModeForUntagged(DWORD& dwInUse, DWORD& dwMode);
-    bool ModeForTagged(DWORD& dwInUse, DWORD& dwMode);
+    bool AskForUntagged(RAV_VLANS_PRESENT& present);
+    bool AskForTagged(RAV_VLANS_PRESENT& present);
+    RavVlanStage Stage() const;
     bool OpenDeviceKey(const CRavString& strAdapterId);
 
     CRavXmsVlan& m_vlan;

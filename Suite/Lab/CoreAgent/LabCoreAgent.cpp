@@ -66,8 +66,7 @@ CResult CLabCoreAgent::SetParameter(const CRavString& strAdapter, const RAV_PARA
     CRavRegKey key;
     if (!OpenInstance(strAdapter, key, true))
         return NotFound();
-    CRavString text = parameter.strValue;
-    const bool done = parameter.dwType == REG_SZ         ? key.SetValue(parameter.strName, text, false)
+    const bool done = parameter.dwType == REG_SZ         ? key.SetValue(parameter.strName, parameter.strValue, false)
                       : parameter.dwType == REG_DWORD    ? key.SetValue(parameter.strName, parameter.dwValue)
                       : parameter.dwType == REG_MULTI_SZ ? key.SetValue(parameter.strName, parameter.values)
                                                          : false;

@@ -50,7 +50,7 @@ CRavString Wide(const std::string& text)
     return CRavString(wide.c_str());
 }
 
-CRavString Format(const wchar_t* format, unsigned number)
+CRavString Format(CRavFormat<unsigned> format, unsigned number)
 {
     CRavString text;
     text.FormatString(format, number);

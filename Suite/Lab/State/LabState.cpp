@@ -52,8 +52,7 @@ bool LabSetNumber(const CRavString& path, const wchar_t* name, DWORD value)
 bool LabSetText(const CRavString& path, const wchar_t* name, const CRavString& value)
 {
     CRavRegKey key;
-    CRavString text = value;
-    return key.Create(HKEY_LOCAL_MACHINE, path, true, false) && key.SetValue(name, text, false);
+    return key.Create(HKEY_LOCAL_MACHINE, path, true, false) && key.SetValue(name, value, false);
 }
 
 bool LabSetList(const CRavString& path, const wchar_t* name, const std::vector<CRavString>& values)

@@ -79,8 +79,11 @@ TEST(Session, TheLockNestsAndIsGivenBackWhateverBecomesOfTheChanges)
     ComPtr<INetCfgComponent> adapter;
     EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite());
     const auto refuse = +[](INetCfg*, void*) { return E_FAIL; };
-    EXPECT_EQ(S_OK, (Replace(netCfg.GetNetCfg(), 3, refuse), netCfg.ReleaseLockForWrite()));
-    EXPECT_EQ(NETCFG_E_NOT_INITIALIZED, netCfg.FindNetworkComponentByGUID(host.adapter, adapter));
+    {
+        const auto refused = Replace(netCfg.GetNetCfg(), 3, refuse);
+        EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
+        EXPECT_EQ(NETCFG_E_NOT_INITIALIZED, netCfg.FindNetworkComponentByGUID(host.adapter, adapter));
+    }
     EXPECT_EQ(S_OK, netCfg.Initialize());
 }
 

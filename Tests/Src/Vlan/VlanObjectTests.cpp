@@ -219,24 +219,45 @@ TEST(VlanObject, ParentsFollowTheirVlans)
     });
 }
 
+// In use and mode for a tagged VLAN and for the untagged one: while it is present, and while it is being removed.
+TEST(VlanObject, TaggingRule)
+{
+    const struct
+    {
+        RAV_VLANS_PRESENT present;
+        const char* tagged;
+        const char* untagged;
+    } rows[] = {{{-1, false}, "11 11", "00 00"}, {{0, true}, "13 13", "00 00"},  {{1, false}, "11 00", "13 11"},
+                {{1, true}, "13 00", "13 11"},   {{2, false}, "11 11", "13 11"}, {{2, true}, "13 13", "13 11"}};
+    const auto decide = [](const RAV_VLANS_PRESENT& present, int id) {
+        std::string text;
+        for (const RavVlanStage stage : {RavVlanStage::Present, RavVlanStage::BeingRemoved})
+        {
+            const RAV_TAGGING tagging = RavTaggingFor(present, id, stage);
+            text += (text.empty() ? "" : " ") + std::to_string(tagging.dwInUse) +
+                    std::to_string(static_cast<DWORD>(tagging.mode));
+        }
+        return text;
+    };
+    for (const auto& row : rows)
+    {
+        EXPECT_EQ(row.tagged, decide(row.present, 10)) << row.present.iTagged << row.present.bUntagged;
+        EXPECT_EQ(row.untagged, decide(row.present, 0)) << row.present.iTagged << row.present.bUntagged;
+    }
+}
+
+// Where the rule's facts come from.
 TEST(VlanObject, TaggingDecision)
 {
     Check({
         {ZERO, "- 0001 VLANID", Decisions, "00 00 00 00"},
         {NONE, "- 0008 VLANID", Decisions, "00 00 00 00"},
-        // The untagged VLAN goes, whatever is counted: the tagged ones stay.
         {ZERO, "", Decisions, "13 11 11 11"},
-        {NONE, "", Decisions, "13 11 11 11"},
         {ZERO, "0001 VLANID SZ 10", Decisions, "fails fails fails fails"},
-        // A tagged VLAN goes: the count decides.
         {TEN, "{1} TaggingMode DWORD 0", Decisions, "13 13 00 13"},
-        {TEN, "{1} TaggingMode DWORD 3", Decisions, "13 13 00 13"},
         {FORTY, "{2} TaggingMode DWORD 3", Decisions, "13 13 00 13"},
-        {TEN, "{1} TaggingMode DWORD 1", Decisions, "11 00 11 11"},
-        {FORTY, "{2} TaggingMode DWORD 1", Decisions, "11 00 11 11"},
         {TEN, "{1} TaggingMode DWORD 1", ForgetId, "11 00 11 11"},
         // That the driver has no mode is an answer; that it cannot be read is not.
-        {TEN, "- {1} TaggingMode", Decisions, "11 00 11 11"},
         {FORTY, "- {2} TaggingMode", Decisions, "11 00 11 11"},
         {TEN, "{1} TaggingMode SZ 0", Decisions, "11 00 11 11"},
         {TEN, "{1} TaggingMode SZ long", Decisions, "11 00 11 11"},
