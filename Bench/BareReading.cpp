@@ -22,7 +22,16 @@ void Walk(const std::function<bool(INetCfgComponent&)>& visit)
     netCfg->Uninitialize();
 }
 
-// visit(component, parameter key, features) for each component that has features.
+int JumboOf(HKEY key)
+{
+    HKEY description = nullptr;
+    if (RegOpenKeyExW(key, L"Ndi\\Params\\*JumboPacket", 0, KEY_READ, &description) != ERROR_SUCCESS)
+        return -1;
+    RegCloseKey(description);
+    return _wtoi(TextOf(key, L"*JumboPacket").c_str());
+}
+
+// The VLANs alone: visit(component, parameter key, features).
 template <typename Visit>
 void WalkVlans(Visit&& visit)
 {
@@ -35,32 +44,20 @@ void WalkVlans(Visit&& visit)
         return true;
     });
 }
+} // namespace
 
-int JumboOf(HKEY key)
+void BareWalk(const BARE_VISIT& visit)
 {
-    HKEY description = nullptr;
-    if (RegOpenKeyExW(key, L"Ndi\\Params\\*JumboPacket", 0, KEY_READ, &description) != ERROR_SUCCESS)
-        return -1;
-    RegCloseKey(description);
-    return _wtoi(TextOf(key, L"*JumboPacket").c_str());
+    Walk([&](INetCfgComponent& component) {
+        HKEY key = nullptr;
+        component.OpenParamKey(&key);
+        const bool more = visit(component, key, GuidOf(component), NumberOf(key, L"SupportedFeatures"));
+        RegCloseKey(key);
+        return more;
+    });
 }
 
-bool IsFilteredOut(INetCfgComponent& component)
-{
-    HKEY key = nullptr;
-    HKEY filters = nullptr;
-    DWORD filter = 0;
-    component.OpenParamKey(&key);
-    if (RegOpenKeyExW(key, L"ZentraNdi", 0, KEY_READ, &filters) == ERROR_SUCCESS)
-    {
-        filter = NumberOf(filters, L"XMSSupportFilter");
-        RegCloseKey(filters);
-    }
-    RegCloseKey(key);
-    return filter == XMS_SUPPORT_FILTERED;
-}
-
-bool IsSupported(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
+bool IsSupportedByCore(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
 {
     bool member = false;
     bool loaded = false;
@@ -68,10 +65,27 @@ bool IsSupported(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
            core.IsVlansSupportedOnPort(adapter) && core.IsAdapterLoaded(adapter, loaded).Succeeded() && loaded;
 }
 
-std::vector<CRavString> TeamsOf(const wchar_t* module)
+bool IsFitForVlans(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
+{
+    bool queues = false;
+    return IsSupportedByCore(core, adapter) && core.IsDeviceVmqEnabled(adapter, queues).Succeeded() && !queues &&
+           core.IsDeviceCorvo(adapter) && core.IsDriverSupportingVORN(adapter);
+}
+
+bool IsFilteredOut(HKEY parameterKey)
+{
+    HKEY filters = nullptr;
+    if (RegOpenKeyExW(parameterKey, L"ZentraNdi", 0, KEY_READ, &filters) != ERROR_SUCCESS)
+        return false;
+    const DWORD filter = NumberOf(filters, L"XMSSupportFilter");
+    RegCloseKey(filters);
+    return filter == XMS_SUPPORT_FILTERED;
+}
+
+std::vector<CRavString> TeamsOfTeamAgent()
 {
     std::vector<CRavString> teams;
-    const HMODULE library = LoadLibraryW(module);
+    const HMODULE library = LoadLibraryW(L"TeamAgent.dll");
     const auto factory = reinterpret_cast<RAV_GET_TEAM_AGENT_PVT>(
         reinterpret_cast<void*>(GetProcAddress(library, RAV_GET_TEAM_AGENT_PVT_NAME)));
     if (factory != nullptr)
@@ -79,7 +93,6 @@ std::vector<CRavString> TeamsOf(const wchar_t* module)
     FreeLibrary(library);
     return teams;
 }
-} // namespace
 
 std::vector<std::wstring> BareKeys()
 {
@@ -116,19 +129,20 @@ std::vector<BareVlan> BareListing()
 std::vector<std::wstring> BareParents(CRavCoreAgentPvtIntf& core)
 {
     std::vector<std::wstring> parents;
-    for (const CRavString& team : TeamsOf(L"TeamAgent.dll"))
+    for (const CRavString& team : TeamsOfTeamAgent())
         parents.emplace_back(team.c_str());
     std::vector<CRavString> adapters;
     core.EnumerateAdapters(adapters);
     size_t open = adapters.size();
     Walk([&](INetCfgComponent& component) {
-        const std::wstring guid = GuidOf(component);
-        const auto adapter =
-            std::find_if(adapters.begin(), adapters.end(), [&](const CRavString& key) { return guid == key.c_str(); });
-        if (adapter == adapters.end())
+        const CRavString guid(GuidOf(component).c_str());
+        if (std::find(adapters.begin(), adapters.end(), guid) == adapters.end())
             return true;
-        if (!IsFilteredOut(component) && IsSupported(core, *adapter))
-            parents.push_back(guid);
+        HKEY key = nullptr;
+        component.OpenParamKey(&key);
+        if (!IsFilteredOut(key) && IsSupportedByCore(core, guid))
+            parents.emplace_back(guid.c_str());
+        RegCloseKey(key);
         return --open > 0;
     });
     return parents;
@@ -136,22 +150,16 @@ std::vector<std::wstring> BareParents(CRavCoreAgentPvtIntf& core)
 
 bool BareValidation(CRavCoreAgentPvtIntf& core, const std::wstring& parent, DWORD id, const wchar_t* name)
 {
-    const CRavString adapter(parent.c_str());
     bool clean = true;
-    bool queues = false;
     Walk([&](INetCfgComponent& component) {
-        if (GuidOf(component) == parent)
-        {
-            clean = clean && !IsFilteredOut(component);
-            return true;
-        }
         HKEY key = nullptr;
         component.OpenParamKey(&key);
-        if (NumberOf(key, L"SupportedFeatures") != 0 && TextOf(key, L"RavVlanParentKey") == parent)
+        if (GuidOf(component) == parent)
+            clean = clean && !IsFilteredOut(key);
+        else if (NumberOf(key, L"SupportedFeatures") != 0 && TextOf(key, L"RavVlanParentKey") == parent)
             clean = clean && NumberOf(key, L"VLANID") != id && TextOf(key, L"VLANName") != name;
         RegCloseKey(key);
         return true;
     });
-    return clean && IsSupported(core, adapter) && core.IsDeviceVmqEnabled(adapter, queues).Succeeded() && !queues &&
-           core.IsDeviceCorvo(adapter) && core.IsDriverSupportingVORN(adapter);
+    return clean && IsFitForVlans(core, parent.c_str());
 }

@@ -28,6 +28,8 @@ class CBenchHost
     explicit CBenchHost(size_t vlans, size_t vlansPerPort = VLANS_PER_PORT);
     ~CBenchHost();
 
+    // The key that stands for HKEY_LOCAL_MACHINE.
+    HKEY Root() const { return m_hive.Root(); }
     // The agent, initialised by the first call.
     CVlanAgentWin& Agent();
     static CRavString Parent();

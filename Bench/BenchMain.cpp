@@ -13,7 +13,7 @@ struct Group
 };
 const Group GROUPS[] = {{"foundation", BenchFoundation}, {"listing", BenchInventory}, {"parents", BenchParents},
                         {"creation", BenchCreation},     {"removal", BenchRemoval},   {"growth", BenchGrowth},
-                        {"module", BenchModule}};
+                        {"programs", BenchPrograms},     {"module", BenchModule}};
 } // namespace
 
 // Figures for those who change the code; they depend on the machine, so compare ratios and calls, not times.
@@ -25,6 +25,8 @@ int main(int argc, char** argv)
     const std::vector<std::string> names(argv + 1, argv + argc);
     if (names.size() == 2 && names[0] == "--fresh")
         return RunFresh(argv[2]);
+    if (names.size() == 4 && names[0] == "--program")
+        return RunProgramHere(names[1], names[2] == "count", names[3]);
     for (const Group& group : GROUPS)
     {
         if (names.empty() || std::find(names.begin(), names.end(), group.name) != names.end())

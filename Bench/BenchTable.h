@@ -50,7 +50,10 @@ void BenchParents();
 void BenchCreation();
 void BenchRemoval();
 void BenchGrowth();
+void BenchPrograms();
 void BenchModule();
 // The part of it that runs in a process of its own, started with this argument: the time in tenths of microseconds, or
 // negative when it failed.
 int RunFresh(const char* what);
+// A program of BenchPrograms, in a process of its own: `hive` is the handle of its HKEY_LOCAL_MACHINE.
+int RunProgramHere(const std::string& name, bool count, const std::string& hive);
