@@ -186,7 +186,7 @@ class CRavXmsVlan : public CRavAdapter
     friend class CRavParentKeyBorrow;
 
     HRESULT OpenKeyOf(const CRavString& strGuid);
-    static HRESULT OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key);
+    HRESULT OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key);
     HRESULT OpenClassKey(const wchar_t* routine, const CRavString& strGuid);
     bool OpenKeyWithVlanIds(CRavRegKey& key);
     bool OpenTeamMemberKey(CRavRegKey& key);

@@ -180,7 +180,7 @@ HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
     }
     HRESULT status = E_FAIL;
     const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
-    status = OpenInstanceKey(L"GetOOOKeyFromVk", strGuid, key);
+    status = OpenInstanceKey(GetNetCfgInterface(), L"GetOOOKeyFromVk", strGuid, key);
     return status;
 }
 
