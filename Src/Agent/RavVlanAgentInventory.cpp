@@ -2,11 +2,13 @@
 
 #include "Src/Agent/RavVlanAgent.h"
 
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/ComApartment.h"
 #include "Common/Src/RavKey.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <netcfgx.h>
@@ -24,12 +26,6 @@ constexpr int LOAD_ATTEMPTS = 3;
 constexpr size_t GUID_TEXT_SIZE = 39;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
 constexpr DWORD MINIPORT_KEY_CHARACTERS = 256;
-constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
-
-bool IsVlanFeature(DWORD features)
-{
-    return features == 8 || features == 9 || features == 12 || features == 13;
-}
 
 bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 {
@@ -174,7 +170,7 @@ void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& str
     if (FAILED(component.OpenParamKey(key.Receive())))
         return;
     DWORD features = 0;
-    if (!QueryNumber(key.Get(), strFeaturesName, features) || !IsVlanFeature(features))
+    if (!QueryNumber(key.Get(), strFeaturesName, features) || !RavIsVlan(features))
         return;
     GUID guid = {};
     wchar_t text[GUID_TEXT_SIZE] = {};
@@ -350,7 +346,7 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, 
     vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
     if (!found) // by its device; its key may have been found all the same
         QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
-    vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & 1) != 0;
+    vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & FEATURE_OVER_TEAM) != 0;
     vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     GetOtherVlanDetails(*vlan, key, vlan->m_bFeatureFlag);
     vlan->CloseParentClassKey();

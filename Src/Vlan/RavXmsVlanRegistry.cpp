@@ -3,7 +3,10 @@
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include "Common/Src/ComApartment.h"
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavDriverEntry.h"
 
 #include <netcfgx.h>
@@ -18,8 +21,6 @@ using Microsoft::WRL::ComPtr;
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRegistry";
-constexpr DWORD MAX_INSTANCE = 9999;
-constexpr size_t GUID_TEXT_SIZE = 39;
 
 // A network configuration of its own for one look-up, which must not depend on what the thread's session is doing.
 class NetworkView
@@ -48,9 +49,7 @@ class NetworkView
 bool HasGuid(INetCfgComponent& component, const CRavString& guid)
 {
     GUID instance = {};
-    wchar_t text[GUID_TEXT_SIZE] = {};
-    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
-           guid.CompareI(text);
+    return SUCCEEDED(component.GetInstanceGuid(&instance)) && guid.CompareI(RavGuidText(instance));
 }
 
 ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRavString& guid)
@@ -131,7 +130,7 @@ DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
         return static_cast<DWORD>(number);
     }
     DWORD value = 0;
-    if (key.GetValue(L"PhysicalAdapterID", value))
+    if (key.GetValue(XmsValue::PhysicalAdapterId, value))
         number = static_cast<int>(value);
     else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: QueryDWORDValue failed. subkey_name= %s", path.c_str());
@@ -247,7 +246,7 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
     const CRavTraceScope trace(L"CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam", &done);
     strAdapter.ClearString();
     const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY);
-    const CRavString device = CRavString(L"\\Device\\") + strVlanGuid;
+    const CRavString device = CRavString(DEVICE_PREFIX) + strVlanGuid;
     CRavRegKey adapters;
     RavTrace().Print(L"Opening %s", path.c_str());
     if (!adapters.Open(HKEY_LOCAL_MACHINE, path, false))
@@ -268,7 +267,7 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
             continue;
         }
         std::vector<CRavString> bindings;
-        if (!RavReadList(adapter, L"MiniportBindingList", bindings))
+        if (!RavReadList(adapter, XmsValue::BindingList, bindings))
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetVlaue for MULTI_SZ failed.");
             continue;
