@@ -7,6 +7,8 @@ set(RAV_PUBLIC_HEADERS
     Common/Intf/RavCoreAgentPvtIntf.h
     Common/Intf/RavParameter.h
     Common/Intf/RavTeamAgentPvtIntf.h
+    Common/Src/HandleOwner.h
+    Common/Src/ModuleHandle.h
     Common/Src/RavFormat.h
     Common/Src/RavNetAgentPvt.h
     Common/Src/RavResult.h
