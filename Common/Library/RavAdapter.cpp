@@ -1,6 +1,7 @@
 #include "Common/Library/RavAdapter.h"
 
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegValues.h"
 #include "Common/Library/NetCfgClasses.h"
 #include "Common/Src/NetworkNames.h"
 
@@ -41,12 +42,10 @@ CResult Failed(const wchar_t* operation, const CRavString& name, LONG status)
 // every component for its GUID. Empty when there is no such connection.
 CRavString DeviceOfConnection(const CRavString& guid)
 {
-    CRavRegKey connection;
     CRavString device;
     GUID parsed = {};
-    if (SUCCEEDED(IIDFromString(guid, &parsed)) &&
-        connection.Open(HKEY_LOCAL_MACHINE, CRavString(CONNECTIONS_KEY) + L"\\" + guid + L"\\Connection", false))
-        connection.GetValue(L"PnpInstanceID", device);
+    if (SUCCEEDED(IIDFromString(guid, &parsed)))
+        RavReadTextAt(CRavString(CONNECTIONS_KEY) + L"\\" + guid + L"\\Connection", L"PnpInstanceID", device);
     return device;
 }
 
@@ -64,16 +63,14 @@ CRavString DeviceOfComponent(CRavNetCfgInterface& netCfg, const CRavString& guid
 // key belongs to the adapter.
 CRavString DriverKeyOfDevice(const CRavString& device, const CRavString& guid)
 {
-    CRavRegKey deviceKey;
-    CRavRegKey driverKey;
     CRavString driver;
     CRavString owner;
-    if (device.IsEmpty() || !deviceKey.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_KEY) + L"\\" + device, false) ||
-        !deviceKey.GetValue(L"Driver", driver) || driver.IsEmpty() ||
-        !driverKey.Open(HKEY_LOCAL_MACHINE, CRavString(CLASSES_KEY) + L"\\" + driver, false) ||
-        !driverKey.GetValue(NetworkValue::NetCfgInstanceId, owner) || !owner.CompareI(guid))
+    if (device.IsEmpty() || !RavReadTextAt(CRavString(ENUM_KEY) + L"\\" + device, L"Driver", driver) ||
+        driver.IsEmpty())
         return CRavString();
-    return CRavString(CLASSES_KEY) + L"\\" + driver;
+    const CRavString path = CRavString(CLASSES_KEY) + L"\\" + driver;
+    const bool owned = RavReadTextAt(path, NetworkValue::NetCfgInstanceId, owner) && owner.CompareI(guid);
+    return owned ? path : CRavString();
 }
 
 CResult ChangeState(const CRavString& device, DWORD state, bool& reboot)

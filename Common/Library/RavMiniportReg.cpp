@@ -251,10 +251,11 @@ CResult CRavMiniportReg::GetSetting(const CRavString& strName, std::unique_ptr<R
     CRavRegKey instance;
     CRavRegKey key;
     setting.reset();
+    // Most drivers lack most settings: the look for the description comes first.
+    if (!key.Open(HKEY_LOCAL_MACHINE, m_strInstancePath + L"\\" + PARAMS + L"\\" + strName, false))
+        return result = Failed(key, strName);
     if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
         return result = Failed(instance, strName);
-    if (!key.Open(instance.GetHKey(), CRavString(PARAMS) + L"\\" + strName, false))
-        return result = Failed(key, strName);
     setting = ReadSetting(instance, key, strName);
     return result = setting ? CResult::Success() : Failed(ERROR_INVALID_DATA, strName);
 }

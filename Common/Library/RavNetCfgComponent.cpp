@@ -1,6 +1,7 @@
 #include "Common/Library/RavNetCfgComponent.h"
 
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegValues.h"
 #include "Common/Library/NetCfgClasses.h"
 #include "Common/Src/NetworkNames.h"
 
@@ -27,9 +28,8 @@ OBO_TOKEN OnBehalfOfUser()
 // What the network configuration shows of an adapter, where its device keeps it.
 bool FriendlyNameOf(const CRavString& device, CRavString& name)
 {
-    CRavRegKey key;
-    return !device.IsEmpty() && key.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_KEY) + L"\\" + device, false) &&
-           key.GetValue(NetworkValue::FriendlyName, name) && !name.IsEmpty();
+    return !device.IsEmpty() &&
+           RavReadTextAt(CRavString(ENUM_KEY) + L"\\" + device, NetworkValue::FriendlyName, name) && !name.IsEmpty();
 }
 
 // A component that others still refer to stays, though the call counts as a success.

@@ -88,12 +88,22 @@ bool CRavRegValues::AnyText(size_t uIndex, CRavString& strValue, size_t uMostCha
     return true;
 }
 
-bool RavReadTextBelow(HKEY hRoot, const CRavString& strPath, const wchar_t* pName, CRavString& strText)
+bool RavReadTextAt(const CRavString& strPath, const wchar_t* pName, CRavString& strText)
 {
     wchar_t buffer[TEXT_CHARACTERS + 1] = {};
     DWORD size = TEXT_CHARACTERS * sizeof(wchar_t);
-    const bool done =
-        RegGetValueW(hRoot, strPath, pName, RRF_RT_ANY | RRF_NOEXPAND, nullptr, buffer, &size) == ERROR_SUCCESS;
+    const bool done = RegGetValueW(HKEY_LOCAL_MACHINE, strPath, pName, RRF_RT_ANY | RRF_NOEXPAND, nullptr, buffer,
+                                   &size) == ERROR_SUCCESS;
     strText = done ? buffer : L"";
     return done;
+}
+
+bool RavReadNumberAt(const CRavString& strPath, const wchar_t* pName, DWORD& dwNumber)
+{
+    DWORD number = 0;
+    DWORD size = sizeof(number);
+    if (RegGetValueW(HKEY_LOCAL_MACHINE, strPath, pName, RRF_RT_REG_DWORD, nullptr, &number, &size) != ERROR_SUCCESS)
+        return false;
+    dwNumber = number;
+    return true;
 }

@@ -38,6 +38,7 @@ class CRavRegValues
     std::vector<VALUE> m_values;
 };
 
-// One text below a key, whatever its type, in one call: up to the first NUL and at most 255 characters. False, with the
-// text empty, when it is not to be had.
-bool RavReadTextBelow(HKEY hRoot, const CRavString& strPath, const wchar_t* pName, CRavString& strText);
+// One value of a key at a path below HKEY_LOCAL_MACHINE, in one call. A text, whatever its type, up to its first NUL
+// and at most 255 characters: empty when it is not to be had. A REG_DWORD, left as it was when it is not to be had.
+bool RavReadTextAt(const CRavString& strPath, const wchar_t* pName, CRavString& strText);
+bool RavReadNumberAt(const CRavString& strPath, const wchar_t* pName, DWORD& dwNumber);

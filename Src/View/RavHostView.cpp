@@ -4,7 +4,7 @@
 #include "Common/Src/RavKey.h"
 #include "Common/Src/RavRegKey.h"
 #include "Common/Src/RavRegValues.h"
-#include "Src/RavNameTable.h"
+#include "Common/Src/XmsNames.h"
 
 #include <algorithm>
 
@@ -14,24 +14,12 @@ namespace
 {
 constexpr size_t PARENT_CHARACTERS = 512;
 constexpr size_t NAME_CHARACTERS = 256;
-constexpr DWORD FEATURE_TEAM = 0x1;
-constexpr DWORD FEATURE_VLAN = 0x8;
 
-// 8 and 12 lie over an adapter, 9 and 13 over a team; a team itself has the first bit without the fourth.
 RAV_ADAPTER_KIND KindOf(DWORD features)
 {
-    switch (features)
-    {
-    case 8:
-    case 12:
-        return RAV_ADAPTER_KIND::VlanOnAdapter;
-    case 9:
-    case 13:
-        return RAV_ADAPTER_KIND::VlanOnTeam;
-    default:
-        return (features & FEATURE_TEAM) != 0 && (features & FEATURE_VLAN) == 0 ? RAV_ADAPTER_KIND::Team
-                                                                                : RAV_ADAPTER_KIND::Adapter;
-    }
+    if (RavIsVlan(features))
+        return (features & FEATURE_OVER_TEAM) != 0 ? RAV_ADAPTER_KIND::VlanOnTeam : RAV_ADAPTER_KIND::VlanOnAdapter;
+    return RavIsTeam(features) ? RAV_ADAPTER_KIND::Team : RAV_ADAPTER_KIND::Adapter;
 }
 
 // Whether a value could be asked for, be it there or not.
@@ -40,7 +28,7 @@ bool IsAnswer(LONG status)
     return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND || status == ERROR_MORE_DATA;
 }
 
-LONG QueryNumber(HKEY key, const CRavString& name, DWORD& value)
+LONG QueryNumber(HKEY key, const wchar_t* name, DWORD& value)
 {
     DWORD type = REG_NONE;
     DWORD data = 0;
@@ -53,17 +41,17 @@ LONG QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 
 bool ReadParent(HKEY key, RAV_HOST_ADAPTER& adapter)
 {
-    const CRavRegValues values(key, {RavName(RAV_NAME_VLAN_PARENT_KEY)});
+    const CRavRegValues values(key, {XmsValue::VlanParentKey});
     values.Text(0, adapter.parentKey, PARENT_CHARACTERS);
     return IsAnswer(values.Status(0));
 }
 
 bool ReadParentAndNames(HKEY key, RAV_HOST_ADAPTER& adapter)
 {
-    const CRavRegValues values(key, {RavName(RAV_NAME_VLAN_PARENT_KEY), RavName(RAV_NAME_VLAN_NAME)});
+    const CRavRegValues values(key, {XmsValue::VlanParentKey, XmsValue::VlanName});
     values.Text(0, adapter.parentKey, PARENT_CHARACTERS);
     values.AnyText(1, adapter.vlanName, NAME_CHARACTERS);
-    adapter.named = IsAnswer(values.Status(1)) && IsAnswer(QueryNumber(key, RavName(RAV_NAME_VLAN_ID), adapter.vlanId));
+    adapter.named = IsAnswer(values.Status(1)) && IsAnswer(QueryNumber(key, XmsValue::VlanId, adapter.vlanId));
     return IsAnswer(values.Status(0));
 }
 } // namespace
@@ -117,7 +105,7 @@ bool CRavHostView::Read(const CRavString& strGuid, DEPTH depth, RAV_HOST_ADAPTER
         FAILED(component->OpenParamKey(&handle)))
         return false;
     const CRavRegKey key(handle);
-    if (!IsAnswer(QueryNumber(handle, RavName(RAV_NAME_SUPPORTED_FEATURES), adapter.features)))
+    if (!IsAnswer(QueryNumber(handle, XmsValue::SupportedFeatures, adapter.features)))
         return false;
     adapter.kind = KindOf(adapter.features);
     if (!adapter.IsVlan())

@@ -2,6 +2,7 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavRegValues.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavShielded.h"
 
@@ -67,12 +68,12 @@ CResult CRavXmsVlan::ReloadMiniport(bool bLoad, bool& bReboot)
 DWORD CRavXmsVlan::GetSupportedFeatures()
 {
     const CRavTraceScope trace(L"CRavXmsVlan::GetSupportedFeatures");
-    RAV_PARAMETER parameter;
-    parameter.strName = RavName(RAV_NAME_SUPPORTED_FEATURES);
-    if (GetParameter(parameter).Succeeded() && parameter.dwType == REG_DWORD)
-        return parameter.dwValue;
-    RavTrace().Print(L"CRavXmsVlan::GetSupportedFeatures, the features of %s cannot be read.", m_strVlanKey.c_str());
-    return 0;
+    DWORD features = 0;
+    if (GetInstancePath().IsEmpty() ||
+        !RavReadNumberAt(GetInstancePath(), RavName(RAV_NAME_SUPPORTED_FEATURES), features))
+        RavTrace().Print(L"CRavXmsVlan::GetSupportedFeatures, the features of %s cannot be read.",
+                         m_strVlanKey.c_str());
+    return features;
 }
 
 bool CRavXmsVlan::LoadTeamAgent()

@@ -62,7 +62,11 @@ class CInterfaceSource final : public CItemSource<INetCfgBindingInterface>
     {
     }
 
-    size_t Count() override { return 1; }
+    HRESULT Count(size_t& count) override
+    {
+        count = 1;
+        return S_OK;
+    }
 
     HRESULT ItemAt(size_t, INetCfgBindingInterface** item) override
     {
@@ -174,7 +178,11 @@ class CPathSource final : public CItemSource<INetCfgBindingPath>
     {
     }
 
-    size_t Count() override { return m_aBindings.size(); }
+    HRESULT Count(size_t& count) override
+    {
+        count = m_aBindings.size();
+        return S_OK;
+    }
 
     HRESULT ItemAt(size_t position, INetCfgBindingPath** item) override
     {

@@ -11,7 +11,7 @@ class CItemSource
 {
   public:
     virtual ~CItemSource() = default;
-    virtual size_t Count() = 0;
+    virtual HRESULT Count(size_t& count) = 0;
     /// S_OK and the item, S_FALSE when there is none at this position and it has to be passed over, or an error.
     virtual HRESULT ItemAt(size_t position, Item** item) = 0;
 };
@@ -76,7 +76,10 @@ class CEnumerator final : public CComObject<Enumeration>
     // Without a place for the items they are only passed over.
     HRESULT Advance(ULONG wanted, Item** items, ULONG& count)
     {
-        for (; count < wanted && m_iPosition < m_pSource->Count(); ++m_iPosition)
+        size_t all = 0;
+        if (const HRESULT counted = m_pSource->Count(all); FAILED(counted))
+            return counted;
+        for (; count < wanted && m_iPosition < all; ++m_iPosition)
         {
             Item* item = nullptr;
             const HRESULT result = m_pSource->ItemAt(m_iPosition, &item);

@@ -15,17 +15,26 @@ class CComponentSource final : public CItemSource<INetCfgComponent>
     {
     }
 
-    size_t Count() override
+    HRESULT Count(size_t& count) override
     {
         if (!m_aNames)
-            m_aNames = ComponentNames(m_guidClass);
-        return m_aNames->size();
+        {
+            std::vector<std::wstring> names;
+            if (const LSTATUS status = ReadComponentNames(m_guidClass, names); status != ERROR_SUCCESS)
+                return HRESULT_FROM_WIN32(status);
+            m_aNames = std::move(names);
+        }
+        count = m_aNames->size();
+        return S_OK;
     }
 
     HRESULT ItemAt(size_t position, INetCfgComponent** item) override
     {
-        std::optional<LAB_COMPONENT> component = ReadComponent(m_guidClass, (*m_aNames)[position]);
-        return component ? MakeComponent(m_pSession, *component, item) : S_FALSE;
+        LAB_COMPONENT component{};
+        const LSTATUS status = ReadComponent(m_guidClass, (*m_aNames)[position], component);
+        if (status == ERROR_FILE_NOT_FOUND)
+            return S_FALSE;
+        return status == ERROR_SUCCESS ? MakeComponent(m_pSession, component, item) : HRESULT_FROM_WIN32(status);
     }
 
   private:

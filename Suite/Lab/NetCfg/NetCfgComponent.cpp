@@ -19,9 +19,10 @@ HRESULT IdentifyComponent(INetCfgComponent* item, LAB_COMPONENT& component)
     component = own->Component();
     own->Release();
     const std::wstring name = component.strKeyPath.substr(component.strKeyPath.rfind(L'\\') + 1);
-    const std::optional<LAB_COMPONENT> present = ReadComponent(component.guidClass, name);
+    LAB_COMPONENT present{};
     CRegistryKey key;
-    if (!present || present->guidInstance != component.guidInstance || component.Open(key) != ERROR_SUCCESS)
+    if (ReadComponent(component.guidClass, name, present) != ERROR_SUCCESS ||
+        present.guidInstance != component.guidInstance || component.Open(key) != ERROR_SUCCESS)
         return NETCFG_E_ADAPTER_NOT_FOUND;
     return S_OK;
 }

@@ -51,41 +51,44 @@ bool isInstanceNumber(const std::wstring& name)
 
 } // namespace
 
-std::vector<std::wstring> ComponentNames(const GUID& classGuid)
+LSTATUS ReadComponentNames(const GUID& classGuid, std::vector<std::wstring>& names)
 {
     CRegistryKey key;
-    if (key.Open(classPath(classGuid)) != ERROR_SUCCESS)
-        return {};
-    std::vector<std::wstring> names = key.Subkeys();
+    names.clear();
+    if (const LSTATUS status = key.Open(classPath(classGuid)); status != ERROR_SUCCESS)
+        return status == ERROR_FILE_NOT_FOUND ? ERROR_SUCCESS : status;
+    names = key.Subkeys();
     if (classGuid == GUID_DEVCLASS_NET)
         std::erase_if(names, [](const std::wstring& name) { return !isInstanceNumber(name); });
     std::sort(names.begin(), names.end());
-    return names;
+    return ERROR_SUCCESS;
 }
 
-std::optional<LAB_COMPONENT> ReadComponent(const GUID& classGuid, const std::wstring& name)
+LSTATUS ReadComponent(const GUID& classGuid, const std::wstring& name, LAB_COMPONENT& component)
 {
-    LAB_COMPONENT component{classGuid, {}, classPath(classGuid) + L'\\' + name};
+    component = {classGuid, {}, classPath(classGuid) + L'\\' + name};
     std::optional<std::wstring> guid = name;
     if (component.IsAdapter())
     {
         CRegistryKey key;
-        if (component.Open(key) != ERROR_SUCCESS)
-            return std::nullopt;
+        if (const LSTATUS status = component.Open(key); status != ERROR_SUCCESS)
+            return status;
         guid = key.Text(L"NetCfgInstanceId");
     }
-    if (!guid || FAILED(IIDFromString(guid->c_str(), &component.guidInstance)))
-        return std::nullopt;
-    return component;
+    const bool known = guid && SUCCEEDED(IIDFromString(guid->c_str(), &component.guidInstance));
+    return known ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 
 std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid)
 {
     std::vector<LAB_COMPONENT> components;
-    for (const std::wstring& name : ComponentNames(classGuid))
+    std::vector<std::wstring> names;
+    ReadComponentNames(classGuid, names);
+    for (const std::wstring& name : names)
     {
-        if (std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name))
-            components.push_back(std::move(*component));
+        LAB_COMPONENT component{};
+        if (ReadComponent(classGuid, name, component) == ERROR_SUCCESS)
+            components.push_back(std::move(component));
     }
     return components;
 }
@@ -108,10 +111,12 @@ std::optional<LAB_COMPONENT> FindComponentById(std::span<const GUID> classes, co
 {
     for (const GUID& classGuid : classes)
     {
-        for (const std::wstring& name : ComponentNames(classGuid))
+        std::vector<std::wstring> names;
+        ReadComponentNames(classGuid, names);
+        for (const std::wstring& name : names)
         {
-            std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name);
-            if (component && SameName(ComponentId(*component), id))
+            LAB_COMPONENT component{};
+            if (ReadComponent(classGuid, name, component) == ERROR_SUCCESS && SameName(ComponentId(component), id))
                 return component;
         }
     }

@@ -33,12 +33,14 @@ std::span<const GUID> UpperClasses();
 
 std::wstring GuidText(const GUID& guid);
 
-/// The key names below a class, in order; the components themselves are read one by one.
-std::vector<std::wstring> ComponentNames(const GUID& classGuid);
+/// The key names below a class, in order; the components themselves are read one by one. A Win32 error when the class
+/// cannot be opened; one that is not there has no components.
+LSTATUS ReadComponentNames(const GUID& classGuid, std::vector<std::wstring>& names);
 
-/// One component of a class by its key name; nothing when the key is gone or holds no instance GUID.
-std::optional<LAB_COMPONENT> ReadComponent(const GUID& classGuid, const std::wstring& name);
+/// One component of a class by its key name. ERROR_FILE_NOT_FOUND when the key is gone or holds no instance GUID.
+LSTATUS ReadComponent(const GUID& classGuid, const std::wstring& name, LAB_COMPONENT& component);
 
+/// The components of a class that can be read.
 std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid);
 
 /// All that binds to adapters and runs as a service, class by class.

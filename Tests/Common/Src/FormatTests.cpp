@@ -7,7 +7,7 @@
 static_assert(RavFormatTakes<>(L"") && RavFormatTakes<>(L"100%%"));
 static_assert(RavFormatTakes<const wchar_t*, wchar_t*, const char*, char*>(L"%s %ls %S %hs"));
 static_assert(RavFormatTakes<int, DWORD, HRESULT, bool, wchar_t>(L"%d|%-08lX|0X%x|%i|%c"));
-static_assert(RavFormatTakes<long long, ULONGLONG, size_t, int64_t>(L"%I64X%llu%zu%+I64d"));
+static_assert(RavFormatTakes<long long, ULONGLONG, size_t, LONGLONG>(L"%I64X%llu%zu%+I64d"));
 static_assert(RavFormatTakes<int, int, const wchar_t*, double, void*>(L"%*.*s %5.2f %p"));
 
 static_assert(!RavFormatTakes<const char*>(L"%s") && !RavFormatTakes<const wchar_t*>(L"%S"));

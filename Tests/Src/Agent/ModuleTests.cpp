@@ -181,8 +181,8 @@ TEST(Module, IsLoadedUsedAndUnloaded)
     EXPECT_EQ(1u, journal.Count("TlsFree"));
     // The compiler's runtime has a slot of its own, and keeps it.
     EXPECT_EQ("", std::regex_replace(journal.OpenHandles(), std::regex("TlsAlloc\n"), ""));
-    wchar_t small[2] = {};
-    EXPECT_EQ(ERANGE, wcscpy_s(small, 2, L"the client's own mistake"));
+    wchar_t brief[2] = {};
+    EXPECT_EQ(ERANGE, wcscpy_s(brief, 2, L"the client's own mistake"));
     EXPECT_EQ(1, s_parameterErrors);
     _set_invalid_parameter_handler(before);
 }
