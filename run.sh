@@ -9,7 +9,10 @@ scripts/setup.sh
 scripts/build.sh release >&2
 export RAV_WINEPREFIX="$PWD/build/wine"
 bin=build/release/bin
-# The server is kept for a few minutes, so that one command after another is quick.
+# The session outlasts its last program by five minutes, so that one command after another is quick. Only a server that is
+# started with this knows it; one that runs already is left as it is.
+scripts/wine.sh
+WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -p300
 scripts/wine.sh wineboot >/dev/null 2>&1 </dev/null
 
 [ $# -gt 0 ] || exec scripts/walk.sh

@@ -1,26 +1,35 @@
 #!/usr/bin/env bash
-# Sets up, builds and runs every test, under the plain and under the hardened build. Arguments go to ctest:
-#   ./test.sh -R RegKey --output-on-failure
+# Sets up, builds and runs every test, under the plain and under the hardened build, or under the one that is named first.
+# Other arguments go to ctest:
+#   ./test.sh debug -R RegKey --output-on-failure
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
+
+presets=(debug hardened)
+case ${1:-} in
+debug | hardened)
+    presets=("$1")
+    shift
+    ;;
+esac
 
 scripts/setup.sh
 export RAV_WINEPREFIX="$PWD/build/wine-test"
 trap 'WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -k' EXIT
 
-for preset in debug hardened; do
+for preset in "${presets[@]}"; do
     scripts/build.sh "$preset" >&2
 done
 # One session for all tests, begun here: its services keep open the pipe of the program that starts them, and ctest waits
 # for the end of a test's pipe. The server is there first; it doesn't learn to stay while it runs.
-scripts/wine.sh cmd /c exit </dev/null
+scripts/wine.sh
 WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -k
 WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -w
 WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -p
 scripts/wine.sh wineboot >/dev/null 2>&1 </dev/null
 
 status=0
-for preset in debug hardened; do
+for preset in "${presets[@]}"; do
     echo "== tests, $preset build"
     ctest --test-dir "build/$preset" --output-on-failure -j2 "$@" || status=1
 done

@@ -6,6 +6,11 @@
 
 using Microsoft::WRL::ComPtr;
 
+namespace
+{
+constexpr size_t LIST_CHARACTERS = 8192;
+}
+
 std::wstring GuidOf(INetCfgComponent& component)
 {
     GUID guid = {};
@@ -43,4 +48,43 @@ std::wstring TextOf(HKEY key, const wchar_t* name)
     DWORD size = sizeof(text) - sizeof(wchar_t);
     RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(text), &size);
     return text;
+}
+
+void SetNumber(HKEY key, const wchar_t* name, DWORD value)
+{
+    RegSetValueExW(key, name, 0, REG_DWORD, reinterpret_cast<const BYTE*>(&value), sizeof(value));
+}
+
+void SetText(HKEY key, const wchar_t* name, const std::wstring& value)
+{
+    RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
+                   static_cast<DWORD>((value.size() + 1) * sizeof(wchar_t)));
+}
+
+void SetList(HKEY key, const wchar_t* name, const std::vector<std::wstring>& values)
+{
+    std::wstring data;
+    for (const std::wstring& value : values)
+        data += value + L'\0';
+    data += L'\0';
+    RegSetValueExW(key, name, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(data.data()),
+                   static_cast<DWORD>(data.size() * sizeof(wchar_t)));
+}
+
+std::vector<std::wstring> ListOf(HKEY key, const wchar_t* name)
+{
+    std::vector<wchar_t> data(LIST_CHARACTERS + 1);
+    DWORD size = LIST_CHARACTERS * sizeof(wchar_t);
+    RegQueryValueExW(key, name, nullptr, nullptr, reinterpret_cast<BYTE*>(data.data()), &size);
+    std::vector<std::wstring> values;
+    for (const wchar_t* cursor = data.data(); *cursor != L'\0'; cursor += wcslen(cursor) + 1)
+        values.emplace_back(cursor);
+    return values;
+}
+
+HKEY CreateKey(const wchar_t* path)
+{
+    HKEY key = nullptr;
+    RegCreateKeyExW(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0, KEY_READ | KEY_WRITE, nullptr, &key, nullptr);
+    return key;
 }

@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 std::wstring GuidOf(INetCfgComponent& component);
 // One pass over the network class until visit answers false.
@@ -15,3 +16,10 @@ void WalkNetwork(INetCfg& netCfg, const std::function<bool(INetCfgComponent&)>& 
 DWORD NumberOf(HKEY key, const wchar_t* name);
 // At most 256 characters.
 std::wstring TextOf(HKEY key, const wchar_t* name);
+// At most 8192 characters.
+std::vector<std::wstring> ListOf(HKEY key, const wchar_t* name);
+void SetNumber(HKEY key, const wchar_t* name, DWORD value);
+void SetText(HKEY key, const wchar_t* name, const std::wstring& value);
+void SetList(HKEY key, const wchar_t* name, const std::vector<std::wstring>& values);
+// Below HKEY_LOCAL_MACHINE.
+HKEY CreateKey(const wchar_t* path);

@@ -4,6 +4,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SuiteNames.h"
 #include "Tests/Harness/PrivateHive.h"
 #include "Tests/Harness/RegistryText.h"
 #include "Tests/Harness/TraceFile.h"
@@ -59,7 +60,7 @@ void BenchReads()
     std::vector<CRavString> ourList;
     std::vector<std::wstring> bareList;
     const auto row = [](const char* name, const std::function<void()>& ours, const std::function<void()>& bare) {
-        BenchRow(name, BestTimes(ours, bare, READS), 1.05, CountCalls(ours), CountCalls(bare));
+        BenchRow(name, BestTimes(ours, bare, READS), {1.05}, CostOf(ours), CostOf(bare));
     };
     BenchHeading("Registry reads, tracing off, beside the bare API");
     row(
@@ -98,16 +99,17 @@ void BenchLists()
         const BenchPair times = BestTimes(add, prepare, 100, 7);
         char line[128];
         std::snprintf(line, sizeof(line), "%5d entries: %8.1f us, %u platform calls", length,
-                      (times.ours - times.floor) / 1000, static_cast<unsigned>(CountCalls(add) - CountCalls(prepare)));
+                      (times.ours - times.floor) / 1000,
+                      static_cast<unsigned>(CostOf(add).calls - CostOf(prepare).calls));
         BenchText(line);
     }
 }
 
 void BenchTrace()
 {
-    CPrivateHive hive(R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2  TRACE  REG_DWORD  1)");
+    CPrivateHive hive(Utf8(SUITE_KEY) + "  TRACE  REG_DWORD  1");
     CTempFolder folder;
-    hive.Add("SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2  InstalledDir  REG_SZ  " + Utf8(folder.Folder()));
+    hive.Add(Utf8(SUITE_KEY) + "  InstalledDir  REG_SZ  " + Utf8(folder.Folder()));
     const double gated = BestTime([] { RavTrace().Print(L"a line with %d and %s", 7, L"text"); }, 10'000'000, 5);
     char line[128];
     std::snprintf(line, sizeof(line), "\nA gated-out Print: %.2f ns (goal: 5 ns)", gated);
@@ -130,14 +132,14 @@ void BenchTrace()
         std::fflush(bare);
     };
     BenchHeading("A trace line, written and flushed");
-    BenchRow("beside a bare format, write and flush", BestTimes(print, write, LINES), 1.3, 0, 0);
+    BenchRow("beside a bare format, write and flush", BestTimes(print, write, LINES), {1.3});
     std::fclose(bare);
 
     const auto logger = spdlog::basic_logger_mt("bench", Utf8(folder.Path(L"spdlog.txt")), true);
     logger->flush_on(spdlog::level::trace);
     logger->set_pattern("%n\tPID:%P\tTID:%t\t%H:%M:%S.%e\t%v");
     const auto log = [&] { logger->info("CRavXmsVlan::Something m_iVlanId= {} key= {}", 10, "{A0000001}"); };
-    BenchRow("beside spdlog, flushing every line", BestTimes(print, log, LINES), 1.0, 0, 0);
+    BenchRow("beside spdlog, flushing every line", BestTimes(print, log, LINES), {1.0});
     spdlog::drop_all();
 }
 } // namespace

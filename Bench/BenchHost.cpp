@@ -1,5 +1,6 @@
 #include "Bench/BenchHost.h"
 
+#include "Common/Src/SuiteNames.h"
 #include "Src/Agent/RavVlanAgent.h"
 #include "Suite/Lab/LabTool/HostBuilder.h"
 #include "Suite/Lab/State/LabNames.h"
@@ -11,20 +12,20 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr size_t VLANS_PER_PORT = 64;
+constexpr size_t FIRST_VLAN_NUMBER = 100; // of a host with few adapters
 
-std::string HostWith(size_t vlans)
+std::string HostWith(size_t vlans, size_t vlansPerPort)
 {
     std::string adapters;
     std::string list;
-    const size_t ports = std::max<size_t>(1, (vlans + VLANS_PER_PORT - 1) / VLANS_PER_PORT);
+    const size_t ports = std::max<size_t>(1, (vlans + vlansPerPort - 1) / vlansPerPort);
     for (size_t port = 0; port <= ports; ++port)
         adapters += std::string(port > 0 ? "," : "") + R"({ "name": "Port )" + std::to_string(port) + R"(", "mac": ")" +
                     std::to_string(100000000000 + port) + R"(" })";
     for (size_t vlan = 0; vlan < vlans; ++vlan)
     {
-        const std::string id = std::to_string(1 + vlan % VLANS_PER_PORT);
-        list += std::string(vlan > 0 ? "," : "") + R"({ "parent": "Port )" + std::to_string(1 + vlan / VLANS_PER_PORT) +
+        const std::string id = std::to_string(1 + vlan % vlansPerPort);
+        list += std::string(vlan > 0 ? "," : "") + R"({ "parent": "Port )" + std::to_string(1 + vlan / vlansPerPort) +
                 R"(", "id": )" + id + R"(, "name": "N)" + id + R"(" })";
     }
     return R"({ "adapters": [)" + adapters + R"(], "vlans": [)" + list + "] }";
@@ -48,6 +49,9 @@ HMODULE NetCfgModule()
 void RegisterNetCfg()
 {
     CoInitialize(nullptr);
+    // Kept loaded: each module that is unloaded costs a thread-local slot of this compiler's runtime.
+    LoadLibraryW(L"CoreAgent.dll");
+    LoadLibraryW(L"TeamAgent.dll");
     using GetClass = HRESULT(WINAPI*)(REFCLSID, REFIID, void**);
     const auto get =
         reinterpret_cast<GetClass>(reinterpret_cast<void*>(GetProcAddress(NetCfgModule(), "DllGetClassObject")));
@@ -57,11 +61,11 @@ void RegisterNetCfg()
     CoRegisterClassObject(CLSID_CNetCfg, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie);
 }
 
-CBenchHost::CBenchHost(size_t vlans)
+CBenchHost::CBenchHost(size_t vlans, size_t vlansPerPort)
 {
-    BuildHost(ParseHost(HostWith(vlans)), ProgramFolder());
+    BuildHost(ParseHost(HostWith(vlans, vlansPerPort)), ProgramFolder());
     LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
-    LabSetNumber(SUITE_KEY, L"TRACE", 0);
+    LabSetNumber(SUITE_KEY, SuiteValue::Trace, 0);
     CRavString client;
     client.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
     LabSetNumber(client, L"Cookie", Lock().client.dwCookie);
@@ -83,6 +87,11 @@ CVlanAgentWin& CBenchHost::Agent()
 CRavString CBenchHost::Parent()
 {
     return LabGuid(2);
+}
+
+CRavString CBenchHost::Vlan(size_t number)
+{
+    return LabGuid(FIRST_VLAN_NUMBER + number - 1);
 }
 
 RAV_LOCK_RECORD CBenchHost::Lock()

@@ -16,19 +16,23 @@ HMODULE NetCfgModule();
 // Where the program and the modules are.
 CRavString ProgramFolder();
 
-// A host in a private hive. Its VLANs have the ids from 1 on; "Port 1", the first parent, carries 64 of them, and so
-// do the ports after it.
+// A host in a private hive. Its VLANs have the ids from 1 on; "Port 1", the first parent, carries 64 of them or what is
+// asked for, and so do the ports after it.
 class CBenchHost
 {
   public:
     static constexpr DWORD PARENT_INSTANCE = 2; // the parent's instance number
 
-    explicit CBenchHost(size_t vlans);
+    static constexpr size_t VLANS_PER_PORT = 64;
+
+    explicit CBenchHost(size_t vlans, size_t vlansPerPort = VLANS_PER_PORT);
     ~CBenchHost();
 
     // The agent, initialised by the first call.
     CVlanAgentWin& Agent();
     static CRavString Parent();
+    // The key of a VLAN, counted from 1.
+    static CRavString Vlan(size_t number);
     static RAV_LOCK_RECORD Lock();
 
   private:

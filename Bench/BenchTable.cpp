@@ -28,6 +28,13 @@ std::string TimeText(double nanoseconds)
     std::snprintf(text, sizeof(text), "%.2f %s", nanoseconds / (isLong ? 1e6 : 1e3), isLong ? "ms" : "us");
     return text;
 }
+std::string GoalText(const char* format, double goal)
+{
+    char text[16] = "";
+    if (goal > 0)
+        std::snprintf(text, sizeof(text), format, goal);
+    return text;
+}
 } // namespace
 
 double BestTime(const std::function<void()>& work, int calls, int rounds)
@@ -49,7 +56,7 @@ BenchPair BestTimes(const std::function<void()>& ours, const std::function<void(
     return best;
 }
 
-size_t CountCalls(const std::function<void()>& work, HMODULE other)
+BenchCost CostOf(const std::function<void()>& work, HMODULE other)
 {
     CJournal journal;
     if (other != nullptr)
@@ -58,26 +65,25 @@ size_t CountCalls(const std::function<void()>& work, HMODULE other)
     work();
     journal.Stop();
     const std::string calls = journal.Calls();
-    return static_cast<size_t>(std::count(calls.begin(), calls.end(), '\n')) +
-           (calls.empty() || calls.back() == '\n' ? 0 : 1);
+    return {static_cast<size_t>(std::count(calls.begin(), calls.end(), '\n')), journal.Count("CoCreateInstance")};
 }
 
 void BenchHeading(const std::string& title)
 {
-    std::printf("\n%-52s %12s %12s %7s %6s %13s\n", title.c_str(), "ours", "floor", "ratio", "goal", "calls");
+    std::printf("\n%-52s %11s %11s %7s %6s %15s %7s %8s\n", title.c_str(), "ours", "floor", "ratio", "goal", "calls",
+                "goal", "sessions");
 }
 
-void BenchRow(const std::string& name, const BenchPair& times, double goal, size_t ourCalls, size_t floorCalls)
+void BenchRow(const std::string& name, const BenchPair& times, const BenchGoal& goal, const BenchCost& ours,
+              const BenchCost& floor)
 {
-    char goalText[16] = "";
-    if (goal > 0)
-        std::snprintf(goalText, sizeof(goalText), "%.2f", goal);
-    char calls[32] = "";
-    if (ourCalls + floorCalls > 0)
-        std::snprintf(calls, sizeof(calls), "%u / %u", static_cast<unsigned>(ourCalls),
-                      static_cast<unsigned>(floorCalls));
-    std::printf("%-52s %12s %12s %7.3f %6s %13s\n", name.c_str(), TimeText(times.ours).c_str(),
-                TimeText(times.floor).c_str(), times.floor > 0 ? times.ours / times.floor : 0, goalText, calls);
+    const auto pair = [](size_t one, size_t other) { return std::to_string(one) + " / " + std::to_string(other); };
+    const bool counted = ours.calls + floor.calls > 0;
+    std::printf("%-52s %11s %11s %7.3f %6s %15s %7s %8s\n", name.c_str(), TimeText(times.ours).c_str(),
+                TimeText(times.floor).c_str(), times.floor > 0 ? times.ours / times.floor : 0,
+                GoalText("%.2f", goal.ratio).c_str(), counted ? pair(ours.calls, floor.calls).c_str() : "",
+                GoalText("%.0f", goal.calls).c_str(),
+                ours.sessions > 0 ? pair(ours.sessions, floor.sessions).c_str() : "");
     std::fflush(stdout);
 }
 

@@ -22,17 +22,34 @@ struct BenchPair
 // The same for two, whose rounds take turns.
 BenchPair BestTimes(const std::function<void()>& ours, const std::function<void()>& floor, int calls, int rounds = 15);
 
-// Platform calls of one piece of work; with another module given, the calls that it makes meanwhile, too.
-size_t CountCalls(const std::function<void()>& work, HMODULE other = nullptr);
+// What one piece of work asks of the platform.
+struct BenchCost
+{
+    size_t calls = 0;
+    size_t sessions = 0; // of the network configuration
+};
+// With another module given, the calls that it makes meanwhile count, too.
+BenchCost CostOf(const std::function<void()>& work, HMODULE other = nullptr);
+
+// What is meant to be reached; 0 for nothing in particular.
+struct BenchGoal
+{
+    double ratio = 0;
+    double calls = 0;
+};
 
 void BenchHeading(const std::string& title);
-// goal: the ratio that is meant to be reached; 0 for none.
-void BenchRow(const std::string& name, const BenchPair& times, double goal, size_t ourCalls, size_t floorCalls);
+void BenchRow(const std::string& name, const BenchPair& times, const BenchGoal& goal = {}, const BenchCost& ours = {},
+              const BenchCost& floor = {});
 void BenchText(const std::string& text);
 
+// The groups.
 void BenchFoundation();
 void BenchInventory();
+void BenchParents();
 void BenchCreation();
+void BenchRemoval();
+void BenchGrowth();
 void BenchModule();
 // The part of it that runs in a process of its own, started with this argument: the time in tenths of microseconds, or
 // negative when it failed.

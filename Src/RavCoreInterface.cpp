@@ -22,544 +22,157 @@ auto Forward(const wchar_t* name, CRavCoreAgentPvtIntf* core, Call&& call)
 }
 } // namespace
 
-#define RAV_FORWARD(operation, ...)                                                                                    \
-    return Forward(L"CRavCoreInterface::" #operation, m_pCoreAgentPvt,                                                 \
-                   [&](CRavCoreAgentPvtIntf& core) { return core.operation(__VA_OPT__(__VA_ARGS__)); })
-
 CRavCoreInterface::CRavCoreInterface(CRavCoreAgentPvtIntf* pCoreAgentPvt) : m_pCoreAgentPvt(pCoreAgentPvt)
 {
     RavTrace().Print(L"CRavCoreInterface::CRavCoreInterface");
 }
 
-CResult CRavCoreInterface::GetParameter(const CRavString& strAdapter, RAV_PARAMETER& parameter)
-{
-    RAV_FORWARD(GetParameter, strAdapter, parameter);
-}
-
-CResult CRavCoreInterface::SetParameter(const CRavString& strAdapter, const RAV_PARAMETER& parameter)
-{
-    RAV_FORWARD(SetParameter, strAdapter, parameter);
-}
-
-CResult CRavCoreInterface::DeleteParameter(const CRavString& strAdapter, const CRavString& strName)
-{
-    RAV_FORWARD(DeleteParameter, strAdapter, strName);
-}
-
-CResult CRavCoreInterface::UnloadMiniport(const CRavString& strAdapter, bool& bReboot)
-{
-    RAV_FORWARD(UnloadMiniport, strAdapter, bReboot);
-}
-
-CResult CRavCoreInterface::UnloadMiniportDuringApplyDone(const CRavString& strAdapter)
-{
-    RAV_FORWARD(UnloadMiniportDuringApplyDone, strAdapter);
-}
-
-CResult CRavCoreInterface::RegisterAgent(const CRavString& strName, CRavNetAgentPvt* pAgent)
-{
-    RAV_FORWARD(RegisterAgent, strName, pAgent);
-}
-
-CResult CRavCoreInterface::GetPCISlotInfo(const CRavString& strAdapter, RAV_PCI_SLOT_INFO** ppInfo)
-{
-    RAV_FORWARD(GetPCISlotInfo, strAdapter, ppInfo);
-}
-
-CResult CRavCoreInterface::SetTeamMemberName(const CRavString& strAdapter, const CRavString& strTeamName)
-{
-    RAV_FORWARD(SetTeamMemberName, strAdapter, strTeamName);
-}
-
-CResult CRavCoreInterface::GetDisplayName(const CRavString& strAdapter, CRavString& strName)
-{
-    RAV_FORWARD(GetDisplayName, strAdapter, strName);
-}
-
-CResult CRavCoreInterface::VerifyClientID(const RAV_CLIENT_ID& client)
-{
-    RAV_FORWARD(VerifyClientID, client);
-}
-
-bool CRavCoreInterface::WaitForApplyDone(const RAV_CLIENT_ID& client)
-{
-    RAV_FORWARD(WaitForApplyDone, client);
-}
-
-CResult CRavCoreInterface::GetPermMacAddress(const CRavString& strAdapter, CRavString& strAddress)
-{
-    RAV_FORWARD(GetPermMacAddress, strAdapter, strAddress);
-}
-
-CResult CRavCoreInterface::IsBoundToXMS(const CRavString& strAdapter, bool& bBound)
-{
-    RAV_FORWARD(IsBoundToXMS, strAdapter, bBound);
-}
-
-CResult CRavCoreInterface::IsBoundToTeam(const CRavString& strAdapter, bool& bBound)
-{
-    RAV_FORWARD(IsBoundToTeam, strAdapter, bBound);
-}
-
-CResult CRavCoreInterface::AdapterHasLink(const CRavString& strAdapter, bool& bLink)
-{
-    RAV_FORWARD(AdapterHasLink, strAdapter, bLink);
-}
-
-CResult CRavCoreInterface::SendOID(const CRavString& strAdapter, RAV_OID_REQUEST& request)
-{
-    RAV_FORWARD(SendOID, strAdapter, request);
-}
-
-CResult CRavCoreInterface::GetAdapterType(const CRavString& strAdapter, DWORD& dwType)
-{
-    RAV_FORWARD(GetAdapterType, strAdapter, dwType);
-}
-
-CResult CRavCoreInterface::EnumerateAdapters(std::vector<CRavString>& adapters)
-{
-    RAV_FORWARD(EnumerateAdapters, adapters);
-}
-
-CResult CRavCoreInterface::GetAdapterHardware(const CRavString& strAdapter, RAV_ADAPTER_HARDWARE** ppHardware)
-{
-    RAV_FORWARD(GetAdapterHardware, strAdapter, ppHardware);
-}
-
-CResult CRavCoreInterface::GetAdapterAdvCapabilities(const CRavString& strAdapter, RAV_ADAPTER_CAPABILITIES** ppCaps)
-{
-    RAV_FORWARD(GetAdapterAdvCapabilities, strAdapter, ppCaps);
-}
-
-CResult CRavCoreInterface::GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter)
-{
-    RAV_FORWARD(GetAdapter, strAdapter, ppAdapter);
-}
-
-CResult CRavCoreInterface::GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter, bool bRefresh)
-{
-    RAV_FORWARD(GetAdapter, strAdapter, ppAdapter, bRefresh);
-}
-
-CResult CRavCoreInterface::GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus)
-{
-    RAV_FORWARD(GetAdapterStatus, strAdapter, dwStatus);
-}
-
-CResult CRavCoreInterface::GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus, bool bRefresh)
-{
-    RAV_FORWARD(GetAdapterStatus, strAdapter, dwStatus, bRefresh);
-}
-
-CResult CRavCoreInterface::GetAdapterInternalCaps(const CRavString& strAdapter, DWORD& dwCapabilities)
-{
-    RAV_FORWARD(GetAdapterInternalCaps, strAdapter, dwCapabilities);
-}
-
-CResult CRavCoreInterface::GetAdaptersInTeam(const CRavString& strTeam, std::vector<CRavString>& adapters)
-{
-    RAV_FORWARD(GetAdaptersInTeam, strTeam, adapters);
-}
-
-CResult CRavCoreInterface::GetSetting(const CRavString& strAdapter, const CRavString& strName, RAV_SETTING** ppSetting)
-{
-    RAV_FORWARD(GetSetting, strAdapter, strName, ppSetting);
-}
-
-CResult CRavCoreInterface::SetSetting(const CRavString& strAdapter, const CRavString& strName,
-                                      const RAV_SETTING_VAL* pValue)
-{
-    RAV_FORWARD(SetSetting, strAdapter, strName, pValue);
-}
-
-bool CRavCoreInterface::IsTeamMemberAdapterPhantom(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsTeamMemberAdapterPhantom, strAdapter);
-}
-
-CResult CRavCoreInterface::UpdateERTSettting(const CRavString& strAdapter)
-{
-    RAV_FORWARD(UpdateERTSettting, strAdapter);
-}
-
-CResult CRavCoreInterface::StartLock(const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token)
-{
-    RAV_FORWARD(StartLock, request, token);
-}
-
-CResult CRavCoreInterface::DoneLock(const RAV_LOCK_TOKEN& token)
-{
-    RAV_FORWARD(DoneLock, token);
-}
-
-bool CRavCoreInterface::IsSNPInstalled()
-{
-    RAV_FORWARD(IsSNPInstalled);
-}
-
-bool CRavCoreInterface::IsEITEnabledAdapter(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsEITEnabledAdapter, strAdapter);
-}
-
-DWORD CRavCoreInterface::GetNDISVersion(const CRavString& strAdapter)
-{
-    RAV_FORWARD(GetNDISVersion, strAdapter);
-}
-
-DWORD CRavCoreInterface::GetNdisVersionFromCorvoOid(const CRavString& strAdapter)
-{
-    RAV_FORWARD(GetNdisVersionFromCorvoOid, strAdapter);
-}
-
-CResult CRavCoreInterface::CheckForAndUnBindFromMacSec(const CRavString& strAdapter)
-{
-    RAV_FORWARD(CheckForAndUnBindFromMacSec, strAdapter);
-}
-
-bool CRavCoreInterface::IsiSCSIEnabled(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsiSCSIEnabled, strAdapter);
-}
-
-CResult CRavCoreInterface::IsiSCSIEnabled(const CRavString& strAdapter, bool& bEnabled)
-{
-    RAV_FORWARD(IsiSCSIEnabled, strAdapter, bEnabled);
-}
-
-bool CRavCoreInterface::UsingStandardKeywords(const CRavString& strAdapter)
-{
-    RAV_FORWARD(UsingStandardKeywords, strAdapter);
-}
-
-bool CRavCoreInterface::IsSystemiSCSISupported()
-{
-    RAV_FORWARD(IsSystemiSCSISupported);
-}
-
-CResult CRavCoreInterface::GetPCIDeviceInfo(const CRavString& strAdapter, RAV_PCI_DEVICE_INFO** ppInfo)
-{
-    RAV_FORWARD(GetPCIDeviceInfo, strAdapter, ppInfo);
-}
-
-bool CRavCoreInterface::IsLOM(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsLOM, strAdapter);
-}
-
-bool CRavCoreInterface::IsKalvane(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsKalvane, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceiSCSICapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceiSCSICapable, strAdapter);
-}
-
-bool CRavCoreInterface::CheckIf3rdPartySettingExists(const CRavString& strAdapter, const CRavString& strName)
-{
-    RAV_FORWARD(CheckIf3rdPartySettingExists, strAdapter, strName);
-}
-
-bool CRavCoreInterface::IsDevicePCIExpress(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDevicePCIExpress, strAdapter);
-}
-
-CResult CRavCoreInterface::GetHX_AdapterNode(const CRavString& strAdapter, RAV_ADAPTER_NODE** ppNode)
-{
-    RAV_FORWARD(GetHX_AdapterNode, strAdapter, ppNode);
-}
-
-CResult CRavCoreInterface::ReleaseHX_AdapterNode(RAV_ADAPTER_NODE* pNode)
-{
-    RAV_FORWARD(ReleaseHX_AdapterNode, pNode);
-}
-
-CResult CRavCoreInterface::IsAdapterLoaded(const CRavString& strAdapter, bool& bLoaded)
-{
-    RAV_FORWARD(IsAdapterLoaded, strAdapter, bLoaded);
-}
-
-bool CRavCoreInterface::DoesMAC_HaveTwoFunctions(const CRavString& strAdapter)
-{
-    RAV_FORWARD(DoesMAC_HaveTwoFunctions, strAdapter);
-}
-
-bool CRavCoreInterface::IsPemra(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsPemra, strAdapter);
-}
-
-bool CRavCoreInterface::IsDrosset(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDrosset, strAdapter);
-}
-
-bool CRavCoreInterface::IsRuleTrue(const CRavString& strAdapter, const CRavString& strRule)
-{
-    RAV_FORWARD(IsRuleTrue, strAdapter, strRule);
-}
-
-bool CRavCoreInterface::HasCapability(const CRavString& strAdapter, DWORD dwCapability)
-{
-    RAV_FORWARD(HasCapability, strAdapter, dwCapability);
-}
-
-CResult CRavCoreInterface::HasCapability(const CRavString& strAdapter, DWORD dwCapability, bool& bHas)
-{
-    RAV_FORWARD(HasCapability, strAdapter, dwCapability, bHas);
-}
-
-CResult CRavCoreInterface::IsHyperV_EnabledOnDevice(const CRavString& strAdapter, bool& bEnabled)
-{
-    RAV_FORWARD(IsHyperV_EnabledOnDevice, strAdapter, bEnabled);
-}
-
-CResult CRavCoreInterface::IsDeviceVmqCapable(const CRavString& strAdapter, bool& bCapable)
-{
-    RAV_FORWARD(IsDeviceVmqCapable, strAdapter, bCapable);
-}
-
-CResult CRavCoreInterface::IsDeviceVmqEnabled(const CRavString& strAdapter, bool& bEnabled)
-{
-    RAV_FORWARD(IsDeviceVmqEnabled, strAdapter, bEnabled);
-}
-
-CResult CRavCoreInterface::GetDeviceGuidsOfOtherFunctions(const CRavString& strAdapter, std::vector<CRavString>& guids)
-{
-    RAV_FORWARD(GetDeviceGuidsOfOtherFunctions, strAdapter, guids);
-}
-
-CResult CRavCoreInterface::GetReceiveScaleCapabilitiesFlagForAdapter(const CRavString& strAdapter, DWORD& dwFlags)
-{
-    RAV_FORWARD(GetReceiveScaleCapabilitiesFlagForAdapter, strAdapter, dwFlags);
-}
-
-CResult CRavCoreInterface::GetReceiveScaleCapabilitiesReceiveQueuesForAdapter(const CRavString& strAdapter,
-                                                                              DWORD& dwQueues)
-{
-    RAV_FORWARD(GetReceiveScaleCapabilitiesReceiveQueuesForAdapter, strAdapter, dwQueues);
-}
-
-CResult CRavCoreInterface::GetReceiveScaleParametersFlagForAdapter(const CRavString& strAdapter, DWORD& dwFlags)
-{
-    RAV_FORWARD(GetReceiveScaleParametersFlagForAdapter, strAdapter, dwFlags);
-}
-
-CResult CRavCoreInterface::GetReceiveScaleHashFlagForAdapter(const CRavString& strAdapter, DWORD& dwFlags)
-{
-    RAV_FORWARD(GetReceiveScaleHashFlagForAdapter, strAdapter, dwFlags);
-}
-
-bool CRavCoreInterface::IsDeviceDcbCapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceDcbCapable, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceCorvoDcbCapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceCorvoDcbCapable, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceDcbEnabled(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceDcbEnabled, strAdapter);
-}
-
-bool CRavCoreInterface::IsSystemAndDeviceDcbCapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsSystemAndDeviceDcbCapable, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceFcoeCapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceFcoeCapable, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceFcoeEnabled(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceFcoeEnabled, strAdapter);
-}
-
-bool CRavCoreInterface::IsSystemFcoeCapable()
-{
-    RAV_FORWARD(IsSystemFcoeCapable);
-}
-
-CResult CRavCoreInterface::GetHbaTargets(const CRavString& strAdapter, std::vector<RAV_HBA_TARGET*>& targets)
-{
-    RAV_FORWARD(GetHbaTargets, strAdapter, targets);
-}
-
-CResult CRavCoreInterface::GetJumboFramesSettingForAdapter(const CRavString& strAdapter, RAV_SETTING** ppSetting)
-{
-    RAV_FORWARD(GetJumboFramesSettingForAdapter, strAdapter, ppSetting);
-}
-
-CResult CRavCoreInterface::GetZentraWarnings(const CRavString& strAdapter, std::vector<RAV_WARNING*>& warnings)
-{
-    RAV_FORWARD(GetZentraWarnings, strAdapter, warnings);
-}
-
-CResult CRavCoreInterface::GetSettingFromPerformanceProfile(const CRavString& strAdapter, const CRavString& strName,
-                                                            DWORD dwProfile, int& iValue)
-{
-    RAV_FORWARD(GetSettingFromPerformanceProfile, strAdapter, strName, dwProfile, iValue);
-}
-
-bool CRavCoreInterface::IsDeviceCorvo(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceCorvo, strAdapter);
-}
-
-bool CRavCoreInterface::IsServerDevice(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsServerDevice, strAdapter);
-}
-
-bool CRavCoreInterface::IsDriverSupportingVORN(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDriverSupportingVORN, strAdapter);
-}
-
-DWORD CRavCoreInterface::GetAdapterBootTypeCachedValue(const CRavString& strAdapter)
-{
-    RAV_FORWARD(GetAdapterBootTypeCachedValue, strAdapter);
-}
-
-CResult CRavCoreInterface::SetAdapterBootTypeCachedValue(const CRavString& strAdapter, DWORD dwType)
-{
-    RAV_FORWARD(SetAdapterBootTypeCachedValue, strAdapter, dwType);
-}
-
-CResult CRavCoreInterface::GetIscsiBootInitiatorNameCachedValue(const CRavString& strAdapter, CRavString& strName)
-{
-    RAV_FORWARD(GetIscsiBootInitiatorNameCachedValue, strAdapter, strName);
-}
-
-CResult CRavCoreInterface::SetIscsiBootInitiatorNameCachedValue(const CRavString& strAdapter, const CRavString& strName)
-{
-    RAV_FORWARD(SetIscsiBootInitiatorNameCachedValue, strAdapter, strName);
-}
-
-CResult CRavCoreInterface::GetIscsiBootConfigurationDataCachedValues(const CRavString& strAdapter,
-                                                                     RAV_BOOT_CONFIGURATION** ppData)
-{
-    RAV_FORWARD(GetIscsiBootConfigurationDataCachedValues, strAdapter, ppData);
-}
-
-CResult CRavCoreInterface::SetIscsiBootConfigurationDataCachedValues(const CRavString& strAdapter,
-                                                                     const RAV_BOOT_CONFIGURATION* pData)
-{
-    RAV_FORWARD(SetIscsiBootConfigurationDataCachedValues, strAdapter, pData);
-}
-
-CResult CRavCoreInterface::GetFcoeBootConfigurationDataCachedValues(const CRavString& strAdapter,
-                                                                    RAV_BOOT_CONFIGURATION** ppData)
-{
-    RAV_FORWARD(GetFcoeBootConfigurationDataCachedValues, strAdapter, ppData);
-}
-
-CResult CRavCoreInterface::SetFcoeBootConfigurationDataCachedValues(const CRavString& strAdapter,
-                                                                    const RAV_BOOT_CONFIGURATION* pData)
-{
-    RAV_FORWARD(SetFcoeBootConfigurationDataCachedValues, strAdapter, pData);
-}
-
-bool CRavCoreInterface::IsDeviceConfiguredForFcoeBoot(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceConfiguredForFcoeBoot, strAdapter);
-}
-
-bool CRavCoreInterface::IsWmcEnabledOnDevice(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsWmcEnabledOnDevice, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceWmcCapable(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceWmcCapable, strAdapter);
-}
-
-bool CRavCoreInterface::IsVirtualDevice(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsVirtualDevice, strAdapter);
-}
-
-bool CRavCoreInterface::IsVirtualDeviceWithReadOnlyMAC(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsVirtualDeviceWithReadOnlyMAC, strAdapter);
-}
-
-bool CRavCoreInterface::IsDriverLoadedCheck(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDriverLoadedCheck, strAdapter);
-}
-
-bool CRavCoreInterface::IsTeamingSupportedOnPort(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsTeamingSupportedOnPort, strAdapter);
-}
-
-bool CRavCoreInterface::IsVlansSupportedOnPort(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsVlansSupportedOnPort, strAdapter);
-}
-
-bool CRavCoreInterface::IsDeviceOnlySupportingNativeDcb(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDeviceOnlySupportingNativeDcb, strAdapter);
-}
-
-bool CRavCoreInterface::IsProfile(const CRavString& strName)
-{
-    RAV_FORWARD(IsProfile, strName);
-}
-
-CResult CRavCoreInterface::GetAdapterWarnings(const CRavString& strAdapter, std::vector<RAV_WARNING*>& warnings)
-{
-    RAV_FORWARD(GetAdapterWarnings, strAdapter, warnings);
-}
-
-bool CRavCoreInterface::IsAdapterListCapableOfCommonSpeed(const std::vector<CRavString>& adapters)
-{
-    RAV_FORWARD(IsAdapterListCapableOfCommonSpeed, adapters);
-}
-
-CResult CRavCoreInterface::GetListOfSupportedTeamModes(const std::vector<CRavString>& adapters,
-                                                       std::vector<DWORD>& modes)
-{
-    RAV_FORWARD(GetListOfSupportedTeamModes, adapters, modes);
-}
-
-CResult CRavCoreInterface::GetListOfAvailableTeamModes(const std::vector<CRavString>& adapters,
-                                                       std::vector<DWORD>& modes)
-{
-    RAV_FORWARD(GetListOfAvailableTeamModes, adapters, modes);
-}
-
-bool CRavCoreInterface::WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting)
-{
-    RAV_FORWARD(WillProfileChangeToCustom, strAdapter, strSetting);
-}
-
-CResult CRavCoreInterface::WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting,
-                                                     bool& bWill)
-{
-    RAV_FORWARD(WillProfileChangeToCustom, strAdapter, strSetting, bWill);
-}
-
-bool CRavCoreInterface::IsNPAREnabled(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsNPAREnabled, strAdapter);
-}
-
-DWORD CRavCoreInterface::GetNParIdentifier(const CRavString& strAdapter)
-{
-    RAV_FORWARD(GetNParIdentifier, strAdapter);
-}
+// RAV_FORWARD(RESULT, OPERATION, (PARAMETERS), ARGUMENTS...) defines one operation.
+#define RAV_FORWARD(result, operation, parameters, ...)                                                                \
+    result CRavCoreInterface::operation parameters                                                                     \
+    {                                                                                                                  \
+        return Forward(L"CRavCoreInterface::" #operation, m_pCoreAgentPvt,                                             \
+                       [&](CRavCoreAgentPvtIntf& core) { return core.operation(__VA_ARGS__); });                       \
+    }
+
+RAV_FORWARD(CResult, GetParameter, (const CRavString& strAdapter, RAV_PARAMETER& parameter), strAdapter, parameter)
+RAV_FORWARD(CResult, SetParameter, (const CRavString& strAdapter, const RAV_PARAMETER& parameter), strAdapter,
+            parameter)
+RAV_FORWARD(CResult, DeleteParameter, (const CRavString& strAdapter, const CRavString& strName), strAdapter, strName)
+RAV_FORWARD(CResult, UnloadMiniport, (const CRavString& strAdapter, bool& bReboot), strAdapter, bReboot)
+RAV_FORWARD(CResult, UnloadMiniportDuringApplyDone, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, RegisterAgent, (const CRavString& strName, CRavNetAgentPvt* pAgent), strName, pAgent)
+RAV_FORWARD(CResult, GetPCISlotInfo, (const CRavString& strAdapter, RAV_PCI_SLOT_INFO** ppInfo), strAdapter, ppInfo)
+RAV_FORWARD(CResult, SetTeamMemberName, (const CRavString& strAdapter, const CRavString& strTeamName), strAdapter,
+            strTeamName)
+RAV_FORWARD(CResult, GetDisplayName, (const CRavString& strAdapter, CRavString& strName), strAdapter, strName)
+RAV_FORWARD(CResult, VerifyClientID, (const RAV_CLIENT_ID& client), client)
+RAV_FORWARD(bool, WaitForApplyDone, (const RAV_CLIENT_ID& client), client)
+RAV_FORWARD(CResult, GetPermMacAddress, (const CRavString& strAdapter, CRavString& strAddress), strAdapter, strAddress)
+RAV_FORWARD(CResult, IsBoundToXMS, (const CRavString& strAdapter, bool& bBound), strAdapter, bBound)
+RAV_FORWARD(CResult, IsBoundToTeam, (const CRavString& strAdapter, bool& bBound), strAdapter, bBound)
+RAV_FORWARD(CResult, AdapterHasLink, (const CRavString& strAdapter, bool& bLink), strAdapter, bLink)
+RAV_FORWARD(CResult, SendOID, (const CRavString& strAdapter, RAV_OID_REQUEST& request), strAdapter, request)
+RAV_FORWARD(CResult, GetAdapterType, (const CRavString& strAdapter, DWORD& dwType), strAdapter, dwType)
+RAV_FORWARD(CResult, EnumerateAdapters, (std::vector<CRavString> & adapters), adapters)
+RAV_FORWARD(CResult, GetAdapterHardware, (const CRavString& strAdapter, RAV_ADAPTER_HARDWARE** ppHardware), strAdapter,
+            ppHardware)
+RAV_FORWARD(CResult, GetAdapterAdvCapabilities, (const CRavString& strAdapter, RAV_ADAPTER_CAPABILITIES** ppCaps),
+            strAdapter, ppCaps)
+RAV_FORWARD(CResult, GetAdapter, (const CRavString& strAdapter, RAV_ADAPTER** ppAdapter), strAdapter, ppAdapter)
+RAV_FORWARD(CResult, GetAdapter, (const CRavString& strAdapter, RAV_ADAPTER** ppAdapter, bool bRefresh), strAdapter,
+            ppAdapter, bRefresh)
+RAV_FORWARD(CResult, GetAdapterStatus, (const CRavString& strAdapter, DWORD& dwStatus), strAdapter, dwStatus)
+RAV_FORWARD(CResult, GetAdapterStatus, (const CRavString& strAdapter, DWORD& dwStatus, bool bRefresh), strAdapter,
+            dwStatus, bRefresh)
+RAV_FORWARD(CResult, GetAdapterInternalCaps, (const CRavString& strAdapter, DWORD& dwCapabilities), strAdapter,
+            dwCapabilities)
+RAV_FORWARD(CResult, GetAdaptersInTeam, (const CRavString& strTeam, std::vector<CRavString>& adapters), strTeam,
+            adapters)
+RAV_FORWARD(CResult, GetSetting, (const CRavString& strAdapter, const CRavString& strName, RAV_SETTING** ppSetting),
+            strAdapter, strName, ppSetting)
+RAV_FORWARD(CResult, SetSetting,
+            (const CRavString& strAdapter, const CRavString& strName, const RAV_SETTING_VAL* pValue), strAdapter,
+            strName, pValue)
+RAV_FORWARD(bool, IsTeamMemberAdapterPhantom, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, UpdateERTSettting, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, StartLock, (const RAV_LOCK_RECORD& request, RAV_LOCK_TOKEN& token), request, token)
+RAV_FORWARD(CResult, DoneLock, (const RAV_LOCK_TOKEN& token), token)
+RAV_FORWARD(bool, IsSNPInstalled, ())
+RAV_FORWARD(bool, IsEITEnabledAdapter, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(DWORD, GetNDISVersion, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(DWORD, GetNdisVersionFromCorvoOid, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, CheckForAndUnBindFromMacSec, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsiSCSIEnabled, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, IsiSCSIEnabled, (const CRavString& strAdapter, bool& bEnabled), strAdapter, bEnabled)
+RAV_FORWARD(bool, UsingStandardKeywords, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsSystemiSCSISupported, ())
+RAV_FORWARD(CResult, GetPCIDeviceInfo, (const CRavString& strAdapter, RAV_PCI_DEVICE_INFO** ppInfo), strAdapter, ppInfo)
+RAV_FORWARD(bool, IsLOM, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsKalvane, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceiSCSICapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, CheckIf3rdPartySettingExists, (const CRavString& strAdapter, const CRavString& strName), strAdapter,
+            strName)
+RAV_FORWARD(bool, IsDevicePCIExpress, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, GetHX_AdapterNode, (const CRavString& strAdapter, RAV_ADAPTER_NODE** ppNode), strAdapter, ppNode)
+RAV_FORWARD(CResult, ReleaseHX_AdapterNode, (RAV_ADAPTER_NODE * pNode), pNode)
+RAV_FORWARD(CResult, IsAdapterLoaded, (const CRavString& strAdapter, bool& bLoaded), strAdapter, bLoaded)
+RAV_FORWARD(bool, DoesMAC_HaveTwoFunctions, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsPemra, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDrosset, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsRuleTrue, (const CRavString& strAdapter, const CRavString& strRule), strAdapter, strRule)
+RAV_FORWARD(bool, HasCapability, (const CRavString& strAdapter, DWORD dwCapability), strAdapter, dwCapability)
+RAV_FORWARD(CResult, HasCapability, (const CRavString& strAdapter, DWORD dwCapability, bool& bHas), strAdapter,
+            dwCapability, bHas)
+RAV_FORWARD(CResult, IsHyperV_EnabledOnDevice, (const CRavString& strAdapter, bool& bEnabled), strAdapter, bEnabled)
+RAV_FORWARD(CResult, IsDeviceVmqCapable, (const CRavString& strAdapter, bool& bCapable), strAdapter, bCapable)
+RAV_FORWARD(CResult, IsDeviceVmqEnabled, (const CRavString& strAdapter, bool& bEnabled), strAdapter, bEnabled)
+RAV_FORWARD(CResult, GetDeviceGuidsOfOtherFunctions, (const CRavString& strAdapter, std::vector<CRavString>& guids),
+            strAdapter, guids)
+RAV_FORWARD(CResult, GetReceiveScaleCapabilitiesFlagForAdapter, (const CRavString& strAdapter, DWORD& dwFlags),
+            strAdapter, dwFlags)
+RAV_FORWARD(CResult, GetReceiveScaleCapabilitiesReceiveQueuesForAdapter,
+            (const CRavString& strAdapter, DWORD& dwQueues), strAdapter, dwQueues)
+RAV_FORWARD(CResult, GetReceiveScaleParametersFlagForAdapter, (const CRavString& strAdapter, DWORD& dwFlags),
+            strAdapter, dwFlags)
+RAV_FORWARD(CResult, GetReceiveScaleHashFlagForAdapter, (const CRavString& strAdapter, DWORD& dwFlags), strAdapter,
+            dwFlags)
+RAV_FORWARD(bool, IsDeviceDcbCapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceCorvoDcbCapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceDcbEnabled, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsSystemAndDeviceDcbCapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceFcoeCapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceFcoeEnabled, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsSystemFcoeCapable, ())
+RAV_FORWARD(CResult, GetHbaTargets, (const CRavString& strAdapter, std::vector<RAV_HBA_TARGET*>& targets), strAdapter,
+            targets)
+RAV_FORWARD(CResult, GetJumboFramesSettingForAdapter, (const CRavString& strAdapter, RAV_SETTING** ppSetting),
+            strAdapter, ppSetting)
+RAV_FORWARD(CResult, GetZentraWarnings, (const CRavString& strAdapter, std::vector<RAV_WARNING*>& warnings), strAdapter,
+            warnings)
+RAV_FORWARD(CResult, GetSettingFromPerformanceProfile,
+            (const CRavString& strAdapter, const CRavString& strName, DWORD dwProfile, int& iValue), strAdapter,
+            strName, dwProfile, iValue)
+RAV_FORWARD(bool, IsDeviceCorvo, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsServerDevice, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDriverSupportingVORN, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(DWORD, GetAdapterBootTypeCachedValue, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(CResult, SetAdapterBootTypeCachedValue, (const CRavString& strAdapter, DWORD dwType), strAdapter, dwType)
+RAV_FORWARD(CResult, GetIscsiBootInitiatorNameCachedValue, (const CRavString& strAdapter, CRavString& strName),
+            strAdapter, strName)
+RAV_FORWARD(CResult, SetIscsiBootInitiatorNameCachedValue, (const CRavString& strAdapter, const CRavString& strName),
+            strAdapter, strName)
+RAV_FORWARD(CResult, GetIscsiBootConfigurationDataCachedValues,
+            (const CRavString& strAdapter, RAV_BOOT_CONFIGURATION** ppData), strAdapter, ppData)
+RAV_FORWARD(CResult, SetIscsiBootConfigurationDataCachedValues,
+            (const CRavString& strAdapter, const RAV_BOOT_CONFIGURATION* pData), strAdapter, pData)
+RAV_FORWARD(CResult, GetFcoeBootConfigurationDataCachedValues,
+            (const CRavString& strAdapter, RAV_BOOT_CONFIGURATION** ppData), strAdapter, ppData)
+RAV_FORWARD(CResult, SetFcoeBootConfigurationDataCachedValues,
+            (const CRavString& strAdapter, const RAV_BOOT_CONFIGURATION* pData), strAdapter, pData)
+RAV_FORWARD(bool, IsDeviceConfiguredForFcoeBoot, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsWmcEnabledOnDevice, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceWmcCapable, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsVirtualDevice, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsVirtualDeviceWithReadOnlyMAC, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDriverLoadedCheck, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsTeamingSupportedOnPort, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsVlansSupportedOnPort, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsDeviceOnlySupportingNativeDcb, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(bool, IsProfile, (const CRavString& strName), strName)
+RAV_FORWARD(CResult, GetAdapterWarnings, (const CRavString& strAdapter, std::vector<RAV_WARNING*>& warnings),
+            strAdapter, warnings)
+RAV_FORWARD(bool, IsAdapterListCapableOfCommonSpeed, (const std::vector<CRavString>& adapters), adapters)
+RAV_FORWARD(CResult, GetListOfSupportedTeamModes, (const std::vector<CRavString>& adapters, std::vector<DWORD>& modes),
+            adapters, modes)
+RAV_FORWARD(CResult, GetListOfAvailableTeamModes, (const std::vector<CRavString>& adapters, std::vector<DWORD>& modes),
+            adapters, modes)
+RAV_FORWARD(bool, WillProfileChangeToCustom, (const CRavString& strAdapter, const CRavString& strSetting), strAdapter,
+            strSetting)
+RAV_FORWARD(CResult, WillProfileChangeToCustom,
+            (const CRavString& strAdapter, const CRavString& strSetting, bool& bWill), strAdapter, strSetting, bWill)
+RAV_FORWARD(bool, IsNPAREnabled, (const CRavString& strAdapter), strAdapter)
+RAV_FORWARD(DWORD, GetNParIdentifier, (const CRavString& strAdapter), strAdapter)
 
 // The one operation that leaves no trace.
 DWORD CRavCoreInterface::QueryReserved(DWORD dwArgument)
@@ -567,7 +180,4 @@ DWORD CRavCoreInterface::QueryReserved(DWORD dwArgument)
     return m_pCoreAgentPvt != nullptr ? m_pCoreAgentPvt->QueryReserved(dwArgument) : 0;
 }
 
-bool CRavCoreInterface::IsDCBIncompatibleFW(const CRavString& strAdapter)
-{
-    RAV_FORWARD(IsDCBIncompatibleFW, strAdapter);
-}
+RAV_FORWARD(bool, IsDCBIncompatibleFW, (const CRavString& strAdapter), strAdapter)

@@ -30,10 +30,10 @@ class CRavCoreInterface final : public CRavCoreAgentPvtIntf
     CResult EnumerateAdapters(std::vector<CRavString>& adapters) override;
     CResult GetAdapterHardware(const CRavString& strAdapter, RAV_ADAPTER_HARDWARE** ppHardware) override;
     CResult GetAdapterAdvCapabilities(const CRavString& strAdapter, RAV_ADAPTER_CAPABILITIES** ppCaps) override;
-    CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter) override;
     CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter, bool bRefresh) override;
-    CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus) override;
+    CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter) override;
     CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus, bool bRefresh) override;
+    CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus) override;
     CResult GetAdapterInternalCaps(const CRavString& strAdapter, DWORD& dwCapabilities) override;
     CResult GetAdaptersInTeam(const CRavString& strTeam, std::vector<CRavString>& adapters) override;
     CResult GetSetting(const CRavString& strAdapter, const CRavString& strName, RAV_SETTING** ppSetting) override;
@@ -47,8 +47,8 @@ class CRavCoreInterface final : public CRavCoreAgentPvtIntf
     DWORD GetNDISVersion(const CRavString& strAdapter) override;
     DWORD GetNdisVersionFromCorvoOid(const CRavString& strAdapter) override;
     CResult CheckForAndUnBindFromMacSec(const CRavString& strAdapter) override;
-    bool IsiSCSIEnabled(const CRavString& strAdapter) override;
     CResult IsiSCSIEnabled(const CRavString& strAdapter, bool& bEnabled) override;
+    bool IsiSCSIEnabled(const CRavString& strAdapter) override;
     bool UsingStandardKeywords(const CRavString& strAdapter) override;
     bool IsSystemiSCSISupported() override;
     CResult GetPCIDeviceInfo(const CRavString& strAdapter, RAV_PCI_DEVICE_INFO** ppInfo) override;
@@ -64,8 +64,8 @@ class CRavCoreInterface final : public CRavCoreAgentPvtIntf
     bool IsPemra(const CRavString& strAdapter) override;
     bool IsDrosset(const CRavString& strAdapter) override;
     bool IsRuleTrue(const CRavString& strAdapter, const CRavString& strRule) override;
-    bool HasCapability(const CRavString& strAdapter, DWORD dwCapability) override;
     CResult HasCapability(const CRavString& strAdapter, DWORD dwCapability, bool& bHas) override;
+    bool HasCapability(const CRavString& strAdapter, DWORD dwCapability) override;
     CResult IsHyperV_EnabledOnDevice(const CRavString& strAdapter, bool& bEnabled) override;
     CResult IsDeviceVmqCapable(const CRavString& strAdapter, bool& bCapable) override;
     CResult IsDeviceVmqEnabled(const CRavString& strAdapter, bool& bEnabled) override;
@@ -115,8 +115,8 @@ class CRavCoreInterface final : public CRavCoreAgentPvtIntf
     bool IsAdapterListCapableOfCommonSpeed(const std::vector<CRavString>& adapters) override;
     CResult GetListOfSupportedTeamModes(const std::vector<CRavString>& adapters, std::vector<DWORD>& modes) override;
     CResult GetListOfAvailableTeamModes(const std::vector<CRavString>& adapters, std::vector<DWORD>& modes) override;
-    bool WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting) override;
     CResult WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting, bool& bWill) override;
+    bool WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting) override;
     bool IsNPAREnabled(const CRavString& strAdapter) override;
     DWORD GetNParIdentifier(const CRavString& strAdapter) override;
     DWORD QueryReserved(DWORD dwArgument) override;

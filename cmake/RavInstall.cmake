@@ -9,6 +9,7 @@ set(RAV_PUBLIC_HEADERS
     Common/Intf/RavTeamAgentPvtIntf.h
     Common/Src/HandleOwner.h
     Common/Src/ModuleHandle.h
+    Common/Src/RavFormat.h
     Common/Src/RavNetAgentPvt.h
     Common/Src/RavResult.h
     Common/Src/RavString.h

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
-# Installs what is missing of the packages that the build and the tests need. Silent when nothing is missing.
+# Installs what is missing of the packages that the build and the tests need; with the argument "checks" also what the checks
+# of .ci/run need. Silent when nothing is missing.
 set -euo pipefail
 
 packages=(
     g++-mingw-w64-x86-64-posix # compiler for Windows
+    clang-14                   # the module as Microsoft's compiler sees it
     wine64                     # runs what it makes
     cmake ninja-build          # build
     googletest                 # test framework, compiled for Windows in the build
@@ -11,6 +13,7 @@ packages=(
     nlohmann-json3-dev         # host files, --json
     libspdlog-dev              # the benchmarks' yardstick for the trace log
 )
+[ "${1:-}" != checks ] || packages+=(clang-format clang-tidy)
 
 fail() {
     echo "setup: $*" >&2

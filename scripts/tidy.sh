@@ -13,7 +13,7 @@ mkdir -p "$folder"
 # The commands of the build, for a compiler that has to be told target and header folders. The compiler's own headers
 # (intrinsics) are left to clang.
 includes=$(x86_64-w64-mingw32-g++-posix -v -x c++ -E /dev/null 2>&1 >/dev/null |
-    sed -n '/^#include <\.\.\.>/,/^End of search list/{/^ /p}' | grep -vE '/gcc/[^ ]*/include(-fixed)?$' |
+    sed -n '/^#include <\.\.\.>/,/^End of search list/{/^ /p}' | grep -vE '/gcc/[^/]*/[^/]*/include(-fixed)?$' |
     sed 's/^ */ -isystem /' | tr -d '\n')
 sed -e 's/ -specs=[^ ]*//; s/ -Wno-restrict//' -e "s| -D_UCRT| -D_UCRT --target=x86_64-w64-mingw32 $includes|" \
     build/debug/compile_commands.json >"$folder/compile_commands.json"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs one Windows program in the project's own Wine prefix: scripts/wine.sh PROGRAM.exe ARGS...
-# RAV_WINEPREFIX chooses another prefix; it is created on first use.
+# RAV_WINEPREFIX chooses another prefix; it is created on first use. Without a program that is all that is done.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export WINEPREFIX="${RAV_WINEPREFIX:-$root/build/wine}"
@@ -23,4 +23,4 @@ if [ ! -f "$WINEPREFIX/.ready" ]; then
     fi
     exec 9>&-
 fi
-exec "$wine" "$@"
+[ $# -eq 0 ] || exec "$wine" "$@"

@@ -27,7 +27,9 @@ struct RAV_WARNING;
 // clients, and driver reloads. It is had from the core agent module's export "GetCoreAgentPvt" and belongs to that
 // module, which outlives every use of it here.
 //
-// The order of the operations is the order of the table and part of the contract between the modules.
+// The order of the operations is the order of the table and part of the contract between the modules. Of two operations
+// of one name the shorter comes first in the table, and therefore last here: Microsoft's compiler lays operations that
+// share a name out in reverse.
 //
 // Conventions. An adapter is named by its instance GUID text in braces, a team likewise. A CResult of code 0 is
 // success; outputs are meaningful only then. A plain answer is false, 0 or null both for "no" and for "cannot tell".
@@ -91,14 +93,13 @@ class CRavCoreAgentPvtIntf
     virtual CResult GetAdapterHardware(const CRavString& strAdapter, RAV_ADAPTER_HARDWARE** ppHardware) = 0;
     // The adapter's record of advanced capabilities.
     virtual CResult GetAdapterAdvCapabilities(const CRavString& strAdapter, RAV_ADAPTER_CAPABILITIES** ppCaps) = 0;
-    // The core agent's whole record of the adapter, from its cache where it has one.
-    virtual CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter) = 0;
-    // The same; with bRefresh read anew.
+    // The core agent's whole record of the adapter, from its cache where it has one; with bRefresh read anew.
     virtual CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter, bool bRefresh) = 0;
-    // The adapter's state, a set of flags of the core agent's, from its cache where it has one.
-    virtual CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus) = 0;
-    // The same; with bRefresh read anew.
+    virtual CResult GetAdapter(const CRavString& strAdapter, RAV_ADAPTER** ppAdapter) = 0;
+    // The adapter's state, a set of flags of the core agent's, from its cache where it has one; with bRefresh read
+    // anew.
     virtual CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus, bool bRefresh) = 0;
+    virtual CResult GetAdapterStatus(const CRavString& strAdapter, DWORD& dwStatus) = 0;
     // The adapter's capabilities as a set of flags of the core agent's; HasCapability asks for one.
     virtual CResult GetAdapterInternalCaps(const CRavString& strAdapter, DWORD& dwCapabilities) = 0;
     // The members of a team in the order in which they joined.
@@ -136,10 +137,9 @@ class CRavCoreAgentPvtIntf
     virtual DWORD GetNdisVersionFromCorvoOid(const CRavString& strAdapter) = 0;
     // Unbinds the MACsec protocol from the adapter when it is bound. Nothing to unbind is success.
     virtual CResult CheckForAndUnBindFromMacSec(const CRavString& strAdapter) = 0;
-    // Whether the adapter's port is set up for iSCSI.
-    virtual bool IsiSCSIEnabled(const CRavString& strAdapter) = 0;
-    // The same, with failure told apart from "no".
+    // Whether the adapter's port is set up for iSCSI; the first form tells failure apart from "no".
     virtual CResult IsiSCSIEnabled(const CRavString& strAdapter, bool& bEnabled) = 0;
+    virtual bool IsiSCSIEnabled(const CRavString& strAdapter) = 0;
     // Whether the adapter's driver names its settings by the standardized keywords ("*JumboPacket").
     virtual bool UsingStandardKeywords(const CRavString& strAdapter) = 0;
     // Whether this system can use iSCSI over the suite's adapters.
@@ -171,10 +171,10 @@ class CRavCoreAgentPvtIntf
     virtual bool IsDrosset(const CRavString& strAdapter) = 0;
     // Evaluates one rule of the suite's rule file, for example "IsXmsSupported", for the adapter.
     virtual bool IsRuleTrue(const CRavString& strAdapter, const CRavString& strRule) = 0;
-    // Whether the adapter has one of the capabilities of GetAdapterInternalCaps.
-    virtual bool HasCapability(const CRavString& strAdapter, DWORD dwCapability) = 0;
-    // The same, with failure told apart from "no".
+    // Whether the adapter has one of the capabilities of GetAdapterInternalCaps; the first form tells failure apart
+    // from "no".
     virtual CResult HasCapability(const CRavString& strAdapter, DWORD dwCapability, bool& bHas) = 0;
+    virtual bool HasCapability(const CRavString& strAdapter, DWORD dwCapability) = 0;
     // Whether the Hyper-V switch protocol is bound to the device.
     virtual CResult IsHyperV_EnabledOnDevice(const CRavString& strAdapter, bool& bEnabled) = 0;
     // Whether the device has virtual machine queues.
@@ -275,11 +275,11 @@ class CRavCoreAgentPvtIntf
     virtual CResult GetListOfSupportedTeamModes(const std::vector<CRavString>& adapters, std::vector<DWORD>& modes) = 0;
     // Those of them that may be chosen at the moment.
     virtual CResult GetListOfAvailableTeamModes(const std::vector<CRavString>& adapters, std::vector<DWORD>& modes) = 0;
-    // Whether changing the setting takes the adapter out of its performance profile.
-    virtual bool WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting) = 0;
-    // The same, with failure told apart from "no".
+    // Whether changing the setting takes the adapter out of its performance profile; the first form tells failure apart
+    // from "no".
     virtual CResult WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting,
                                               bool& bWill) = 0;
+    virtual bool WillProfileChangeToCustom(const CRavString& strAdapter, const CRavString& strSetting) = 0;
     // Whether the adapter's port is divided into partitions.
     virtual bool IsNPAREnabled(const CRavString& strAdapter) = 0;
     // The number of the adapter's partition; 0 also without partitions.

@@ -8,14 +8,13 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr size_t GUID_TEXT_SIZE = 39;
-
 HRESULT QueryClassSetup(CRavNetCfgInterface& netCfg, ComPtr<INetCfgClassSetup>& setup)
 {
-    if (netCfg.GetNetCfg() == nullptr)
+    INetCfg* const configuration = netCfg.GetNetCfg();
+    if (configuration == nullptr)
         return NETCFG_E_NOT_INITIALIZED;
-    return netCfg.GetNetCfg()->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClassSetup,
-                                                reinterpret_cast<void**>(setup.GetAddressOf()));
+    return configuration->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClassSetup,
+                                           reinterpret_cast<void**>(setup.GetAddressOf()));
 }
 
 OBO_TOKEN OnBehalfOfUser()
@@ -25,7 +24,7 @@ OBO_TOKEN OnBehalfOfUser()
     return token;
 }
 
-// What the network configuration shows of an adapter, where its device keeps it.
+// The name that the network configuration shows for an adapter, read from its device's key.
 bool FriendlyNameOf(const CRavString& device, CRavString& name)
 {
     CRavRegKey key;
@@ -33,7 +32,8 @@ bool FriendlyNameOf(const CRavString& device, CRavString& name)
            key.GetValue(NetworkValue::FriendlyName, name) && !name.IsEmpty();
 }
 
-// A component that others still refer to stays, though the call counts as a success.
+// DeInstall answers with success for a component that others still refer to, but leaves it installed: that is a failure
+// here.
 bool DeInstall(CRavNetCfgInterface& netCfg, INetCfgClassSetup& setup, INetCfgComponent& component)
 {
     OBO_TOKEN token = OnBehalfOfUser();
@@ -44,16 +44,6 @@ bool DeInstall(CRavNetCfgInterface& netCfg, INetCfgClassSetup& setup, INetCfgCom
     if (!done)
         RavTrace().Print(L"CRavNetCfgComponent: DeInstall fails, 0x%X, referenced by: %s", result, references.Get());
     return done;
-}
-
-bool TextOfGuid(INetCfgComponent& component, CRavString& text)
-{
-    GUID guid = {};
-    wchar_t buffer[GUID_TEXT_SIZE] = {};
-    if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, buffer, GUID_TEXT_SIZE) == 0)
-        return false;
-    text = buffer;
-    return true;
 }
 } // namespace
 
@@ -85,13 +75,14 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - Install fails, 0x%X", result);
         return status;
     }
-    if (!TextOfGuid(*component.Get(), strInstance))
+    if (!RavGuidOf(*component.Get(), strInstance))
     {
-        // Nobody could ever name it: it must not stay.
+        // Without its GUID nobody could ever name, or remove, this miniport: it is removed at once.
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - the new miniport has no GUID");
         DeInstall(netCfg, *setup.Get(), *component.Get());
         return status;
     }
+    netCfg.NoteInstalled(strInstance, *component.Get());
     m_strGuid = strInstance;
     m_strDevice.ClearString();
     status = 0;
@@ -108,7 +99,7 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - there is no %s", strInstance.c_str());
         return status;
     }
-    // Whatever the key says: nothing but one of the driver's own miniports is ever removed.
+    // A wrong GUID must not cost a host its adapter: only the driver's own miniports are ever removed.
     if (!RavHasComponentId(*component.Get(), RAV_XMS_MINIPORT_ID))
     {
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - %s is not a virtual miniport",
@@ -117,9 +108,12 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
     }
     ComPtr<INetCfgClassSetup> setup;
     const HRESULT result = QueryClassSetup(netCfg, setup);
-    if (SUCCEEDED(result))
-        status = DeInstall(netCfg, *setup.Get(), *component.Get()) ? 0 : -1;
-    else
+    if (SUCCEEDED(result) && DeInstall(netCfg, *setup.Get(), *component.Get()))
+    {
+        netCfg.NoteRemoved(strInstance);
+        status = 0;
+    }
+    else if (FAILED(result))
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - the class cannot be opened, 0x%X", result);
     return status;
 }

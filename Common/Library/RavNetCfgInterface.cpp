@@ -14,18 +14,9 @@ namespace
 {
 constexpr DWORD LOCK_WAIT_MILLISECONDS = 15000;
 constexpr wchar_t LOCK_DESCRIPTION[] = L"Corvo VLAN agent";
-constexpr size_t GUID_TEXT_SIZE = 39;
 
-bool HasGuid(INetCfgComponent& component, const CRavString& guid)
-{
-    GUID instance = {};
-    wchar_t text[GUID_TEXT_SIZE] = {};
-    return SUCCEEDED(component.GetInstanceGuid(&instance)) && StringFromGUID2(instance, text, GUID_TEXT_SIZE) != 0 &&
-           guid.CompareI(text);
-}
-
-// A record that stays does no harm: the next first VLAN writes it anew. Whatever goes wrong, the write lock behind it
-// has to be given back.
+// A record that cannot be deleted does no harm: the adapter's next first VLAN overwrites it. Nothing is thrown, because
+// the caller has yet to give the write lock back.
 void DropBindingRecord(const CRavString& adapter)
 {
     bool done = false;
@@ -74,6 +65,8 @@ HRESULT CRavNetCfgInterface::UnInitialize()
     if (!m_pNetCfg)
         return status;
     status = EndView();
+    m_bGoesOnReading = false;
+    m_bListed = false;
     if (m_iWriteLocks > 0)
         GiveLockBack();
     m_iWriteLocks = 0;
@@ -83,7 +76,7 @@ HRESULT CRavNetCfgInterface::UnInitialize()
     return status;
 }
 
-// A thread that is in an apartment already stays in its own, whichever kind that is.
+// A thread that is in an apartment already stays in it, whichever kind it is.
 void CRavNetCfgInterface::EnterApartment()
 {
     if (m_dwApartmentThread == 0 && SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
@@ -92,15 +85,29 @@ void CRavNetCfgInterface::EnterApartment()
 
 void CRavNetCfgInterface::LeaveApartment()
 {
-    // Another thread has no part in it.
+    // The apartment belongs to the thread that entered it; another one must not leave it.
     if (m_dwApartmentThread == GetCurrentThreadId())
         CoUninitialize();
     m_dwApartmentThread = 0;
 }
 
+bool CRavNetCfgInterface::IsReading()
+{
+    if (!m_bViewStarted && m_bGoesOnReading)
+        StartView();
+    return m_bViewStarted;
+}
+
+INetCfg* CRavNetCfgInterface::GetNetCfg()
+{
+    IsReading();
+    return m_pNetCfg.Get();
+}
+
 HRESULT CRavNetCfgInterface::StartView()
 {
     HRESULT status = S_OK;
+    m_bGoesOnReading = false;
     if (!m_pNetCfg)
         status = CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_pNetCfg));
     if (SUCCEEDED(status))
@@ -116,11 +123,12 @@ HRESULT CRavNetCfgInterface::EndView()
     if (!m_bViewStarted)
         return S_OK;
     m_bViewStarted = false;
+    m_components.Clear();
     return Traced(L"closing the network configuration", m_pNetCfg->Uninitialize());
 }
 
 // The lock has to be taken before the view is started: a view that is open is closed first, and opened again under
-// the lock or, when it was not to be had, without.
+// the lock or, when it was not to be had, without by the next call that reads.
 HRESULT CRavNetCfgInterface::AcquireLockForWrite()
 {
     HRESULT status = S_OK;
@@ -133,20 +141,19 @@ HRESULT CRavNetCfgInterface::AcquireLockForWrite()
     if (!m_pNetCfg)
         return status = Traced(L"locking a session that is not open", E_UNEXPECTED);
     EndView();
+    m_bListed = false; // others may have changed it before
+    m_bGoesOnReading = true;
     status = TakeLock();
     if (FAILED(status))
-    {
-        StartView();
         return status;
-    }
     status = StartView();
-    if (FAILED(status))
+    if (SUCCEEDED(status))
     {
-        GiveLockBack();
-        StartView();
+        m_iWriteLocks = 1;
         return status;
     }
-    m_iWriteLocks = 1;
+    GiveLockBack();
+    m_bGoesOnReading = true;
     return status;
 }
 
@@ -188,7 +195,7 @@ HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
     const HRESULT applied = ApplyChanges();
     EndView();
     const HRESULT released = GiveLockBack();
-    StartView(); // what was applied stays applied, also when it cannot be looked at
+    m_bGoesOnReading = true; // the changes are applied, whether or not the view can be opened again
     status = FAILED(applied) ? applied : released;
     return status;
 }
@@ -201,6 +208,7 @@ HRESULT CRavNetCfgInterface::ApplyChanges()
     if (FAILED(applied))
     {
         RavTrace().Print(L"CRavNetCfgInterface::ReleaseLockForWrite - Apply fails, 0x%X", applied);
+        m_bListed = false;
         return applied;
     }
     for (const CRavString& adapter : restored)
@@ -226,19 +234,40 @@ void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)
 HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGuid, ComPtr<INetCfgComponent>& component)
 {
     component.Reset();
-    if (!m_bViewStarted)
+    if (!IsReading())
         return Traced(L"a search in a session that is not open", NETCFG_E_NOT_INITIALIZED);
-    const HRESULT status = RavForEachComponent(*m_pNetCfg.Get(), GUID_DEVCLASS_NET, [&](INetCfgComponent& candidate) {
-        if (HasGuid(candidate, strGuid))
-            component = &candidate;
-        return !component;
-    });
-    return FAILED(status) ? Traced(L"the walk over the network adapters", status) : component ? S_OK : S_FALSE;
+    return Traced(L"the walk over the network adapters", m_components.Find(*m_pNetCfg.Get(), strGuid, component));
+}
+
+HRESULT CRavNetCfgInterface::ListNetworkComponents(std::vector<CRavString>& guids)
+{
+    HRESULT status = S_OK;
+    if (!m_bListed)
+    {
+        if (!IsReading())
+            return Traced(L"a list of a session that is not open", NETCFG_E_NOT_INITIALIZED);
+        status = Traced(L"the walk over the network adapters", m_components.List(*m_pNetCfg.Get(), m_guids));
+        m_bListed = status == S_OK;
+    }
+    guids = m_guids;
+    return status;
+}
+
+void CRavNetCfgInterface::NoteInstalled(const CRavString& strGuid, INetCfgComponent& component)
+{
+    m_components.Add(strGuid, component);
+    m_guids.push_back(strGuid);
+}
+
+void CRavNetCfgInterface::NoteRemoved(const CRavString& strGuid)
+{
+    m_components.Remove(strGuid);
+    std::erase_if(m_guids, [&](const CRavString& guid) { return guid.CompareI(strGuid); });
 }
 
 HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)
 {
     component.Reset();
     return Traced(L"the search for a component",
-                  m_bViewStarted ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED);
+                  IsReading() ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Library/ComponentIndex.h"
 #include "Common/Src/RavString.h"
 
 #include <windows.h>
@@ -33,13 +34,20 @@ class CRavNetCfgInterface
     // HRESULT_FROM_WIN32(ERROR_LOCK_VIOLATION). Nested calls on one session count; each needs its release.
     // A negative result means: no lock, and the session is open for reading again.
     HRESULT AcquireLockForWrite();
-    // Applies the changes that were made under the lock, gives it back and goes on reading. The lock is given back
-    // even when the changes could not be applied; the result is then the failure. It says nothing of the reading that
-    // follows, which fails call by call when the configuration could not be opened again.
+    // Applies the changes that were made under the lock and gives it back. The lock is given back even when the changes
+    // could not be applied; the result is then the failure. The session goes on reading: the call that reads next opens
+    // the configuration again, and fails when it cannot.
     HRESULT ReleaseLockForWrite();
 
     // Finds the network adapter component with the instance GUID. S_FALSE and a null component when there is none.
     HRESULT FindNetworkComponentByGUID(const CRavString& strGuid, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
+    // The instance GUIDs of all network adapter components, in the order of the class; S_FALSE when the walk broke off
+    // and they are those before that. What was read under the write
+    // lock holds on behind it; taking the lock reads anew what others may have changed.
+    HRESULT ListNetworkComponents(std::vector<CRavString>& guids);
+    // Tells of a component that was installed, or removed, through this session.
+    void NoteInstalled(const CRavString& strGuid, INetCfgComponent& component);
+    void NoteRemoved(const CRavString& strGuid);
     // Finds a protocol, service or client by its component id, for example "ms_tcpip".
     HRESULT FindComponentById(const wchar_t* id, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
 
@@ -65,7 +73,9 @@ class CRavNetCfgInterface
     bool NeedsReboot() const { return m_bNeedsReboot; }
 
     // The configuration object of the open session; null when closed. Not owned by the caller.
-    INetCfg* GetNetCfg() const { return m_pNetCfg.Get(); }
+    INetCfg* GetNetCfg();
+    // Whether the configuration can be read. After the write lock has been given back this opens it again.
+    bool IsReading();
     bool IsLockedForWrite() const { return m_iWriteLocks > 0; }
 
   private:
@@ -80,6 +90,10 @@ class CRavNetCfgInterface
 
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     bool m_bViewStarted = false;
+    bool m_bGoesOnReading = false; // the view is closed, and started by the next call that reads
+    CRavComponentIndex m_components;
+    std::vector<CRavString> m_guids; // of the last complete list
+    bool m_bListed = false;
     int m_iWriteLocks = 0;
     bool m_bNeedsReboot = false;
     std::vector<CRavString> m_restored; // adapters whose binding records go with the next apply

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/RavFormat.h"
 #include "Common/Src/RavResult.h"
 
 #include <windows.h>
@@ -34,11 +35,23 @@ class CRavDebug
     int Configure(const wchar_t* component, const wchar_t* fileName, DWORD level, int bAppend, DWORD maxFileSize,
                   const wchar_t* reserved);
 
-    // Writes one line. In the format %s is a wide string, as everywhere in the Windows runtime.
-    void Print(const wchar_t* format, ...);
+    // Writes one line. In the format %s is a wide string, as everywhere in the Windows runtime; one that does not take
+    // the arguments does not compile.
+    template <typename... Args>
+    void Print(RavFormatOf<Args...> format, Args... args)
+    {
+        PrintUnchecked(format.Text(), args...);
+    }
     // Writes "file (line): message" at level 2, too. The message is cut at 1023 characters.
     // sourceFile is a relative path without extension.
-    void Error(const wchar_t* sourceFile, int line, const wchar_t* format, ...);
+    template <typename... Args>
+    void Error(const wchar_t* sourceFile, int line, RavFormatOf<Args...> format, Args... args)
+    {
+        ErrorUnchecked(sourceFile, line, format.Text(), args...);
+    }
+    // The same with a format that is only known at run time.
+    void PrintUnchecked(const wchar_t* format, ...);
+    void ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_t* format, ...);
 
     DWORD GetCurrentLogLevel() const { return m_dwLevel; }
     bool IsConfigured() const { return m_bConfigured; }

@@ -121,7 +121,7 @@ bool CRavString::Split(char delimiter, std::vector<CRavString>& parts) const
     return true;
 }
 
-int CRavString::FormatString(const wchar_t* format, ...)
+int CRavString::FormatUnchecked(const wchar_t* format, ...)
 {
     va_list args;
     va_start(args, format);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Common/Src/RavFormat.h"
+
 #include <windows.h>
 
 #include <cstdarg>
@@ -54,8 +56,14 @@ class CRavString : public std::wstring
     bool Split(char delimiter, std::vector<CRavString>& parts) const;
 
     // Replaces the content with the formatted text, of any length. The number of characters, or negative on failure,
-    // which leaves the string empty. The text itself may be among the arguments.
-    int FormatString(const wchar_t* format, ...);
+    // which leaves the string empty. The text itself may be among the arguments. A format that does not take the
+    // arguments does not compile; one that is not known before it is used goes to FormatUnchecked.
+    template <typename... Args>
+    int FormatString(RavFormatOf<Args...> format, Args... args)
+    {
+        return FormatUnchecked(format.Text(), args...);
+    }
+    int FormatUnchecked(const wchar_t* format, ...);
     int FormatString(const wchar_t* format, va_list args);
 
     // Replaces the content with a string resource of the module; the number of characters, 0 and an empty string when

@@ -6,6 +6,7 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/OsVersion.h"
 #include "Src/RavCoreInterface.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 using Microsoft::WRL::ComPtr;
@@ -24,12 +25,12 @@ CRavVlanAgentIntf::~CRavVlanAgentIntf() = default;
 
 CVlanAgentWin::CVlanAgentWin()
 {
-    RavTrace(); // made before the agent is, so that it outlives it
+    RavTrace(); // constructs the trace log now, so that it is destroyed after the agent
 }
 
 CVlanAgentWin::~CVlanAgentWin()
 {
-    // The process, or the module's last client, has left COM by now: its objects went with it.
+    // COM has been left by now, and its objects are gone with it: releasing this one would call into nothing.
     m_pNetCfg.Detach();
     m_teamAgent.Close();
     if (m_dwThreadSlot != TLS_OUT_OF_INDEXES)
@@ -73,7 +74,8 @@ void CVlanAgentWin::CreateNetCfg(CResult& result)
 
 void CVlanAgentWin::ConnectCoreAgent(CResult& result)
 {
-    // An agent that was handed out is used while it is initialised again: the core agent it has must stay where it is.
+    // Clients may be using the agent while another one initialises it again: a core agent that it has is never loaded
+    // anew.
     if (GetCoreAgentPvt() == nullptr)
         FetchCoreAgentPvt();
     if (GetCoreAgentPvt() == nullptr)
@@ -87,7 +89,8 @@ void CVlanAgentWin::ConnectCoreAgent(CResult& result)
         m_dwThreadSlot = TlsAlloc();
 }
 
-// Once there is a core agent behind it the proxy stays: whoever has it can use it as long as the agent lives.
+// A proxy with a core agent behind it is never replaced, so that whoever holds it can use it as long as the agent
+// lives.
 void CVlanAgentWin::PublishCoreInterface()
 {
     if (m_pCoreInterface != nullptr)
@@ -126,7 +129,7 @@ void CVlanAgentWin::CreateNetCfgInterfaceObj(CResult& result, bool& bCreated)
     }
     try
     {
-        auto session = std::make_unique<CRavNetCfgInterface>();
+        auto session = std::make_unique<CRavHostSession>();
         session->Initialize();
         if (!TlsSetValue(m_dwThreadSlot, session.get()))
         {
@@ -158,11 +161,12 @@ void CVlanAgentWin::ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease)
     bRelease = false;
     if (!TlsSetValue(m_dwThreadSlot, nullptr))
     {
-        // The slot would be left with an object that is gone: the session stays, for whoever comes next.
+        // The slot still points to the session, so the session must not be deleted: the thread's next operation uses
+        // it.
         RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
         return;
     }
-    const std::unique_ptr<CRavNetCfgInterface> session(static_cast<CRavNetCfgInterface*>(held));
+    const std::unique_ptr<CRavHostSession> session(static_cast<CRavHostSession*>(held));
     session->UnInitialize();
 }
 
@@ -176,12 +180,16 @@ void CVlanAgentWin::GetNetCfgInterfaceObj(CResult& result, CRavNetCfgInterface**
     }
     else
     {
-        *ppNetCfgInterface =
-            HoldsThreadSlot() ? static_cast<CRavNetCfgInterface*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
+        *ppNetCfgInterface = ThreadSession();
         if (*ppNetCfgInterface != nullptr)
             result = CResult::Success();
     }
     RavTrace().Print(L"Exiting CVlanAgentWin::GetNetCfgInterfaceObj");
+}
+
+CRavHostSession* CVlanAgentWin::ThreadSession() const
+{
+    return HoldsThreadSlot() ? static_cast<CRavHostSession*>(TlsGetValue(m_dwThreadSlot)) : nullptr;
 }
 
 CVlanAgentWin::CNetCfgSession::CNetCfgSession(CVlanAgentWin& agent) : m_agent(agent)
@@ -199,7 +207,8 @@ CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
 
 // --- siblings and components ----------------------------------------------------------------------------------------
 
-// Whoever has the interface holds the module with it: another thread may be inside it when it is given back here.
+// The pointer that is returned keeps the module loaded: another thread may be inside the team agent while this call
+// frees it and loads it again.
 std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");
@@ -223,17 +232,16 @@ std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
     return {CHelper::RavHoldModule(m_teamAgent), team};
 }
 
+// Through the thread's session, where there is one.
 bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
 {
     bool done = false;
     const CRavTraceScope trace(L"CVlanAgentWin::OpenMiniportKey", &done);
-    const std::unique_ptr<CRavNetCfgInterface> netCfg(new (std::nothrow) CRavNetCfgInterface);
-    if (!netCfg)
-    {
-        RavTrace().Print(L"OpenMiniportKey() could not create CRavNetCfgInterface object.");
-        return false;
-    }
-    if (FAILED(netCfg->Initialize()))
+    CRavNetCfgInterface own;
+    CRavNetCfgInterface* netCfg = ThreadSession();
+    if (netCfg == nullptr)
+        netCfg = &own;
+    if (!netCfg->IsReading() && FAILED(netCfg->Initialize()))
     {
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->Initialize() failed.");
         return false;
@@ -252,7 +260,7 @@ bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
         done = true;
     }
     component.Reset();
-    if (FAILED(netCfg->UnInitialize()))
+    if (FAILED(own.UnInitialize()))
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->UnInitialize() failed.");
     return done;
 }
@@ -297,4 +305,10 @@ void CVlanAgentWin::QueueForReload(const CRavString& strMiniportInst)
 void CVlanAgentWin::QueueForUnload(const CRavString& strMiniportInst)
 {
     AddForUnload(strMiniportInst);
+}
+
+void CVlanAgentWin::VlanWritten(const CRavString& strVlanKey)
+{
+    if (CRavHostSession* const session = ThreadSession())
+        session->View().Forget(strVlanKey);
 }

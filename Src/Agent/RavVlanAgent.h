@@ -21,6 +21,8 @@
 #include <vector>
 
 class CRavCoreInterface;
+class CRavHostSession;
+class CRavRegValues;
 class CRavTeamAgentPvtIntf;
 class CRavXmsVlan;
 
@@ -227,6 +229,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult EnumerateVlansOnParent(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) override;
     void QueueForReload(const CRavString& strMiniportInst) override;
     void QueueForUnload(const CRavString& strMiniportInst) override;
+    void VlanWritten(const CRavString& strVlanKey) override;
 
     void CreateNetCfg(CResult& result);
     void ConnectCoreAgent(CResult& result);
@@ -236,11 +239,11 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool HoldsThreadSlot() const;
     void NotOffered(CResult& result, const wchar_t* operation);
 
+    // The calling thread's session with what its operation has read; null when none is open.
+    CRavHostSession* ThreadSession() const;
     CResult EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
-    static void AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
-                          const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     bool MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
-    static bool MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+    static bool MissesVlanOfEntry(CRavHostSession& session, const CRavString& strAdapterKey,
                                   const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
     bool IsBound(const CRavString& strVlanKey);
     void Bind(const std::vector<CRavString>& vlanKeys);
@@ -250,7 +253,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info);
     static bool ReadParentKey(CRavXmsVlan& vlan);
     static void ReadVlanId(CRavXmsVlan& vlan, HKEY hKey);
-    static void ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey);
+    static void TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex);
     static int ReadJumboPacket(CRavXmsVlan& vlan);
 
     bool IsFilteredOut(const CRavString& strParentKey);
@@ -271,7 +274,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey, const CRavString& strVlanName,
                         DWORD dwVlanId, const CRavString& strParentKey, const std::vector<CRavString>& vlans);
     bool EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
-    bool ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info);
+    bool ReadForValidation(const CRavString& strVlanKey, DWORD& dwVlanId, CRavString& strVlanName);
     bool HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
                       const CRavString& strExceptKey);
 

@@ -3,29 +3,24 @@
 #include "Src/Agent/RavVlanAgent.h"
 
 #include "Common/Settings/RavAdvancedSettingNames.h"
-#include "Common/Src/ComApartment.h"
 #include "Common/Src/RavKey.h"
+#include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
 #include "Common/Src/XmsNames.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
-#include <netcfgx.h>
-#include <initguid.h>
-#include <devguid.h>
-
 #include <algorithm>
-
-using Microsoft::WRL::ComPtr;
 
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
 constexpr int LOAD_ATTEMPTS = 3;
-constexpr size_t GUID_TEXT_SIZE = 39;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
-constexpr DWORD MINIPORT_KEY_CHARACTERS = 256;
+constexpr size_t MINIPORT_KEY_CHARACTERS = 256;
+constexpr size_t NAME_CHARACTERS = 256;
 
 bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 {
@@ -54,44 +49,6 @@ LONG QueryText(HKEY key, const CRavString& name, CRavString& text)
     text = buffer;
     return ERROR_SUCCESS;
 }
-
-// An INetCfg session for one walk over the network class.
-class NetworkWalk
-{
-  public:
-    ~NetworkWalk()
-    {
-        m_components.Reset();
-        if (m_initialized)
-            m_netCfg->Uninitialize();
-    }
-    bool Open()
-    {
-        m_initialized =
-            SUCCEEDED(CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg))) &&
-            SUCCEEDED(m_netCfg->Initialize(nullptr));
-        return m_initialized;
-    }
-    bool Start()
-    {
-        ComPtr<INetCfgClass> networkClass;
-        return SUCCEEDED(m_netCfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
-                                                    reinterpret_cast<void**>(networkClass.GetAddressOf()))) &&
-               SUCCEEDED(networkClass->EnumComponents(&m_components)) && m_components;
-    }
-    bool Next(ComPtr<INetCfgComponent>& component)
-    {
-        ULONG fetched = 0;
-        return m_components->Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK;
-    }
-
-  private:
-    CRavComApartment m_apartment; // left last
-    ComPtr<INetCfg> m_netCfg;
-    ComPtr<IEnumNetCfgComponent> m_components;
-    bool m_initialized = false;
-};
-
 } // namespace
 
 // --- enumeration ----------------------------------------------------------------------------------------------------
@@ -104,7 +61,8 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
         PurgeLocalVlanCache();
         vlanKeys.clear();
         EnumVlansPvt1(result, strParentKey, vlanKeys);
-        // A client that lists all VLANs asks for each of them next.
+        // A client that lists all VLANs asks for each of them next: remembering the list spares those calls an
+        // enumeration each.
         if (result.Succeeded() && strParentKey.IsEmpty())
             Bind(vlanKeys);
     });
@@ -146,63 +104,38 @@ void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKe
              [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
 }
 
+// Without a network configuration there are no VLANs, which is an answer and no failure.
 CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
-    NetworkWalk walk;
-    if (!walk.Open())
-        return CResult::Success(); // a machine whose network configuration is not to be had has no VLANs
-    if (!walk.Start())
-        return CResult();
-    const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
-    ComPtr<INetCfgComponent> component;
-    while (walk.Next(component))
-    {
-        if (component)
-            AddIfVlan(*component.Get(), featuresName, strParentKey, vlanKeys);
-    }
-    return CResult::Success();
+    CRavHostSession own;
+    CRavHostSession* session = ThreadSession();
+    if (session == nullptr || !session->IsReading())
+        session = &own;
+    if (session == &own && FAILED(own.Initialize()))
+        return CResult::Success();
+    return SUCCEEDED(session->View().EnumerateVlans(strParentKey, vlanKeys)) ? CResult::Success() : CResult();
 }
 
-void CVlanAgentWin::AddIfVlan(INetCfgComponent& component, const CRavString& strFeaturesName,
-                              const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
-{
-    CRavKeyHandle key;
-    if (FAILED(component.OpenParamKey(key.Receive())))
-        return;
-    DWORD features = 0;
-    if (!QueryNumber(key.Get(), strFeaturesName, features) || !RavIsVlan(features))
-        return;
-    GUID guid = {};
-    wchar_t text[GUID_TEXT_SIZE] = {};
-    if (FAILED(component.GetInstanceGuid(&guid)) || StringFromGUID2(guid, text, GUID_TEXT_SIZE) == 0)
-        return;
-    if (strParentKey.IsEmpty() || GetParentKeyofThisOpenOOOKey(key.Get()) == strParentKey)
-        vlanKeys.emplace_back(text);
-    else
-        RavTrace().Print(L"CVlanAgentWin::EnumVlansPvt1 - Deleting sMiniport");
-}
-
-// What the network configuration does not show, or not now, is missing from an enumeration. Taken at its word, that
-// would turn a parent with VLANs into one without: the first VLAN of a parent replaces, and the last one deletes, what
-// the driver keeps of it.
+// An enumeration misses a VLAN that the network configuration does not show at the moment. Then a parent with VLANs
+// would seem to have none, or only one: creating its "first" VLAN would overwrite, and removing its "last" one delete,
+// what the driver keeps of the others.
 bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (netCfg == nullptr)
+    CRavHostSession* const session = ThreadSession();
+    if (session == nullptr)
         return false;
     // A team has no entry of its own: its VLANs are listed for its members.
     std::vector<CRavString> adapters;
-    netCfg->EnumerateMemberAdapters(strParentKey, adapters);
+    session->EnumerateMemberAdapters(strParentKey, adapters);
     adapters.push_back(strParentKey);
     return std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& adapter) {
-        return MissesVlanOfEntry(*netCfg, adapter, strParentKey, vlanKeys);
+        return MissesVlanOfEntry(*session, adapter, strParentKey, vlanKeys);
     });
 }
 
-bool CVlanAgentWin::MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavString& strAdapterKey,
+bool CVlanAgentWin::MissesVlanOfEntry(CRavHostSession& session, const CRavString& strAdapterKey,
                                       const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
-    const CRavString featuresName = RavName(RAV_NAME_SUPPORTED_FEATURES);
     const size_t prefix = RavName(RAV_NAME_DEVICE).Length();
     CRavRegKey entry;
     std::vector<CRavString> bindings;
@@ -211,13 +144,10 @@ bool CVlanAgentWin::MissesVlanOfEntry(CRavNetCfgInterface& netCfg, const CRavStr
         return false;
     return std::any_of(bindings.begin(), bindings.end(), [&](const CRavString& binding) {
         const CRavString guid = binding.Length() > prefix ? binding.c_str() + prefix : L"";
-        ComPtr<INetCfgComponent> component;
-        std::vector<CRavString> found;
-        if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }) ||
-            FAILED(netCfg.FindNetworkComponentByGUID(guid, component)) || !component)
+        if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }))
             return false;
-        AddIfVlan(*component.Get(), featuresName, strParentKey, found);
-        return !found.empty();
+        const RAV_HOST_ADAPTER* const adapter = session.View().Find(guid);
+        return adapter != nullptr && adapter->IsVlan() && adapter->parentKey == strParentKey;
     });
 }
 
@@ -228,7 +158,7 @@ CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
     return parent;
 }
 
-// --- the cache: two look-ups, of which only the first forgives another letter case ----------------------------------
+// --- the cache: IsVlanInfoLoaded compares keys without regard to case, IsVlanInfoAvailable exactly -------------------
 
 std::shared_ptr<CRavXmsVlan> CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
 {
@@ -264,7 +194,7 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlan");
     std::shared_ptr<CRavXmsVlan> vlan = IsVlanInfoLoaded(strVlanKey);
-    // Another thread may empty the cache between the two.
+    // Another thread may empty the cache between loading and looking up: then it is loaded again.
     CResult loaded = CResult::Success();
     for (int attempt = 0; !vlan && loaded.Succeeded() && attempt < LOAD_ATTEMPTS; ++attempt)
     {
@@ -280,8 +210,8 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
 
 // --- loading --------------------------------------------------------------------------------------------------------
 
-// An enumeration is good until the next one starts, so that listing many VLANs enumerates once, not once for each. What
-// it promised and is gone meanwhile is decided by another one.
+// The keys of the last enumeration are trusted, so that reading many VLANs one by one enumerates once and not for each.
+// When a VLAN among them cannot be loaded, another enumeration decides whether it still exists.
 void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
@@ -320,8 +250,8 @@ CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
     return CResult();
 }
 
-// A VLAN whose device or driver key cannot be resolved has defaults for what is not known of it: it is there, and can
-// be shown and removed.
+// A VLAN whose device or driver key cannot be found is damaged but exists: it is loaded with defaults for what cannot
+// be read, so that it can be shown and removed.
 CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info)
 {
     std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
@@ -344,7 +274,7 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, 
     const HKEY key = vlan->GetParentClassKey();
     vlan->m_ravVlanInfo.vlanKey = strVlanKey;
     vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
-    if (!found) // by its device; its key may have been found all the same
+    if (!found) // the device was not found; the key may have been all the same
         QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
     vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & FEATURE_OVER_TEAM) != 0;
     vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
@@ -371,7 +301,7 @@ void CVlanAgentWin::ForgetVlan(const CRavXmsVlan& vlan)
     m_vlanCache.Remove(&vlan);
 }
 
-// Two threads may load one VLAN at once: the first object stays.
+// When two threads have loaded the same VLAN, the object that was added first stays.
 void CVlanAgentWin::AddToCache(std::shared_ptr<CRavXmsVlan> pVlan)
 {
     const std::lock_guard guard(m_cacheLock);
@@ -389,17 +319,15 @@ void CVlanAgentWin::GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool /*bFe
     }
     RAV_VLAN_INFO& info = vlan.m_ravVlanInfo;
     ReadVlanId(vlan, hKey);
-    CRavRegKey key;
-    key.Open(hKey, L"", false);
-    CRavString text;
-    if (key.GetValue(RavName(RAV_NAME_VLAN_NAME), text))
-        info.vlanName = text;
-    if (key.GetValue(RavName(RAV_NAME_VLAN_DISPLAY_NAME), text))
-        info.displayName = text;
-    QueryNumber(hKey, RavName(RAV_NAME_LOGICAL_GROUP_ID), info.logicalGroupId);
-    ReadMiniportKey(vlan, hKey);
+    const CRavRegValues values(hKey, {RavName(RAV_NAME_VLAN_NAME), RavName(RAV_NAME_VLAN_DISPLAY_NAME),
+                                      RavName(RAV_NAME_LOGICAL_GROUP_ID), RavName(RAV_NAME_XMS_MINIPORT_KEY),
+                                      RavName(RAV_NAME_VLAN_TYPE)});
+    values.AnyText(0, info.vlanName, NAME_CHARACTERS);
+    values.AnyText(1, info.displayName, NAME_CHARACTERS);
+    values.Number(2, info.logicalGroupId);
+    TakeMiniportKey(vlan, values, 3);
     DWORD type = 0;
-    if (QueryNumber(hKey, RavName(RAV_NAME_VLAN_TYPE), type))
+    if (values.Number(4, type))
         info.vlanType = RavClientVlanType(type);
     if (vlan.GetComponent() != nullptr)
         vlan.GetComponent()->GetDescription(*GetNetCfgInterface(), info.description);
@@ -435,17 +363,16 @@ void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
     RavTrace().Print(L"Assumed this to be an untagged vlan. Set ID to 0.");
 }
 
-// A VLAN that lost the value gets it back; one that has something else there keeps it.
-void CVlanAgentWin::ReadMiniportKey(CRavXmsVlan& vlan, HKEY hKey)
+// A missing value is written again; a value of another type is left as it is.
+void CVlanAgentWin::TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex)
 {
-    const CRavString name = RavName(RAV_NAME_XMS_MINIPORT_KEY);
     CRavString text;
-    const LONG status = QueryText<MINIPORT_KEY_CHARACTERS>(hKey, name, text);
+    const bool isText = values.Text(uIndex, text, MINIPORT_KEY_CHARACTERS);
     if (!text.IsEmpty())
         vlan.m_ravVlanInfo.xmsMiniportKey = text;
-    else if (status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND)
+    else if (isText || values.Status(uIndex) == ERROR_FILE_NOT_FOUND)
         CRavNetCfgComponent(vlan.m_strVlanKey)
-            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", name,
+            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", RavName(RAV_NAME_XMS_MINIPORT_KEY),
                                RavCanonicalKey(vlan.m_strMiniportInst));
 }
 
@@ -493,7 +420,7 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
     result = CResult();
     dwStatus = 0;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
-        bool release = true; // a fresh view of the configuration
+        bool release = true; // ends the thread's session, so that the one below sees the present state
         ReleaseNetCfgInterfaceObj(result, release);
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
@@ -549,7 +476,8 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
             return;
         std::vector<std::unique_ptr<RAV_SETTING>> owned;
         result = vlan->GetMiniportReg()->EnumerateSettings(owned);
-        settings.reserve(owned.size()); // from here on nothing can be lost on the way
+        settings.reserve(
+            owned.size()); // so that push_back cannot throw below, which would leak the record just released
         for (auto& setting : owned)
             settings.push_back(setting.release());
     });

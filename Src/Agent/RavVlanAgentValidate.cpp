@@ -1,4 +1,4 @@
-// What stands against a request to create VLANs. Nothing here changes anything.
+// Finds what speaks against a request to create VLANs. Changes nothing.
 
 #include "Src/Agent/RavVlanAgent.h"
 
@@ -12,6 +12,7 @@
 #include "Common/Settings/RavSetting.h"
 #include "Src/Agent/RavVlanIdRange.h"
 #include "Src/RavVlanMessages.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
@@ -38,7 +39,7 @@ void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
     Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
 }
 
-// For a check that ends with its first message: it could be tried.
+// Ends a check with its one message. True: the check itself could be made.
 bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
 {
     Stop(messages, code);
@@ -55,8 +56,9 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
         const CRavString parent = RavCanonicalKey(strParentKey);
+        const CNetCfgSession session(*this);
         ValidateParent(messages, parent, client);
-        // Rules that could not be tried were not met.
+        // When a rule could not be checked the validation fails: without messages it would look like permission.
         if (ValidateIds(messages, parent, strVlanNumbers, strVlanName))
             result = CResult::Success();
     });
@@ -104,7 +106,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
         WarnOfVmq(messages, strParentKey, isTeam);
 }
 
-// False when nothing more is to be said of the adapter.
+// False when this message makes further ones about the adapter pointless.
 bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter)
 {
     if (!Core().IsDeviceCorvo(strAdapter))
@@ -117,7 +119,8 @@ bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
     return true;
 }
 
-// That queues are in use, and that the setting of the parent, or of a member, will not stay as it is.
+// Warns that queues are in use; and, where the setting of the parent or of a member is on, that creation switches it
+// off.
 void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam)
 {
     const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
@@ -141,7 +144,7 @@ bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
            static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
 }
 
-// Whether the rules could be tried.
+// False when a rule could not be checked.
 bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
                                 const CRavString& strVlanNumbers, const CRavString& strVlanName)
 {
@@ -163,6 +166,8 @@ bool CVlanAgentWin::GetVlanIDsFromRange(const CRavString& strVlanNumbers, std::v
 
 bool CVlanAgentWin::EnumerateForValidation(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
+    if (CRavHostSession* const session = ThreadSession())
+        session->View().Deepen(CRavHostView::DEPTH::Names); // each will be asked for
     CResult result;
     EnumerateVlans(result, strParentKey, vlanKeys);
     if (!result.Succeeded())
@@ -175,6 +180,7 @@ bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& s
 {
     RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s, vlanId=%d", strVlanKey.c_str(), strVlanName.c_str(),
                      dwVlanId);
+    const CNetCfgSession session(*this);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
@@ -182,7 +188,7 @@ bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& s
     return ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
 }
 
-// The first rule that is broken ends it. False when a rule could not be tried.
+// Ends with the first rule that is broken. False when a rule could not be checked.
 bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
                                    const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey,
                                    const std::vector<CRavString>& vlans)
@@ -198,27 +204,34 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
         return StopAndEnd(messages, RAV_MSG_UNTAGGED_ALONE);
     for (const CRavString& key : vlans)
     {
-        RAV_VLAN_INFO info;
+        DWORD id = 0;
+        CRavString name;
         if (key.CompareI(strVlanKey))
             continue;
-        if (!ReadForValidation(key, info))
+        if (!ReadForValidation(key, id, name))
             return false;
-        if (info.vlanId == dwVlanId)
+        if (id == dwVlanId)
             return StopAndEnd(messages, RAV_MSG_ID_IN_USE);
-        if (info.vlanName.CompareI(strVlanName))
+        if (name.CompareI(strVlanName))
             return StopAndEnd(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;
 }
 
-// A VLAN that cannot be read may have the very id or name that is asked for.
-bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, RAV_VLAN_INFO& info)
+// Fails for a VLAN that cannot be read: it may have the id or name that is asked for.
+bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, DWORD& dwVlanId, CRavString& strVlanName)
 {
-    CResult read;
-    GetVlanInfo(read, strVlanKey, info);
-    if (!read.Succeeded())
+    CRavHostSession* const session = ThreadSession();
+    const RAV_HOST_ADAPTER* const vlan =
+        session != nullptr ? session->View().Find(strVlanKey, CRavHostView::DEPTH::Names) : nullptr;
+    if (vlan == nullptr)
+    {
         RavTrace().Print(L"ERROR:  unable to read the vlan %s!", strVlanKey.c_str());
-    return read.Succeeded();
+        return false;
+    }
+    dwVlanId = vlan->vlanId;
+    strVlanName = vlan->vlanName;
+    return true;
 }
 
 void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavString& strVlanKey,
@@ -241,8 +254,9 @@ bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const 
                                  const CRavString& strExceptKey)
 {
     return std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) {
-        RAV_VLAN_INFO info;
-        return !key.CompareI(strExceptKey) && ReadForValidation(key, info) && info.vlanName.CompareI(strVlanName);
+        DWORD id = 0;
+        CRavString name;
+        return !key.CompareI(strExceptKey) && ReadForValidation(key, id, name) && name.CompareI(strVlanName);
     });
 }
 
@@ -251,6 +265,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
 {
     if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
         Stop(messages, RAV_MSG_ID_NOT_VALID);
+    const CNetCfgSession session(*this);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
@@ -263,17 +278,18 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
     std::vector<DWORD> sorted(ids);
     std::sort(sorted.begin(), sorted.end());
-    // The same id twice would clash as soon as the first of them exists.
+    // An id that is named twice is in use as soon as its first VLAN exists.
     if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
         Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
     for (const CRavString& key : vlans)
     {
-        RAV_VLAN_INFO info;
-        if (!ReadForValidation(key, info))
+        DWORD id = 0;
+        CRavString name;
+        if (!ReadForValidation(key, id, name))
             return false;
-        if (std::binary_search(sorted.begin(), sorted.end(), info.vlanId))
+        if (std::binary_search(sorted.begin(), sorted.end(), id))
             Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
-        if (!generated && info.vlanName.CompareI(strVlanName))
+        if (!generated && name.CompareI(strVlanName))
             Stop(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;

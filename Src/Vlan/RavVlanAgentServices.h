@@ -26,6 +26,8 @@ class CRavVlanAgentServices
     // Queue a miniport for the passes that run when the transaction is applied.
     virtual void QueueForReload(const CRavString& strMiniportInst) = 0;
     virtual void QueueForUnload(const CRavString& strMiniportInst) = 0;
+    // Tells that registry values of the VLAN were written, or may have been: what was read of it holds no more.
+    virtual void VlanWritten(const CRavString& strVlanKey) = 0;
 
   protected:
     ~CRavVlanAgentServices() = default;

@@ -45,7 +45,7 @@ void CRavXmsVlan::ConstructVlanDisplayName(int& status)
                          m_strVlanDisplayName.c_str(), status);
 }
 
-// An empty name is an answer: the VLAN then goes by its own name.
+// An empty parent name is no failure: the VLAN's display name is its own name then.
 bool CRavXmsVlan::QueryParentName(CRavString& strParentName)
 {
     int parentType = RAV_PARENT_UNKNOWN;
@@ -110,6 +110,7 @@ void CRavXmsVlan::SetVLANName(const CRavString& strName, int& status)
     const CRavTraceScope trace(L"CRavXmsVlan::SetVLANName", &status);
     if (!OpenThisMiniportRegKey())
         return;
+    m_services.VlanWritten(m_strVlanKey);
     if (!m_ownKey.SetValue(RavName(RAV_NAME_VLAN_NAME), strName, false))
     {
         RavTrace().Print(L"CRavXmsVlan::SetVLANName, RegSetValueEx fails.Extng");
@@ -171,13 +172,15 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, Open vlan 000xKey fails");
             return;
         }
+        m_services.VlanWritten(m_strVlanKey);
         if (!key.SetValue(RavName(RAV_NAME_VLAN_ID), static_cast<DWORD>(iVlanId)))
         {
             RavTrace().Print(L"CRavXmsVlan::SetVLANId, SetValue vlan 000xKey fails.Extng");
             return;
         }
     }
-    // A second try of a change that did not reach all carriers still replaces the id that they list.
+    // When an earlier change to this id failed half way, some parents still list the id before it: that one stays the
+    // id to replace.
     if (m_iVlanId != iVlanId || m_iPreviousVlanId < 0)
         m_iPreviousVlanId = m_iVlanId;
     m_iVlanId = iVlanId;
@@ -196,7 +199,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
         if (listed != 0)
             return;
     }
-    m_iPreviousVlanId = -1; // replaced everywhere
+    m_iPreviousVlanId = -1; // no list has the previous id any longer
     UnloadMiniport();
     status = 0;
 }
@@ -233,7 +236,8 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
         return failed();
     }
     CRavString address;
-    // What is there but is no text is no address; an address that cannot be read is somebody's choice.
+    // A value of another type counts as no address. A text that cannot be read may be an address that somebody chose,
+    // so it is not overwritten.
     const DWORD type = key.GetRegType(RavName(RAV_NAME_NETWORK_ADDRESS));
     if (type == REG_SZ)
         key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address);

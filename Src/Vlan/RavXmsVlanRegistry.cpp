@@ -2,7 +2,6 @@
 
 #include "Src/Vlan/RavXmsVlan.h"
 
-#include "Common/Src/ComApartment.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
@@ -22,72 +21,32 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRegistry";
 
-// A network configuration of its own for one look-up, which must not depend on what the thread's session is doing.
-class NetworkView
+// Opens the instance key of the component with the GUID, through the thread's session where there is one; the routine's
+// name stands in the trace.
+HRESULT OpenInstanceKey(CRavNetCfgInterface* session, const wchar_t* routine, const CRavString& guid,
+                        CRavKeyHandle& key)
 {
-  public:
-    ~NetworkView()
-    {
-        if (m_initialized)
-            m_netCfg->Uninitialize();
-    }
-    HRESULT Create() { return CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg)); }
-    HRESULT Initialize()
-    {
-        const HRESULT status = m_netCfg->Initialize(nullptr);
-        m_initialized = SUCCEEDED(status);
-        return status;
-    }
-    INetCfg* operator->() const { return m_netCfg.Get(); }
-
-  private:
-    CRavComApartment m_apartment; // left last
-    ComPtr<INetCfg> m_netCfg;
-    bool m_initialized = false;
-};
-
-bool HasGuid(INetCfgComponent& component, const CRavString& guid)
-{
-    GUID instance = {};
-    return SUCCEEDED(component.GetInstanceGuid(&instance)) && guid.CompareI(RavGuidText(instance));
-}
-
-ComPtr<INetCfgComponent> FindByGuid(IEnumNetCfgComponent& components, const CRavString& guid)
-{
-    ComPtr<INetCfgComponent> component;
-    ULONG fetched = 0;
-    while (components.Next(1, component.ReleaseAndGetAddressOf(), &fetched) == S_OK)
-    {
-        if (component && HasGuid(*component.Get(), guid))
-            return component;
-    }
-    return nullptr;
-}
-
-// Opens the instance key of the component with the GUID; the routine's name stands in the trace.
-HRESULT OpenInstanceKey(const wchar_t* routine, const CRavString& guid, CRavKeyHandle& key)
-{
-    const auto failed = [&](const wchar_t* format, HRESULT status) {
+    const auto failed = [&](CRavFormat<const wchar_t*> format, HRESULT status) {
         RavTrace().Print(format, routine);
         return FAILED(status) ? status : E_FAIL;
     };
-    NetworkView netCfg;
-    HRESULT status = netCfg.Create();
-    if (FAILED(status))
+    CRavNetCfgInterface own;
+    CRavNetCfgInterface& netCfg = session != nullptr ? *session : own;
+    HRESULT status = netCfg.IsReading() ? S_OK : netCfg.Initialize();
+    if (FAILED(status) && netCfg.GetNetCfg() == nullptr)
         return failed(L"CRavXmsVlan::%s,CoCreateInstance fails -1", status);
-    status = netCfg.Initialize();
     if (FAILED(status))
         return failed(L"CRavXmsVlan::%s, CRavNetCfgInterface::Initialize,m_pNetCfg->Initialize fails.Extng", status);
     ComPtr<INetCfgClass> networkClass;
-    status = netCfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
-                                      reinterpret_cast<void**>(networkClass.GetAddressOf()));
+    ComPtr<INetCfgComponent> component;
+    status = netCfg.FindNetworkComponentByGUID(guid, component);
     if (FAILED(status))
-        return failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status);
-    ComPtr<IEnumNetCfgComponent> components;
-    status = networkClass->EnumComponents(&components);
-    if (FAILED(status) || !components)
-        return failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
-    const ComPtr<INetCfgComponent> component = FindByGuid(*components.Get(), guid);
+    {
+        const HRESULT queried = netCfg.GetNetCfg()->QueryNetCfgClass(
+            &GUID_DEVCLASS_NET, IID_INetCfgClass, reinterpret_cast<void**>(networkClass.GetAddressOf()));
+        return FAILED(queried) ? failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status)
+                               : failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
+    }
     if (!component)
         return failed(L"CRavXmsVlan::%s, pComponent is NULL.", HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
     status = component->OpenParamKey(key.Receive());
@@ -186,7 +145,8 @@ HRESULT CRavXmsVlan::OpenClassKey(const wchar_t* routine, const CRavString& strG
     CloseParentClassKey();
     return strGuid.IsEmpty() && !GetInstancePath().IsEmpty()
                ? OpenKnownKey(routine, GetInstancePath(), m_parentClassKey)
-               : OpenInstanceKey(routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid, m_parentClassKey);
+               : OpenInstanceKey(GetNetCfgInterface(), routine, strGuid.IsEmpty() ? m_strVlanKey : strGuid,
+                                 m_parentClassKey);
 }
 
 HRESULT CRavXmsVlan::GetOOOKeyFromVk(const CRavString& strGuid)
@@ -211,7 +171,7 @@ HRESULT CRavXmsVlan::GetParentOOOKey()
     return status;
 }
 
-// An empty GUID is nobody's: it must not be taken for this VLAN's own.
+// An empty GUID is refused here: GetOOOKeyFromVk would open this VLAN's own key for it.
 HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
 {
     key.Close();
@@ -222,7 +182,7 @@ HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
     }
     HRESULT status = E_FAIL;
     const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
-    status = OpenInstanceKey(L"GetOOOKeyFromVk", strGuid, key);
+    status = OpenInstanceKey(GetNetCfgInterface(), L"GetOOOKeyFromVk", strGuid, key);
     return status;
 }
 

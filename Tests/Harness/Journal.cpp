@@ -1,5 +1,6 @@
 #include "Tests/Harness/Journal.h"
-#include "Tests/Harness/RegistryText.h"
+
+#include "Tests/Harness/JournalCalls.h"
 
 #include <algorithm>
 #include <cstring>
@@ -11,302 +12,10 @@
 #include <type_traits>
 #include <vector>
 
-#include <objbase.h>
-#include <setupapi.h>
-#include <cfgmgr32.h>
-#include <winioctl.h>
-#include <winsvc.h>
+using namespace RavJournal;
 
 namespace
 {
-
-// How a function reports failure. A function that answers Handle, File or Index opens what it returns; one that Never
-// fails closes its first argument.
-enum class STYLE
-{
-    Status,
-    Config,
-    Com,
-    Bool,
-    Handle,
-    File,
-    Index,
-    Never
-};
-
-enum class KIND
-{
-    Handle,
-    TlsIndex
-};
-using OPENED = std::pair<KIND, std::uintptr_t>;
-
-// ---------------------------------------------------------------------------------------------------------------------
-// What a call is about: Name is what its handle, if it opens one, is called later; Detail follows in the entry.
-
-std::string NameOf(OPENED opened);
-bool IsKnown(OPENED opened);
-
-std::string Hexadecimal(unsigned long number)
-{
-    char text[16];
-    std::snprintf(text, sizeof(text), "0x%lx", number);
-    return text;
-}
-
-std::string Text(const wchar_t* text)
-{
-    return text ? Utf8(text) : std::string();
-}
-
-template <class T>
-OPENED Id(T handle)
-{
-    if constexpr (std::is_pointer_v<T>)
-        return {KIND::Handle, reinterpret_cast<std::uintptr_t>(handle)};
-    else
-        return {KIND::TlsIndex, static_cast<std::uintptr_t>(handle)};
-}
-
-std::string KeyPath(HKEY key)
-{
-    static const std::pair<HKEY, const char*> roots[] = {{HKEY_LOCAL_MACHINE, ""},
-                                                         {HKEY_CLASSES_ROOT, "HKCR"},
-                                                         {HKEY_CURRENT_USER, "HKCU"},
-                                                         {HKEY_USERS, "HKU"},
-                                                         {HKEY_CURRENT_CONFIG, "HKCC"}};
-    for (const auto& [root, name] : roots)
-        if (key == root)
-            return name;
-    return NameOf(Id(key));
-}
-
-std::string ValueName(const wchar_t* name)
-{
-    return name && *name ? Utf8(name) : "(default)";
-}
-
-struct Anything
-{
-    template <class... A>
-    static bool Applies(const A&...)
-    {
-        return true;
-    }
-    template <class... A>
-    static std::string Name(const A&...)
-    {
-        return {};
-    }
-    template <class... A>
-    static std::string Detail(const A&...)
-    {
-        return {};
-    }
-};
-
-struct Key : Anything
-{
-    template <class... A>
-    static std::string Name(HKEY key, const A&...)
-    {
-        return KeyPath(key);
-    }
-};
-
-struct Value : Key
-{
-    template <class... A>
-    static std::string Detail(HKEY, const wchar_t* name, const A&...)
-    {
-        return ValueName(name);
-    }
-};
-
-struct Entry : Key
-{
-    template <class... A>
-    static std::string Detail(HKEY, DWORD index, const A&...)
-    {
-        return '#' + std::to_string(index);
-    }
-};
-
-struct SubKey : Anything
-{
-    template <class... A>
-    static std::string Name(HKEY key, const wchar_t* name, const A&...)
-    {
-        const std::string parent = KeyPath(key);
-        return parent + (parent.empty() || !name || !*name ? "" : "\\") + Text(name);
-    }
-    static std::string Detail(HKEY, const wchar_t*, DWORD, REGSAM access, PHKEY) { return Hexadecimal(access); }
-    static std::string Detail(HKEY, const wchar_t*, DWORD, wchar_t*, DWORD options, REGSAM access, SECURITY_ATTRIBUTES*,
-                              PHKEY, DWORD*)
-    {
-        return Hexadecimal(access) + (options & REG_OPTION_VOLATILE ? " volatile" : "");
-    }
-    template <class... A>
-    static std::string Detail(HKEY, const A&...)
-    {
-        return {};
-    }
-};
-
-struct Named : Anything
-{
-    template <class... A>
-    static std::string Name(const wchar_t* name, const A&...)
-    {
-        return Text(name);
-    }
-    template <class... A>
-    static std::string Name(SC_HANDLE, const wchar_t* name, const A&...)
-    {
-        return Text(name);
-    }
-    template <class... A>
-    static std::string Name(DEVINST*, const wchar_t* name, const A&...)
-    {
-        return Text(name);
-    }
-};
-
-struct Device : Named
-{
-    template <class... A>
-    static bool Applies(const wchar_t* name, const A&...)
-    {
-        return name && (std::wcsncmp(name, L"\\\\.\\", 4) == 0 || std::wcsncmp(name, L"\\\\?\\", 4) == 0);
-    }
-};
-
-struct Opened : Anything
-{
-    template <class... A>
-    static bool Applies(HANDLE handle, const A&...)
-    {
-        return IsKnown(Id(handle));
-    }
-    template <class T, class... A>
-    static std::string Name(T handle, const A&...)
-    {
-        return NameOf(Id(handle));
-    }
-    template <class... A>
-    static std::string Detail(HANDLE, DWORD code, const A&...)
-    {
-        return Hexadecimal(code);
-    }
-    static std::string Detail(HANDLE) { return {}; }
-};
-
-struct OpenedAny : Anything
-{
-    template <class T, class... A>
-    static std::string Name(T handle, const A&...)
-    {
-        return NameOf(Id(handle));
-    }
-};
-
-struct Coded : Anything
-{
-    template <class... A>
-    static std::string Detail(DWORD code, const A&...)
-    {
-        return Hexadecimal(code);
-    }
-};
-
-struct Parameters : Anything
-{
-    static std::string Detail(HDEVINFO, PSP_DEVINFO_DATA, PSP_CLASSINSTALL_HEADER header, DWORD)
-    {
-        return header ? Hexadecimal(header->InstallFunction) : std::string();
-    }
-};
-
-struct ComClass : Anything
-{
-    template <class... A>
-    static std::string Detail(const GUID& id, const A&...)
-    {
-        char text[40];
-        std::snprintf(text, sizeof(text), "{%08lX-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X}", id.Data1, id.Data2,
-                      id.Data3, id.Data4[0], id.Data4[1], id.Data4[2], id.Data4[3], id.Data4[4], id.Data4[5],
-                      id.Data4[6], id.Data4[7]);
-        return text;
-    }
-};
-
-// ---------------------------------------------------------------------------------------------------------------------
-// The calls that are known.
-
-#define RAV_JOURNAL_CALLS(X)                                                                                           \
-    X(RegOpenKeyExW, Status, SubKey)                                                                                   \
-    X(RegOpenKeyW, Status, SubKey)                                                                                     \
-    X(RegCreateKeyExW, Status, SubKey)                                                                                 \
-    X(RegCreateKeyW, Status, SubKey)                                                                                   \
-    X(RegQueryInfoKeyW, Status, Key)                                                                                   \
-    X(RegQueryValueExW, Status, Value)                                                                                 \
-    X(RegSetValueExW, Status, Value)                                                                                   \
-    X(RegDeleteValueW, Status, Value)                                                                                  \
-    X(RegEnumValueW, Status, Entry)                                                                                    \
-    X(RegEnumKeyExW, Status, Entry)                                                                                    \
-    X(RegDeleteKeyW, Status, SubKey)                                                                                   \
-    X(RegDeleteKeyExW, Status, SubKey)                                                                                 \
-    X(RegDeleteTreeW, Status, SubKey)                                                                                  \
-    X(RegFlushKey, Status, Key)                                                                                        \
-    X(RegCloseKey, Never, Key)                                                                                         \
-    X(CreateFileW, File, Device)                                                                                       \
-    X(DeviceIoControl, Bool, Opened)                                                                                   \
-    X(CloseHandle, Never, Opened)                                                                                      \
-    X(LoadLibraryW, Handle, Named)                                                                                     \
-    X(LoadLibraryExW, Handle, Named)                                                                                   \
-    X(FreeLibrary, Never, OpenedAny)                                                                                   \
-    X(CoCreateInstance, Com, ComClass)                                                                                 \
-    X(TlsAlloc, Index, Anything)                                                                                       \
-    X(TlsSetValue, Bool, Anything)                                                                                     \
-    X(TlsFree, Never, Anything)                                                                                        \
-    X(OpenSCManagerW, Handle, Named)                                                                                   \
-    X(OpenServiceW, Handle, Named)                                                                                     \
-    X(StartServiceW, Bool, OpenedAny)                                                                                  \
-    X(ControlService, Bool, OpenedAny)                                                                                 \
-    X(QueryServiceStatus, Bool, OpenedAny)                                                                             \
-    X(QueryServiceStatusEx, Bool, OpenedAny)                                                                           \
-    X(CloseServiceHandle, Never, OpenedAny)                                                                            \
-    X(SetupDiGetClassDevsW, File, Anything)                                                                            \
-    X(SetupDiCreateDeviceInfoList, File, Anything)                                                                     \
-    X(SetupDiCreateDeviceInfoW, Bool, Anything)                                                                        \
-    X(SetupDiOpenDeviceInfoW, Bool, Anything)                                                                          \
-    X(SetupDiEnumDeviceInfo, Bool, Anything)                                                                           \
-    X(SetupDiGetDeviceInstanceIdW, Bool, Anything)                                                                     \
-    X(SetupDiGetDeviceRegistryPropertyW, Bool, Anything)                                                               \
-    X(SetupDiSetDeviceRegistryPropertyW, Bool, Anything)                                                               \
-    X(SetupDiOpenDevRegKey, File, Anything)                                                                            \
-    X(SetupDiSetClassInstallParamsW, Bool, Parameters)                                                                 \
-    X(SetupDiCallClassInstaller, Bool, Coded)                                                                          \
-    X(SetupDiChangeState, Bool, Anything)                                                                              \
-    X(SetupDiRemoveDevice, Bool, Anything)                                                                             \
-    X(SetupDiDestroyDeviceInfoList, Never, Anything)                                                                   \
-    X(CM_Locate_DevNodeW, Config, Named)                                                                               \
-    X(CM_Get_DevNode_Status, Config, Anything)                                                                         \
-    X(CM_Get_DevNode_Registry_PropertyW, Config, Anything)                                                             \
-    X(CM_Get_Device_IDW, Config, Anything)                                                                             \
-    X(CM_Get_Parent, Config, Anything)                                                                                 \
-    X(CM_Open_DevNode_Key, Config, Anything)                                                                           \
-    X(CM_Enable_DevNode, Config, Anything)                                                                             \
-    X(CM_Disable_DevNode, Config, Anything)                                                                            \
-    X(CM_Reenumerate_DevNode, Config, Anything)
-
-enum CALL_INDEX : size_t
-{
-#define RAV_JOURNAL_INDEX(function, style, subject) I_##function,
-    RAV_JOURNAL_CALLS(RAV_JOURNAL_INDEX)
-#undef RAV_JOURNAL_INDEX
-    CALL_COUNT
-};
 
 const char* const s_names[] = {
 #define RAV_JOURNAL_NAME(function, style, subject) #function,
@@ -437,7 +146,7 @@ class CJournalHooks
     }
 };
 
-namespace
+namespace RavJournal
 {
 
 std::string NameOf(OPENED opened)
@@ -458,6 +167,11 @@ bool IsKnown(OPENED opened)
     const GUARD guard(journal->lock);
     return journal->handles.contains(opened);
 }
+
+} // namespace RavJournal
+
+namespace
+{
 
 template <STYLE Style, class Result>
 Result Refusal(DWORD status)

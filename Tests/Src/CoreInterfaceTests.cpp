@@ -1,6 +1,6 @@
 // The core agent proxy, operation by operation: name traced, arguments and results unchanged, the same place in both
-// tables. The tables are called by number, with registers as this compiler passes them; a typed list would be as long
-// as the proxy.
+// tables. The tables are called by number, in the order of the declarations and with registers as this compiler lays
+// them out; a typed list would be as long as the proxy.
 
 #include "Src/RavCoreInterface.h"
 
@@ -21,15 +21,15 @@ const char* const OPERATIONS = R"(
     GetParameter Rpp, SetParameter Rpp, DeleteParameter Rpp, UnloadMiniport Rpp, UnloadMiniportDuringApplyDone Rp,
     RegisterAgent Rpp, GetPCISlotInfo Rpp, SetTeamMemberName Rpp, GetDisplayName Rpp, VerifyClientID Rp,
     WaitForApplyDone Bp, GetPermMacAddress Rpp, IsBoundToXMS Rpp, IsBoundToTeam Rpp, AdapterHasLink Rpp, SendOID Rpp,
-    GetAdapterType Rpp, EnumerateAdapters Rp, GetAdapterHardware Rpp, GetAdapterAdvCapabilities Rpp, GetAdapter Rpp,
-    GetAdapter Rppb, GetAdapterStatus Rpp, GetAdapterStatus Rppb, GetAdapterInternalCaps Rpp, GetAdaptersInTeam Rpp,
+    GetAdapterType Rpp, EnumerateAdapters Rp, GetAdapterHardware Rpp, GetAdapterAdvCapabilities Rpp, GetAdapter Rppb,
+    GetAdapter Rpp, GetAdapterStatus Rppb, GetAdapterStatus Rpp, GetAdapterInternalCaps Rpp, GetAdaptersInTeam Rpp,
     GetSetting Rppp, SetSetting Rppp, IsTeamMemberAdapterPhantom Bp, UpdateERTSettting Rp, StartLock Rpp, DoneLock Rp,
     IsSNPInstalled B, IsEITEnabledAdapter Bp, GetNDISVersion Dp, GetNdisVersionFromCorvoOid Dp,
-    CheckForAndUnBindFromMacSec Rp, IsiSCSIEnabled Bp, IsiSCSIEnabled Rpp, UsingStandardKeywords Bp,
+    CheckForAndUnBindFromMacSec Rp, IsiSCSIEnabled Rpp, IsiSCSIEnabled Bp, UsingStandardKeywords Bp,
     IsSystemiSCSISupported B, GetPCIDeviceInfo Rpp, IsLOM Bp, IsKalvane Bp, IsDeviceiSCSICapable Bp,
     CheckIf3rdPartySettingExists Bpp, IsDevicePCIExpress Bp, GetHX_AdapterNode Rpp, ReleaseHX_AdapterNode Rp,
-    IsAdapterLoaded Rpp, DoesMAC_HaveTwoFunctions Bp, IsPemra Bp, IsDrosset Bp, IsRuleTrue Bpp, HasCapability Bpd,
-    HasCapability Rpdp, IsHyperV_EnabledOnDevice Rpp, IsDeviceVmqCapable Rpp, IsDeviceVmqEnabled Rpp,
+    IsAdapterLoaded Rpp, DoesMAC_HaveTwoFunctions Bp, IsPemra Bp, IsDrosset Bp, IsRuleTrue Bpp, HasCapability Rpdp,
+    HasCapability Bpd, IsHyperV_EnabledOnDevice Rpp, IsDeviceVmqCapable Rpp, IsDeviceVmqEnabled Rpp,
     GetDeviceGuidsOfOtherFunctions Rpp, GetReceiveScaleCapabilitiesFlagForAdapter Rpp,
     GetReceiveScaleCapabilitiesReceiveQueuesForAdapter Rpp, GetReceiveScaleParametersFlagForAdapter Rpp,
     GetReceiveScaleHashFlagForAdapter Rpp, IsDeviceDcbCapable Bp, IsDeviceCorvoDcbCapable Bp, IsDeviceDcbEnabled Bp,
@@ -43,7 +43,7 @@ const char* const OPERATIONS = R"(
     IsDeviceWmcCapable Bp, IsVirtualDevice Bp, IsVirtualDeviceWithReadOnlyMAC Bp, IsDriverLoadedCheck Bp,
     IsTeamingSupportedOnPort Bp, IsVlansSupportedOnPort Bp, IsDeviceOnlySupportingNativeDcb Bp, IsProfile Bp,
     GetAdapterWarnings Rpp, IsAdapterListCapableOfCommonSpeed Bp, GetListOfSupportedTeamModes Rpp,
-    GetListOfAvailableTeamModes Rpp, WillProfileChangeToCustom Bpp, WillProfileChangeToCustom Rppp, IsNPAREnabled Bp,
+    GetListOfAvailableTeamModes Rpp, WillProfileChangeToCustom Rppp, WillProfileChangeToCustom Bpp, IsNPAREnabled Bp,
     GetNParIdentifier Dp, QueryReserved Dd, IsDCBIncompatibleFW Bp)";
 constexpr size_t COUNT = 106;
 

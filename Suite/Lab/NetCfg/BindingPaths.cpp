@@ -1,9 +1,6 @@
 #include "Suite/Lab/NetCfg/BindingPaths.h"
 
 #include "Suite/Lab/NetCfg/Enumerator.h"
-#include "Suite/Lab/NetCfg/NetCfgComponent.h"
-
-#include <devguid.h>
 
 namespace
 {
@@ -11,12 +8,13 @@ namespace
 using CInterfaceEnumerator = CEnumerator<IEnumNetCfgBindingInterface, INetCfgBindingInterface>;
 using CPathEnumerator = CEnumerator<IEnumNetCfgBindingPath, INetCfgBindingPath>;
 
-HRESULT giveComponent(const CSessionPtr& session, const LAB_COMPONENT& component, INetCfgComponent** item)
+HRESULT giveComponent(const CSessionPtr& session, ComponentMaker maker, const LAB_COMPONENT& component,
+                      INetCfgComponent** item)
 {
     if (item == nullptr)
         return E_POINTER;
     *item = nullptr;
-    return session->Call(Needs::Initialized, [&] { return MakeObject<CNetCfgComponent>(item, session, component); });
+    return session->Call(Needs::Initialized, [&] { return maker(session, component, item); });
 }
 
 HRESULT giveText(const CSessionPtr& session, const std::wstring& text, LPWSTR* copy)
@@ -30,8 +28,8 @@ HRESULT giveText(const CSessionPtr& session, const std::wstring& text, LPWSTR* c
 class CBindingInterface final : public CComObject<INetCfgBindingInterface>
 {
   public:
-    CBindingInterface(CSessionPtr session, LAB_BINDING_ENDS ends)
-        : m_pSession(std::move(session)), m_ends(std::move(ends))
+    CBindingInterface(CSessionPtr session, ComponentMaker maker, LAB_BINDING_ENDS ends)
+        : m_pSession(std::move(session)), m_pMaker(maker), m_ends(std::move(ends))
     {
     }
 
@@ -42,24 +40,25 @@ class CBindingInterface final : public CComObject<INetCfgBindingInterface>
 
     HRESULT STDMETHODCALLTYPE GetUpperComponent(INetCfgComponent** item) override
     {
-        return giveComponent(m_pSession, m_ends.upper, item);
+        return giveComponent(m_pSession, m_pMaker, m_ends.upper, item);
     }
 
     HRESULT STDMETHODCALLTYPE GetLowerComponent(INetCfgComponent** item) override
     {
-        return giveComponent(m_pSession, m_ends.lower, item);
+        return giveComponent(m_pSession, m_pMaker, m_ends.lower, item);
     }
 
   private:
     CSessionPtr m_pSession;
+    ComponentMaker m_pMaker;
     LAB_BINDING_ENDS m_ends;
 };
 
 class CInterfaceSource final : public CItemSource<INetCfgBindingInterface>
 {
   public:
-    CInterfaceSource(CSessionPtr session, LAB_BINDING_ENDS ends)
-        : m_pSession(std::move(session)), m_ends(std::move(ends))
+    CInterfaceSource(CSessionPtr session, ComponentMaker maker, LAB_BINDING_ENDS ends)
+        : m_pSession(std::move(session)), m_pMaker(maker), m_ends(std::move(ends))
     {
     }
 
@@ -67,11 +66,12 @@ class CInterfaceSource final : public CItemSource<INetCfgBindingInterface>
 
     HRESULT ItemAt(size_t, INetCfgBindingInterface** item) override
     {
-        return MakeObject<CBindingInterface>(item, m_pSession, m_ends);
+        return MakeObject<CBindingInterface>(item, m_pSession, m_pMaker, m_ends);
     }
 
   private:
     CSessionPtr m_pSession;
+    ComponentMaker m_pMaker;
     LAB_BINDING_ENDS m_ends;
 };
 
@@ -79,7 +79,8 @@ class CInterfaceSource final : public CItemSource<INetCfgBindingInterface>
 class CBindingPath final : public CComObject<INetCfgBindingPath>
 {
   public:
-    CBindingPath(CSessionPtr session, LAB_BINDING_ENDS ends) : m_pSession(std::move(session)), m_ends(std::move(ends))
+    CBindingPath(CSessionPtr session, ComponentMaker maker, LAB_BINDING_ENDS ends)
+        : m_pSession(std::move(session)), m_pMaker(maker), m_ends(std::move(ends))
     {
     }
 
@@ -132,7 +133,7 @@ class CBindingPath final : public CComObject<INetCfgBindingPath>
 
     HRESULT STDMETHODCALLTYPE GetOwner(INetCfgComponent** owner) override
     {
-        return giveComponent(m_pSession, m_ends.upper, owner);
+        return giveComponent(m_pSession, m_pMaker, m_ends.upper, owner);
     }
 
     HRESULT STDMETHODCALLTYPE GetDepth(ULONG* interfaces) override
@@ -153,7 +154,7 @@ class CBindingPath final : public CComObject<INetCfgBindingPath>
         *interfaces = nullptr;
         return m_pSession->Call(Needs::Initialized, [&] {
             return MakeObject<CInterfaceEnumerator>(interfaces, m_pSession,
-                                                    std::make_shared<CInterfaceSource>(m_pSession, m_ends));
+                                                    std::make_shared<CInterfaceSource>(m_pSession, m_pMaker, m_ends));
         });
     }
 
@@ -161,115 +162,36 @@ class CBindingPath final : public CComObject<INetCfgBindingPath>
     std::wstring Token() const { return ComponentId(m_ends.upper) + L"->" + m_ends.lower.GuidText(); }
 
     CSessionPtr m_pSession;
+    ComponentMaker m_pMaker;
     LAB_BINDING_ENDS m_ends;
 };
 
 class CPathSource final : public CItemSource<INetCfgBindingPath>
 {
   public:
-    CPathSource(CSessionPtr session, std::vector<LAB_BINDING_ENDS> paths)
-        : m_pSession(std::move(session)), m_aPaths(std::move(paths))
+    CPathSource(CSessionPtr session, ComponentMaker maker, std::vector<LAB_BINDING_ENDS> bindings)
+        : m_pSession(std::move(session)), m_pMaker(maker), m_aBindings(std::move(bindings))
     {
     }
 
-    size_t Count() override { return m_aPaths.size(); }
+    size_t Count() override { return m_aBindings.size(); }
 
     HRESULT ItemAt(size_t position, INetCfgBindingPath** item) override
     {
-        return MakeObject<CBindingPath>(item, m_pSession, m_aPaths[position]);
+        return MakeObject<CBindingPath>(item, m_pSession, m_pMaker, m_aBindings[position]);
     }
 
   private:
     CSessionPtr m_pSession;
-    std::vector<LAB_BINDING_ENDS> m_aPaths;
+    ComponentMaker m_pMaker;
+    std::vector<LAB_BINDING_ENDS> m_aBindings;
 };
-
-// The intermediate driver binds to what is below it, never to the miniports it exposes itself.
-bool canBind(const LAB_COMPONENT& upper, const LAB_COMPONENT& lower)
-{
-    return !SameName(ComponentId(upper), intermediateProtocolId) || !SameName(ComponentId(lower), virtualMiniportId);
-}
-
-LAB_LINKAGE linkageOf(const CSession& session, const std::wstring& service)
-{
-    LAB_LINKAGE linkage = ReadLinkage(service).value_or(LAB_LINKAGE());
-    linkage.Change(session.m_pending.Bindings(service));
-    return linkage;
-}
-
-std::vector<LAB_BINDING_ENDS> pathsAbove(const CSession& session, const LAB_COMPONENT& adapter)
-{
-    std::vector<LAB_BINDING_ENDS> paths;
-    const std::wstring device = DeviceName(adapter.GuidText());
-    for (const GUID& classGuid : {GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
-    {
-        for (LAB_COMPONENT& upper : ReadComponents(classGuid))
-        {
-            std::wstring service = ServiceName(upper);
-            if (!service.empty() && linkageOf(session, service).State(device) != BindingState::Absent)
-                paths.push_back({std::move(upper), adapter, std::move(service)});
-        }
-    }
-    return paths;
-}
-
-std::vector<LAB_BINDING_ENDS> pathsBelow(const CSession& session, const LAB_COMPONENT& upper)
-{
-    const std::wstring service = ServiceName(upper);
-    if (service.empty())
-        return {};
-    const LAB_LINKAGE linkage = linkageOf(session, service);
-    std::map<std::wstring, LAB_COMPONENT> adapters;
-    for (LAB_COMPONENT& adapter : ReadComponents(GUID_DEVCLASS_NET))
-        adapters.emplace(DeviceName(adapter.GuidText()), std::move(adapter));
-    std::vector<LAB_BINDING_ENDS> paths;
-    for (const std::vector<std::wstring>* list : {&linkage.aEnabled, &linkage.aDisabled})
-    {
-        for (const std::wstring& device : *list)
-        {
-            if (const auto found = adapters.find(device); found != adapters.end())
-                paths.push_back({upper, found->second, service});
-        }
-    }
-    return paths;
-}
 
 } // namespace
 
-std::optional<LAB_BINDING_ENDS> BindingEnds(const LAB_COMPONENT& component, INetCfgComponent* other)
-{
-    LAB_BINDING_ENDS ends{component, {}, {}};
-    if (FAILED(IdentifyComponent(other, ends.lower)) || component.IsAdapter() == ends.lower.IsAdapter())
-        return std::nullopt;
-    if (ends.upper.IsAdapter())
-        std::swap(ends.upper, ends.lower);
-    ends.strService = ServiceName(ends.upper);
-    if (ends.strService.empty() || !canBind(ends.upper, ends.lower))
-        return std::nullopt;
-    return ends;
-}
-
-BindingState BindingStateOf(const CSession& session, const LAB_BINDING_ENDS& ends)
-{
-    if (const std::optional<BindingState> pending = session.m_pending.Binding(ends.strService, ends.Device()))
-        return *pending;
-    return ReadLinkage(ends.strService).value_or(LAB_LINKAGE()).State(ends.Device());
-}
-
-void SetBindingState(CSession& session, const LAB_BINDING_ENDS& ends, bool enabled)
-{
-    session.m_pending.SetBinding(ends.strService, ends.Device(),
-                                 enabled ? BindingState::Enabled : BindingState::Disabled);
-}
-
-HRESULT EnumeratePaths(const CSessionPtr& session, const LAB_COMPONENT& component, bool above,
+HRESULT EnumeratePaths(const CSessionPtr& session, ComponentMaker maker, std::vector<LAB_BINDING_ENDS> bindings,
                        IEnumNetCfgBindingPath** paths)
 {
-    // Nothing binds to a transport from above here, and nothing lies below an adapter.
-    std::vector<LAB_BINDING_ENDS> found;
-    if (above && component.IsAdapter())
-        found = pathsAbove(*session, component);
-    else if (!above && !component.IsAdapter())
-        found = pathsBelow(*session, component);
-    return MakeObject<CPathEnumerator>(paths, session, std::make_shared<CPathSource>(session, std::move(found)));
+    return MakeObject<CPathEnumerator>(paths, session,
+                                       std::make_shared<CPathSource>(session, maker, std::move(bindings)));
 }

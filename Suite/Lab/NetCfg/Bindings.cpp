@@ -10,7 +10,7 @@ namespace
 
 std::wstring linkagePath(const std::wstring& service)
 {
-    return std::wstring(servicesKeyPath) + L'\\' + service + L"\\Linkage";
+    return std::wstring(SERVICES_KEY) + L'\\' + service + L"\\Linkage";
 }
 
 bool holds(const std::vector<std::wstring>& list, const std::wstring& device)

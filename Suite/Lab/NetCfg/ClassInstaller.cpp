@@ -66,7 +66,7 @@ DWORD askForRestart(HDEVINFO set, SP_DEVINFO_DATA* device)
 DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, const STATE_CHANGE& change)
 {
     CRegistryKey key;
-    LSTATUS status = key.Create(std::wstring(labKeyPath) + L"\\Devices\\" + guid);
+    LSTATUS status = key.Create(std::wstring(LAB_DEVICES) + L'\\' + guid);
     if (status != ERROR_SUCCESS)
         return status;
     if (key.Number(L"Problem").value_or(0) == CM_PROB_DISABLED && !change.bDisabledToo)
@@ -76,7 +76,7 @@ DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, co
         status = count(key, L"Starts", change.bStarts);
     if (status == ERROR_SUCCESS)
         status = key.SetNumber(L"Problem", change.iProblem);
-    if (status == ERROR_SUCCESS && key.Number(L"RebootNeeded").value_or(0) != 0)
+    if (status == ERROR_SUCCESS && key.Number(LAB_REBOOT_NEEDED).value_or(0) != 0)
         status = static_cast<LSTATUS>(askForRestart(set, device));
     return status;
 }

@@ -25,7 +25,7 @@ class CComponentSource final : public CItemSource<INetCfgComponent>
     HRESULT ItemAt(size_t position, INetCfgComponent** item) override
     {
         std::optional<LAB_COMPONENT> component = ReadComponent(m_guidClass, (*m_aNames)[position]);
-        return component ? MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component)) : S_FALSE;
+        return component ? MakeComponent(m_pSession, *component, item) : S_FALSE;
     }
 
   private:
@@ -71,10 +71,10 @@ HRESULT CNetCfgClass::FindComponent(LPCWSTR id, INetCfgComponent** item)
     if (id == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        std::optional<LAB_COMPONENT> component = FindComponentById(m_guidClass, id);
+        const std::optional<LAB_COMPONENT> component = FindComponentById({&m_guidClass, 1}, id);
         if (!component)
             return S_FALSE;
-        return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component));
+        return item == nullptr ? S_OK : MakeComponent(m_pSession, *component, item);
     });
 }
 
@@ -109,7 +109,7 @@ HRESULT CNetCfgClass::Install(LPCWSTR id, OBO_TOKEN* token, DWORD, DWORD, LPCWST
             return HRESULT_FROM_WIN32(status);
         if (item == nullptr)
             return S_OK;
-        const HRESULT made = MakeObject<CNetCfgComponent>(item, m_pSession, installed);
+        const HRESULT made = MakeComponent(m_pSession, installed, item);
         if (FAILED(made))
             RemoveVirtualMiniport(installed); // a failed installation leaves nothing behind
         return made;

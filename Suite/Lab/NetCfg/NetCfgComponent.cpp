@@ -26,6 +26,11 @@ HRESULT IdentifyComponent(INetCfgComponent* item, LAB_COMPONENT& component)
     return S_OK;
 }
 
+HRESULT MakeComponent(const CSessionPtr& session, const LAB_COMPONENT& component, INetCfgComponent** item)
+{
+    return MakeObject<CNetCfgComponent>(item, session, component);
+}
+
 HRESULT CNetCfgComponent::QueryInterface(REFIID id, void** object)
 {
     if (object == nullptr || id != ownComponentId)
@@ -187,7 +192,7 @@ HRESULT CNetCfgComponent::GetDeviceStatus(ULONG* status)
         if (m_component.Open(key) != ERROR_SUCCESS)
             return NETCFG_E_ADAPTER_NOT_FOUND;
         // A device about which nothing is kept has been started.
-        if (key.Open(std::wstring(labKeyPath) + L"\\Devices\\" + m_component.GuidText()) == ERROR_SUCCESS)
+        if (key.Open(std::wstring(LAB_DEVICES) + L'\\' + m_component.GuidText()) == ERROR_SUCCESS)
             *status = key.Number(L"Problem").value_or(0);
         return S_OK;
     });
@@ -213,12 +218,18 @@ HRESULT CNetCfgComponent::RaisePropertyUi(HWND, DWORD, IUnknown*)
     return E_NOTIMPL;
 }
 
+std::optional<LAB_BINDING_ENDS> CNetCfgComponent::EndsWith(INetCfgComponent* other) const
+{
+    LAB_COMPONENT component{};
+    return SUCCEEDED(IdentifyComponent(other, component)) ? BindingEnds(m_component, component) : std::nullopt;
+}
+
 HRESULT CNetCfgComponent::SetBound(INetCfgComponent* other, bool bound)
 {
     if (other == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::WriteLock, [&] {
-        const std::optional<LAB_BINDING_ENDS> ends = BindingEnds(m_component, other);
+        const std::optional<LAB_BINDING_ENDS> ends = EndsWith(other);
         if (!ends)
             return E_INVALIDARG;
         if (bound || BindingStateOf(*m_pSession, *ends) == BindingState::Enabled)
@@ -255,7 +266,7 @@ HRESULT CNetCfgComponent::IsBoundTo(INetCfgComponent* other)
     if (other == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        const std::optional<LAB_BINDING_ENDS> ends = BindingEnds(m_component, other);
+        const std::optional<LAB_BINDING_ENDS> ends = EndsWith(other);
         return ends && BindingStateOf(*m_pSession, *ends) == BindingState::Enabled ? S_OK : S_FALSE;
     });
 }
@@ -264,7 +275,7 @@ HRESULT CNetCfgComponent::IsBindableTo(INetCfgComponent* other)
 {
     if (other == nullptr)
         return E_POINTER;
-    return m_pSession->Call(Needs::Initialized, [&] { return BindingEnds(m_component, other) ? S_OK : S_FALSE; });
+    return m_pSession->Call(Needs::Initialized, [&] { return EndsWith(other) ? S_OK : S_FALSE; });
 }
 
 HRESULT CNetCfgComponent::EnumBindingPaths(DWORD flags, IEnumNetCfgBindingPath** paths)
@@ -274,8 +285,15 @@ HRESULT CNetCfgComponent::EnumBindingPaths(DWORD flags, IEnumNetCfgBindingPath**
     *paths = nullptr;
     if (flags != EBP_ABOVE && flags != EBP_BELOW)
         return E_INVALIDARG;
-    return m_pSession->Call(Needs::Initialized,
-                            [&] { return EnumeratePaths(m_pSession, m_component, flags == EBP_ABOVE, paths); });
+    return m_pSession->Call(Needs::Initialized, [&] {
+        // Nothing binds to a transport from above here, and nothing lies below an adapter.
+        std::vector<LAB_BINDING_ENDS> bindings;
+        if (flags == EBP_ABOVE && m_component.IsAdapter())
+            bindings = BindingsOver(*m_pSession, m_component);
+        else if (flags == EBP_BELOW && !m_component.IsAdapter())
+            bindings = BindingsOf(*m_pSession, m_component);
+        return EnumeratePaths(m_pSession, MakeComponent, std::move(bindings), paths);
+    });
 }
 
 HRESULT CNetCfgComponent::MoveBefore(INetCfgBindingPath*, INetCfgBindingPath*)

@@ -1,9 +1,10 @@
 #pragma once
 
-#include "Suite/Lab/NetCfg/NetComponents.h"
-#include "Suite/Lab/NetCfg/Session.h"
+#include "Suite/Lab/NetCfg/ComponentBindings.h"
 
 #include <netcfgx.h>
+
+#include <optional>
 
 /// One network component. It knows its identity alone: a component whose key is gone answers with an error.
 class CNetCfgComponent final : public CComObject<INetCfgComponent, INetCfgComponentBindings>
@@ -46,6 +47,7 @@ class CNetCfgComponent final : public CComObject<INetCfgComponent, INetCfgCompon
     };
     PLACE DisplayNamePlace() const;
     HRESULT GiveText(const wchar_t* name, LPWSTR* text);
+    std::optional<LAB_BINDING_ENDS> EndsWith(INetCfgComponent* other) const;
     HRESULT SetBound(INetCfgComponent* other, bool bound);
 
     CSessionPtr m_pSession;
@@ -55,3 +57,6 @@ class CNetCfgComponent final : public CComObject<INetCfgComponent, INetCfgCompon
 /// What a component object passed in by a client stands for. E_INVALIDARG when it is not one of this server's,
 /// NETCFG_E_ADAPTER_NOT_FOUND when the component is gone, or its key is another component's by now.
 HRESULT IdentifyComponent(INetCfgComponent* item, LAB_COMPONENT& component);
+
+/// The object of a component for a client.
+HRESULT MakeComponent(const CSessionPtr& session, const LAB_COMPONENT& component, INetCfgComponent** item);

@@ -3,7 +3,17 @@
 #include "Suite/Lab/NetCfg/NetCfgClass.h"
 #include "Suite/Lab/NetCfg/NetCfgComponent.h"
 
-#include <devguid.h>
+#include <algorithm>
+
+namespace
+{
+
+bool isNetworkClass(const GUID& classGuid)
+{
+    return std::ranges::count(NetworkClasses(), classGuid) != 0;
+}
+
+} // namespace
 
 HRESULT CNetCfg::Initialize(PVOID reserved)
 {
@@ -37,7 +47,7 @@ HRESULT CNetCfg::EnumComponents(const GUID* classGuid, IEnumNetCfgComponent** it
     if (classGuid == nullptr || items == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        return IsNetworkClass(*classGuid) ? EnumerateComponents(m_pSession, *classGuid, items) : E_INVALIDARG;
+        return isNetworkClass(*classGuid) ? EnumerateComponents(m_pSession, *classGuid, items) : E_INVALIDARG;
     });
 }
 
@@ -48,13 +58,10 @@ HRESULT CNetCfg::FindComponent(LPCWSTR id, INetCfgComponent** item)
     if (id == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        for (const GUID& classGuid :
-             {GUID_DEVCLASS_NET, GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
-        {
-            if (std::optional<LAB_COMPONENT> component = FindComponentById(classGuid, id))
-                return item == nullptr ? S_OK : MakeObject<CNetCfgComponent>(item, m_pSession, std::move(*component));
-        }
-        return S_FALSE;
+        const std::optional<LAB_COMPONENT> component = FindComponentById(NetworkClasses(), id);
+        if (!component)
+            return S_FALSE;
+        return item == nullptr ? S_OK : MakeComponent(m_pSession, *component, item);
     });
 }
 
@@ -65,7 +72,7 @@ HRESULT CNetCfg::QueryNetCfgClass(const GUID* classGuid, REFIID id, void** objec
     if (classGuid == nullptr || object == nullptr)
         return E_POINTER;
     return m_pSession->Call(Needs::Initialized, [&] {
-        if (!IsNetworkClass(*classGuid))
+        if (!isNetworkClass(*classGuid))
             return E_INVALIDARG;
         CNetCfgClass* made = nullptr;
         HRESULT result = MakeObject<CNetCfgClass>(&made, m_pSession, *classGuid);

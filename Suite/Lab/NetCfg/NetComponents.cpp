@@ -22,10 +22,16 @@ std::wstring GuidText(const GUID& guid)
     return text;
 }
 
-bool IsNetworkClass(const GUID& classGuid)
+std::span<const GUID> NetworkClasses()
 {
-    return classGuid == GUID_DEVCLASS_NET || classGuid == GUID_DEVCLASS_NETTRANS ||
-           classGuid == GUID_DEVCLASS_NETSERVICE || classGuid == GUID_DEVCLASS_NETCLIENT;
+    static const GUID classes[] = {GUID_DEVCLASS_NET, GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE,
+                                   GUID_DEVCLASS_NETCLIENT};
+    return classes;
+}
+
+std::span<const GUID> UpperClasses()
+{
+    return NetworkClasses().subspan(1);
 }
 
 namespace
@@ -34,8 +40,8 @@ namespace
 std::wstring classPath(const GUID& classGuid)
 {
     if (classGuid == GUID_DEVCLASS_NET)
-        return netClassKeyPath;
-    return std::wstring(networkKeyPath) + L'\\' + GuidText(classGuid);
+        return CLASS_KEY;
+    return std::wstring(NETWORK_KEY) + L'\\' + GuidText(classGuid);
 }
 
 bool isInstanceNumber(const std::wstring& name)
@@ -84,13 +90,30 @@ std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid)
     return components;
 }
 
-std::optional<LAB_COMPONENT> FindComponentById(const GUID& classGuid, const std::wstring& id)
+std::vector<LAB_UPPER_COMPONENT> ReadUpperComponents(std::span<const GUID> classes)
 {
-    for (const std::wstring& name : ComponentNames(classGuid))
+    std::vector<LAB_UPPER_COMPONENT> components;
+    for (const GUID& classGuid : classes)
     {
-        std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name);
-        if (component && SameName(ComponentId(*component), id))
-            return component;
+        for (LAB_COMPONENT& component : ReadComponents(classGuid))
+        {
+            if (std::wstring service = ServiceName(component); !service.empty())
+                components.push_back({std::move(component), std::move(service)});
+        }
+    }
+    return components;
+}
+
+std::optional<LAB_COMPONENT> FindComponentById(std::span<const GUID> classes, const std::wstring& id)
+{
+    for (const GUID& classGuid : classes)
+    {
+        for (const std::wstring& name : ComponentNames(classGuid))
+        {
+            std::optional<LAB_COMPONENT> component = ReadComponent(classGuid, name);
+            if (component && SameName(ComponentId(*component), id))
+                return component;
+        }
     }
     return std::nullopt;
 }
@@ -119,5 +142,5 @@ std::wstring DeviceKeyPath(const LAB_COMPONENT& adapter)
     const std::optional<std::wstring> device = key.Text(L"DeviceInstanceID");
     if (!device || device->empty())
         return {};
-    return std::wstring(enumKeyPath) + L'\\' + *device;
+    return std::wstring(ENUM_KEY) + L'\\' + *device;
 }

@@ -1,20 +1,15 @@
 #pragma once
 
 #include "Suite/Lab/NetCfg/RegistryKey.h"
+#include "Suite/Lab/State/LabNames.h"
 
 #include <windows.h>
 #include <objbase.h>
 
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
-
-inline constexpr wchar_t labKeyPath[] = L"SOFTWARE\\VlanLab";
-inline constexpr wchar_t netClassKeyPath[] =
-    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
-inline constexpr wchar_t networkKeyPath[] = L"SYSTEM\\CurrentControlSet\\Control\\Network";
-inline constexpr wchar_t enumKeyPath[] = L"SYSTEM\\CurrentControlSet\\Enum";
-inline constexpr wchar_t servicesKeyPath[] = L"SYSTEM\\CurrentControlSet\\Services";
 
 inline constexpr wchar_t virtualMiniportId[] = L"oxmsmp";
 inline constexpr wchar_t intermediateProtocolId[] = L"oxmsprotocol";
@@ -32,8 +27,9 @@ struct LAB_COMPONENT
     LSTATUS Open(CRegistryKey& key, REGSAM access = KEY_READ) const { return key.Open(strKeyPath, access); }
 };
 
-/// Whether components of the class are kept here: adapters, transports, services, clients.
-bool IsNetworkClass(const GUID& classGuid);
+/// The classes whose components are kept here: adapters, and those that bind to them (transports, services, clients).
+std::span<const GUID> NetworkClasses();
+std::span<const GUID> UpperClasses();
 
 std::wstring GuidText(const GUID& guid);
 
@@ -45,8 +41,16 @@ std::optional<LAB_COMPONENT> ReadComponent(const GUID& classGuid, const std::wst
 
 std::vector<LAB_COMPONENT> ReadComponents(const GUID& classGuid);
 
-/// The first component of a class with a component id.
-std::optional<LAB_COMPONENT> FindComponentById(const GUID& classGuid, const std::wstring& id);
+/// All that binds to adapters and runs as a service, class by class.
+struct LAB_UPPER_COMPONENT
+{
+    LAB_COMPONENT component;
+    std::wstring strService;
+};
+std::vector<LAB_UPPER_COMPONENT> ReadUpperComponents(std::span<const GUID> classes = UpperClasses());
+
+/// The first component of the classes with a component id.
+std::optional<LAB_COMPONENT> FindComponentById(std::span<const GUID> classes, const std::wstring& id);
 
 /// The component id, empty when there is none.
 std::wstring ComponentId(const LAB_COMPONENT& component);

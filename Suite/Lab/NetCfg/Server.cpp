@@ -89,7 +89,7 @@ LSTATUS registerServer()
     if (!present.empty() && !SameName(present, path))
     {
         CRegistryKey lab;
-        LSTATUS status = lab.Create(labKeyPath);
+        LSTATUS status = lab.Create(LAB_KEY);
         if (status == ERROR_SUCCESS && !lab.Text(previousServerName))
             status = lab.SetText(previousServerName, present);
         if (status != ERROR_SUCCESS)
@@ -104,7 +104,7 @@ LSTATUS unregisterServer()
         return ERROR_SUCCESS;
     CRegistryKey lab;
     std::optional<std::wstring> previous;
-    if (lab.Open(labKeyPath, KEY_READ | KEY_WRITE) == ERROR_SUCCESS)
+    if (lab.Open(LAB_KEY, KEY_READ | KEY_WRITE) == ERROR_SUCCESS)
         previous = lab.Text(previousServerName);
     if (!previous)
         return DeleteKeyTree(serverKeyPath);

@@ -10,7 +10,6 @@
 namespace
 {
 
-constexpr wchar_t netClassGuidText[] = L"{4D36E972-E325-11CE-BFC1-08002BE10318}";
 constexpr wchar_t description[] = L"Corvo XMS Virtual Miniport";
 constexpr wchar_t provider[] = L"Corvo";
 constexpr wchar_t serviceName[] = L"oXMSProtocol";
@@ -26,13 +25,10 @@ struct MINIPORT_PLACES
     std::wstring strDeviceId;
     std::wstring strGuid;
 
-    std::wstring ClassKey() const { return std::wstring(netClassKeyPath) + L'\\' + strInstance; }
-    std::wstring DeviceKey() const { return std::wstring(enumKeyPath) + L'\\' + strDeviceId; }
-    std::wstring NetworkKey() const
-    {
-        return std::wstring(networkKeyPath) + L'\\' + netClassGuidText + L'\\' + strGuid;
-    }
-    std::wstring StateKey() const { return std::wstring(labKeyPath) + L"\\Devices\\" + strGuid; }
+    std::wstring ClassKey() const { return std::wstring(CLASS_KEY) + L'\\' + strInstance; }
+    std::wstring DeviceKey() const { return std::wstring(ENUM_KEY) + L'\\' + strDeviceId; }
+    std::wstring NetworkKey() const { return std::wstring(NETWORK_KEY) + L'\\' + NETWORK_CLASS_GUID + L'\\' + strGuid; }
+    std::wstring StateKey() const { return std::wstring(LAB_DEVICES) + L'\\' + strGuid; }
 };
 
 std::wstring fourDigits(int number)
@@ -67,7 +63,7 @@ std::wstring freeDeviceId(int instance)
     {
         std::wstring id = L"ROOT\\NET\\" + fourDigits(number);
         CRegistryKey key;
-        if (key.Open(std::wstring(enumKeyPath) + L'\\' + id) == ERROR_FILE_NOT_FOUND)
+        if (key.Open(std::wstring(ENUM_KEY) + L'\\' + id) == ERROR_FILE_NOT_FOUND)
             return id;
     }
     return {};
@@ -133,9 +129,9 @@ LSTATUS writeLinkage(const MINIPORT_PLACES& places)
 LSTATUS writeDevice(const MINIPORT_PLACES& places)
 {
     return CValueWriter(places.DeviceKey())
-        .Text(L"ClassGUID", netClassGuidText)
+        .Text(L"ClassGUID", NETWORK_CLASS_GUID)
         .Text(L"Class", L"Net")
-        .Text(L"Driver", std::wstring(netClassGuidText) + L'\\' + places.strInstance)
+        .Text(L"Driver", std::wstring(NETWORK_CLASS_GUID) + L'\\' + places.strInstance)
         .Text(L"DeviceDesc", description)
         .Text(L"FriendlyName", description)
         .List(L"HardwareID", {virtualMiniportId})
@@ -163,11 +159,11 @@ bool isOrdinary(const LAB_COMPONENT& protocol)
 
 LSTATUS bindOrdinaryProtocols(const MINIPORT_PLACES& places)
 {
-    for (const LAB_COMPONENT& protocol : ReadComponents(GUID_DEVCLASS_NETTRANS))
+    const GUID transports[] = {GUID_DEVCLASS_NETTRANS};
+    for (const auto& [protocol, service] : ReadUpperComponents(transports))
     {
-        const std::wstring service = ServiceName(protocol);
         // Without a linkage the protocol's service was never installed.
-        if (service.empty() || !isOrdinary(protocol) || !ReadLinkage(service))
+        if (!isOrdinary(protocol) || !ReadLinkage(service))
             continue;
         const LSTATUS status = ChangeBindings(service, {{DeviceName(places.strGuid), BindingState::Enabled}});
         if (status != ERROR_SUCCESS)
@@ -180,17 +176,13 @@ LSTATUS removeBindings(const MINIPORT_PLACES& places)
 {
     LSTATUS result = ERROR_SUCCESS;
     const std::wstring device = DeviceName(places.strGuid);
-    for (const GUID& classGuid : {GUID_DEVCLASS_NETTRANS, GUID_DEVCLASS_NETSERVICE, GUID_DEVCLASS_NETCLIENT})
+    for (const auto& [protocol, service] : ReadUpperComponents())
     {
-        for (const LAB_COMPONENT& protocol : ReadComponents(classGuid))
-        {
-            const std::wstring service = ServiceName(protocol);
-            if (service.empty() || !ReadLinkage(service))
-                continue;
-            const LSTATUS status = ChangeBindings(service, {{device, BindingState::Absent}});
-            if (result == ERROR_SUCCESS)
-                result = status;
-        }
+        if (!ReadLinkage(service))
+            continue;
+        const LSTATUS status = ChangeBindings(service, {{device, BindingState::Absent}});
+        if (result == ERROR_SUCCESS)
+            result = status;
     }
     return result;
 }
@@ -200,8 +192,8 @@ LSTATUS removeAll(const MINIPORT_PLACES& places)
 {
     const LSTATUS steps[] = {
         removeBindings(places),
-        DeleteKeyAndEmptyParents(places.NetworkKey(), networkKeyPath),
-        places.strDeviceId.empty() ? ERROR_SUCCESS : DeleteKeyAndEmptyParents(places.DeviceKey(), enumKeyPath),
+        DeleteKeyAndEmptyParents(places.NetworkKey(), NETWORK_KEY),
+        places.strDeviceId.empty() ? ERROR_SUCCESS : DeleteKeyAndEmptyParents(places.DeviceKey(), ENUM_KEY),
         DeleteKeyTree(places.StateKey()),
         DeleteKeyTree(places.ClassKey()),
     };
@@ -219,7 +211,7 @@ bool IsVirtualMiniport(const GUID& classGuid, const std::wstring& id)
 LSTATUS InstallVirtualMiniport(LAB_COMPONENT& installed)
 {
     CRegistryKey classKey;
-    if (const LSTATUS status = classKey.Open(netClassKeyPath); status != ERROR_SUCCESS)
+    if (const LSTATUS status = classKey.Open(CLASS_KEY); status != ERROR_SUCCESS)
         return status;
     const int instance = lowestFreeInstance(classKey);
     GUID guid{};
@@ -247,6 +239,6 @@ LSTATUS RemoveVirtualMiniport(const LAB_COMPONENT& miniport)
 {
     const std::wstring device = DeviceKeyPath(miniport);
     const std::wstring instance = miniport.strKeyPath.substr(miniport.strKeyPath.rfind(L'\\') + 1);
-    const std::wstring deviceId = device.empty() ? device : device.substr(ARRAYSIZE(enumKeyPath));
+    const std::wstring deviceId = device.empty() ? device : device.substr(ARRAYSIZE(ENUM_KEY));
     return removeAll({instance, deviceId, miniport.GuidText()});
 }

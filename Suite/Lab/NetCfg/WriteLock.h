@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Suite/Lab/State/ExclusiveFile.h"
+
 #include <windows.h>
 
 #include <string>
 
-/// The one write lock of the machine's network configuration. It is a file that its holder has opened for itself alone
-/// and that goes with the handle, so a holder that dies frees it, and it belongs to no thread.
+/// The one write lock of the machine's network configuration: a lock file, and beside it who holds it.
 class CWriteLock
 {
   public:
@@ -17,7 +18,7 @@ class CWriteLock
     /// Waits up to `milliseconds` (INFINITE: for ever). S_OK: held, S_FALSE: somebody else holds it, or an error.
     HRESULT Acquire(DWORD milliseconds, const std::wstring& description);
     void Release();
-    bool IsHeld() const { return m_hFile != INVALID_HANDLE_VALUE; }
+    bool IsHeld() const { return m_file.IsHeld(); }
 
     /// Whether anybody holds it, this object included.
     static bool IsHeldBySomebody();
@@ -25,5 +26,5 @@ class CWriteLock
     static std::wstring HolderDescription();
 
   private:
-    HANDLE m_hFile = INVALID_HANDLE_VALUE;
+    CExclusiveFile m_file;
 };

@@ -85,6 +85,7 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
     }
     void QueueForReload(const CRavString&) override {}
     void QueueForUnload(const CRavString& instance) override { m_strQueued += "unload " + Utf8(instance); }
+    void VlanWritten(const CRavString&) override {}
 
     CRavNetCfgInterface m_netCfg;
     CRavCoreAgentPvtIntf* m_pCore = Sibling<RAV_GET_CORE_AGENT_PVT>(L"CoreAgent.dll", RAV_GET_CORE_AGENT_PVT_NAME);

@@ -1,116 +1,12 @@
-// The COM server against the documented contract of the network configuration interfaces.
+// The COM server against the documented contract of the network configuration interfaces: sessions, the write lock,
+// what is read, and the server's own life.
 
-#include "Tests/Harness/PrivateHive.h"
-#include "Tests/Harness/RegistryDiff.h"
-
-#include <gtest/gtest.h>
-
-#include <windows.h>
-#include <initguid.h>
-#include <devguid.h>
-#include <netcfgx.h>
-#include <setupapi.h>
-#include <wrl/client.h>
+#include "Tests/Suite/Lab/NetCfgFixture.h"
 
 #include <functional>
 
-using Microsoft::WRL::ComPtr;
-
 namespace
 {
-
-const char* const s_host = R"(
-    Lab  StateDir  REG_SZ  %STATE%
-    Class  Installer32  REG_SZ  NetCfg.dll,NetClassInstaller
-    Class\0002  NetCfgInstanceId  REG_SZ  {A0000000-0000-0000-0000-000000000002}
-    ..  ComponentId  REG_SZ  pci\ven_1a2b&dev_0010
-    ..  DriverDesc  REG_SZ  Corvo 10G
-    ..  Characteristics  REG_DWORD  0x84
-    ..  DeviceInstanceID  REG_SZ  PCI\VEN_1A2B&DEV_0010\1
-    Class\0003  NetCfgInstanceId  REG_SZ  not a guid
-    Class\0004  DriverDesc  REG_SZ  no instance
-    Class\0005  NetCfgInstanceId  REG_SZ  {A0000000-0000-0000-0000-000000000005}
-    ..  ComponentId  REG_SZ  pci\ven_9999&dev_0001
-    ..  DriverDesc  REG_SZ  Other
-    Class\0006  NetCfgInstanceId  REG_DWORD  6
-    Class\Properties  NetCfgInstanceId  REG_SZ  {A0000000-0000-0000-0000-0000000000FF}
-    Enum\PCI\VEN_1A2B&DEV_0010\1  ClassGUID  REG_SZ  {4D36E972-E325-11CE-BFC1-08002BE10318}
-    ..  Driver  REG_SZ  {4D36E972-E325-11CE-BFC1-08002BE10318}\0002
-    ..  FriendlyName  REG_SZ  "Corvo 10G #2"
-    Protocols\{B0000000-0000-0000-0000-000000000001}  ComponentId  REG_SZ  ms_tcpip
-    ..  Description  REG_SZ  Internet Protocol
-    ..\Ndi  Service  REG_SZ  Tcpip
-    ..  HelpText  REG_SZ  Help
-    Protocols\{B0000000-0000-0000-0000-000000000002}  ComponentId  REG_SZ  oxmsprotocol
-    ..\Ndi  Service  REG_SZ  oXMSProtocol
-    Services\Tcpip\Linkage  Bind  REG_MULTI_SZ  \Device\{A0000000-0000-0000-0000-000000000002}
-    ..  Disabled  REG_MULTI_SZ  \Device\{A0000000-0000-0000-0000-000000000005}
-    Services\oXMSProtocol\Linkage  Bind  REG_MULTI_SZ
-    Network\{A0000000-0000-0000-0000-000000000002}
-)";
-
-std::wstring StateFolder()
-{
-    wchar_t folder[MAX_PATH] = {};
-    GetTempPathW(MAX_PATH, folder);
-    return folder + (L"NetCfgTests" + std::to_wstring(GetCurrentProcessId()));
-}
-
-std::string HostText()
-{
-    std::string text = s_host;
-    return text.replace(text.find("%STATE%"), 7, Utf8(StateFolder()));
-}
-
-HMODULE Server()
-{
-    static const HMODULE server = LoadLibraryW(L"NetCfg.dll");
-    return server;
-}
-
-template <typename Function>
-Function* Export(const char* name)
-{
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(GetProcAddress(Server(), name)));
-}
-
-ComPtr<INetCfg> NewNetCfg()
-{
-    ComPtr<IClassFactory> factory;
-    ComPtr<INetCfg> netcfg;
-    Export<HRESULT WINAPI(REFCLSID, REFIID, void**)>("DllGetClassObject")(CLSID_CNetCfg, IID_PPV_ARGS(&factory));
-    factory->CreateInstance(nullptr, IID_PPV_ARGS(&netcfg));
-    return netcfg;
-}
-
-template <typename To, typename From>
-ComPtr<To> As(const ComPtr<From>& from)
-{
-    ComPtr<To> to;
-    from->QueryInterface(IID_PPV_ARGS(&to));
-    return to;
-}
-
-std::string Taken(LPWSTR text)
-{
-    std::string copy = text ? Utf8(text) : "(null)";
-    CoTaskMemFree(text);
-    return copy;
-}
-
-ComPtr<INetCfgComponent> Find(const ComPtr<INetCfg>& netcfg, const wchar_t* id)
-{
-    ComPtr<INetCfgComponent> component;
-    EXPECT_EQ(S_OK, netcfg->FindComponent(id, &component)) << Utf8(id);
-    return component;
-}
-
-ComPtr<INetCfgClassSetup> NetSetup(const ComPtr<INetCfg>& netcfg)
-{
-    ComPtr<INetCfgClassSetup> setup;
-    EXPECT_EQ(S_OK, netcfg->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_PPV_ARGS(&setup)));
-    return setup;
-}
 
 std::string Ids(const ComPtr<IEnumNetCfgComponent>& components, ULONG wanted, HRESULT expected)
 {
@@ -126,60 +22,6 @@ std::string Ids(const ComPtr<IEnumNetCfgComponent>& components, ULONG wanted, HR
         items[i]->Release();
     }
     return ids;
-}
-
-class NetCfg : public testing::Test
-{
-  protected:
-    NetCfg() : m_hive((SetNames(), HostText())) {}
-    ~NetCfg() override { RemoveDirectoryW(StateFolder().c_str()); }
-
-    static void SetNames()
-    {
-        SetShortNames(
-            {{"SOFTWARE\\VlanLab", "Lab"},
-             {"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}", "Class"},
-             {"SYSTEM\\CurrentControlSet\\Control\\Network\\{4D36E972-E325-11CE-BFC1-08002BE10318}", "Network"},
-             {"SYSTEM\\CurrentControlSet\\Control\\Network\\{4D36E975-E325-11CE-BFC1-08002BE10318}", "Protocols"},
-             {"SYSTEM\\CurrentControlSet\\Services", "Services"},
-             {"SYSTEM\\CurrentControlSet\\Enum", "Enum"}});
-    }
-
-    static ComPtr<INetCfg> Locked(const wchar_t* who = L"tests")
-    {
-        ComPtr<INetCfg> netcfg = NewNetCfg();
-        EXPECT_EQ(S_OK, As<INetCfgLock>(netcfg)->AcquireWriteLock(0, who, nullptr));
-        EXPECT_EQ(S_OK, netcfg->Initialize(nullptr));
-        return netcfg;
-    }
-
-    CPrivateHive m_hive;
-};
-
-/// One object of every kind, and the calls that may fail for the state of the session alone.
-struct OBJECTS
-{
-    ComPtr<INetCfg> netcfg;
-    ComPtr<INetCfgClass> netClass;
-    ComPtr<INetCfgClassSetup> setup;
-    ComPtr<INetCfgComponent> adapter, protocol;
-    ComPtr<INetCfgComponentBindings> bindings;
-    ComPtr<IEnumNetCfgBindingPath> paths;
-    ComPtr<INetCfgBindingPath> path;
-};
-
-OBJECTS AllObjects()
-{
-    OBJECTS all{NewNetCfg(), {}, {}, {}, {}, {}, {}, {}};
-    EXPECT_EQ(S_OK, all.netcfg->Initialize(nullptr));
-    all.setup = NetSetup(all.netcfg);
-    all.netClass = As<INetCfgClass>(all.setup);
-    all.adapter = Find(all.netcfg, L"PCI\\ven_1a2b&dev_0010");
-    all.protocol = Find(all.netcfg, L"ms_tcpip");
-    all.bindings = As<INetCfgComponentBindings>(all.protocol);
-    EXPECT_EQ(S_OK, all.bindings->EnumBindingPaths(EBP_BELOW, &all.paths));
-    EXPECT_EQ(S_OK, all.paths->Next(1, &all.path, nullptr));
-    return all;
 }
 
 struct STATE_ROW
@@ -427,110 +269,6 @@ TEST_F(NetCfg, WhatAComponentSaysOfItself)
     EXPECT_EQ(31u, status);
 }
 
-TEST_F(NetCfg, InstallingAndRemovingAVirtualMiniport)
-{
-    const ComPtr<INetCfg> netcfg = Locked();
-    const ComPtr<INetCfgClassSetup> setup = NetSetup(netcfg);
-    const CRegistryChange change;
-    EXPECT_EQ(E_NOTIMPL, setup->Install(L"ms_loop", nullptr, 0, 0, nullptr, nullptr, nullptr));
-    EXPECT_EQ(E_NOTIMPL, setup->DeInstall(Find(netcfg, L"pci\\ven_1a2b&dev_0010").Get(), nullptr, nullptr));
-    EXPECT_EQ(E_INVALIDARG, setup->DeInstall(Find(netcfg, L"ms_tcpip").Get(), nullptr, nullptr));
-    EXPECT_EQ("", change.Text());
-
-    ComPtr<INetCfgComponent> first, miniport;
-    EXPECT_EQ(S_OK, setup->Install(L"oxmsmp", nullptr, 0, 0, nullptr, nullptr, &first)); // fills the gap, 0001
-    const CRegistryChange second;
-    ASSERT_EQ(S_OK, setup->Install(L"OXMSMP", nullptr, 0, 0, nullptr, nullptr, &miniport));
-    LPWSTR name = nullptr;
-    miniport->GetBindName(&name);
-    const std::string guid = Taken(name);
-    first->GetBindName(&name);
-    const std::string firstGuid = Taken(name);
-    std::string text = second.Text();
-    for (const auto& [from, to] : {std::pair(guid, "{NEW}"), std::pair(firstGuid, "{FIRST}")})
-        for (size_t at = text.find(from); at != std::string::npos; at = text.find(from))
-            text.replace(at, from.size(), to);
-    EXPECT_EQ(Lines(R"(
-        + Class\0007  Characteristics  REG_DWORD  33
-        + Class\0007  ComponentId  REG_SZ  "oxmsmp"
-        + Class\0007  DeviceInstanceID  REG_SZ  "ROOT\NET\0007"
-        + Class\0007  DriverDesc  REG_SZ  "Corvo XMS Virtual Miniport"
-        + Class\0007  DriverVersion  REG_SZ  "1.0.0.0"
-        + Class\0007  NetCfgInstanceId  REG_SZ  "{NEW}"
-        + Class\0007  ProviderName  REG_SZ  "Corvo"
-        + Class\0007\Linkage  Export  REG_MULTI_SZ  "\Device\{NEW}"
-        + Class\0007\Linkage  RootDevice  REG_MULTI_SZ  "{NEW}"
-        + Network\{NEW}\Connection  Name  REG_SZ  "Local Area Connection 7"
-        + Network\{NEW}\Connection  PnpInstanceID  REG_SZ  "ROOT\NET\0007"
-        + Enum\ROOT\NET\0007  Class  REG_SZ  "Net"
-        + Enum\ROOT\NET\0007  ClassGUID  REG_SZ  "{4D36E972-E325-11CE-BFC1-08002BE10318}"
-        + Enum\ROOT\NET\0007  ConfigFlags  REG_DWORD  0
-        + Enum\ROOT\NET\0007  DeviceDesc  REG_SZ  "Corvo XMS Virtual Miniport"
-        + Enum\ROOT\NET\0007  Driver  REG_SZ  "{4D36E972-E325-11CE-BFC1-08002BE10318}\0007"
-        + Enum\ROOT\NET\0007  FriendlyName  REG_SZ  "Corvo XMS Virtual Miniport"
-        + Enum\ROOT\NET\0007  HardwareID  REG_MULTI_SZ  "oxmsmp"
-        + Enum\ROOT\NET\0007  Service  REG_SZ  "oXMSProtocol"
-        ~ Services\Tcpip\Linkage  Bind  REG_MULTI_SZ  "\Device\{A0000000-0000-0000-0000-000000000002}", "\Device\{FIRST}" -> "\Device\{A0000000-0000-0000-0000-000000000002}", "\Device\{FIRST}", "\Device\{NEW}"
-    )"),
-              text);
-
-    m_hive.Add("Lab\\Devices\\" + guid + "  Problem  REG_DWORD  31\nClass\\0007\\Ndi\\Params  A  REG_SZ  b");
-    EXPECT_EQ(S_OK, setup->DeInstall(miniport.Get(), nullptr, nullptr));
-    EXPECT_EQ("+ Lab\\Devices\n", second.Text());
-    EXPECT_EQ(NETCFG_E_ADAPTER_NOT_FOUND, setup->DeInstall(miniport.Get(), nullptr, nullptr));
-    EXPECT_EQ(S_OK, setup->DeInstall(first.Get(), nullptr, nullptr));
-    EXPECT_EQ("+ Lab\\Devices\n", change.Text());
-}
-
-TEST_F(NetCfg, ChangesOfBindingsAndNamesWaitForApply)
-{
-    const ComPtr<INetCfg> netcfg = Locked();
-    const ComPtr<INetCfgComponent> adapter = Find(netcfg, L"pci\\ven_1a2b&dev_0010");
-    const ComPtr<INetCfgComponent> tcpip = Find(netcfg, L"ms_tcpip");
-    const auto xms = As<INetCfgComponentBindings>(Find(netcfg, L"oxmsprotocol"));
-    const auto above = As<INetCfgComponentBindings>(adapter);
-    const CRegistryChange change;
-
-    EXPECT_EQ(S_FALSE, above->IsBindableTo(adapter.Get()));
-    EXPECT_EQ(E_INVALIDARG, above->BindTo(adapter.Get()));
-    for (const bool applied : {false, true})
-    {
-        EXPECT_EQ(S_OK, xms->BindTo(adapter.Get()));
-        EXPECT_EQ(S_OK, above->UnbindFrom(tcpip.Get())); // the order of the two makes no difference
-        EXPECT_EQ(S_OK, adapter->SetDisplayName(L"Uplink"));
-        EXPECT_EQ(S_OK, xms->IsBoundTo(adapter.Get()));
-        EXPECT_EQ(S_FALSE, above->IsBoundTo(tcpip.Get()));
-        LPWSTR name = nullptr;
-        adapter->GetDisplayName(&name);
-        EXPECT_EQ("Uplink", Taken(name));
-        EXPECT_EQ("", change.Text());
-        EXPECT_EQ(S_OK, applied ? netcfg->Apply() : netcfg->Cancel());
-        EXPECT_EQ(applied ? S_OK : S_FALSE, xms->IsBoundTo(adapter.Get()));
-    }
-    EXPECT_EQ(Lines(R"(
-        ~ Enum\PCI\VEN_1A2B&DEV_0010\1  FriendlyName  REG_SZ  "Corvo 10G #2" -> "Uplink"
-        ~ Services\oXMSProtocol\Linkage  Bind  REG_MULTI_SZ   -> "\Device\{A0000000-0000-0000-0000-000000000002}"
-        ~ Services\Tcpip\Linkage  Bind  REG_MULTI_SZ  "\Device\{A0000000-0000-0000-0000-000000000002}" -> 
-        ~ Services\Tcpip\Linkage  Disabled  REG_MULTI_SZ  "\Device\{A0000000-0000-0000-0000-000000000005}" -> "\Device\{A0000000-0000-0000-0000-000000000005}", "\Device\{A0000000-0000-0000-0000-000000000002}"
-    )"),
-              Lines(change.Text()));
-
-    ComPtr<IEnumNetCfgBindingPath> paths;
-    ComPtr<INetCfgBindingPath> path;
-    EXPECT_EQ(S_OK, above->EnumBindingPaths(EBP_ABOVE, &paths));
-    std::string seen;
-    while (paths->Next(1, path.ReleaseAndGetAddressOf(), nullptr) == S_OK)
-    {
-        LPWSTR token = nullptr;
-        EXPECT_EQ(S_OK, path->GetPathToken(&token));
-        seen += Taken(token).substr(0, 9) + (path->IsEnabled() == S_OK ? " on;" : " off;");
-        EXPECT_EQ(S_OK, path->IsSamePathAs(path.Get()));
-        EXPECT_EQ(S_OK, path->Enable(TRUE));
-        EXPECT_EQ(S_OK, path->IsEnabled());
-    }
-    EXPECT_EQ("ms_tcpip- off;oxmsproto on;", seen);
-}
-
 TEST_F(NetCfg, ReferencesKeepTheServerInMemory)
 {
     const auto canUnload = Export<HRESULT WINAPI()>("DllCanUnloadNow");
@@ -571,45 +309,6 @@ TEST_F(NetCfg, FoundByComAndRegisteredBesideThePlatformsServer)
     EXPECT_EQ("REG_SZ  \"Both\"", m_hive.Value(server, "ThreadingModel"));
     EXPECT_EQ(S_OK, Export<HRESULT WINAPI()>("DllUnregisterServer")());
     EXPECT_EQ("REG_SZ  \"platform.dll\"", m_hive.Value(server, "(default)"));
-}
-
-TEST_F(NetCfg, ChangesOfADevicesStateAreRecordedByTheClassInstaller)
-{
-    const ComPtr<INetCfg> loaded = NewNetCfg();
-    const struct
-    {
-        DWORD state, error;
-        const char* expected; // stops, starts, problem
-    } rows[] = {
-        {DICS_STOP, 0, "1 - 31"},
-        {DICS_START, 0, "1 1 0"},
-        {DICS_PROPCHANGE, 0, "2 2 0"},
-        {DICS_DISABLE, 0, "3 2 22"},
-        {DICS_START, 0, "3 2 22"},
-        {DICS_ENABLE, 0, "3 3 0"},
-        {99, ERROR_INVALID_PARAMETER, "3 3 0"},
-    };
-    const HDEVINFO set = SetupDiCreateDeviceInfoList(nullptr, nullptr);
-    SP_DEVINFO_DATA device{};
-    device.cbSize = sizeof(device);
-    ASSERT_TRUE(SetupDiOpenDeviceInfoW(set, L"PCI\\VEN_1A2B&DEV_0010\\1", nullptr, 0, &device));
-    const auto kept = [&](const char* name) {
-        const std::string value = m_hive.Value(Expand("Lab\\Devices\\{A0000000-0000-0000-0000-000000000002}"), name);
-        return value.empty() ? std::string("-") : value.substr(sizeof("REG_DWORD "));
-    };
-    for (const auto& row : rows)
-    {
-        SP_PROPCHANGE_PARAMS change{};
-        change.ClassInstallHeader.cbSize = sizeof(change.ClassInstallHeader);
-        change.ClassInstallHeader.InstallFunction = DIF_PROPERTYCHANGE;
-        change.StateChange = row.state;
-        change.Scope = DICS_FLAG_CONFIGSPECIFIC;
-        EXPECT_TRUE(SetupDiSetClassInstallParamsW(set, &device, &change.ClassInstallHeader, sizeof(change)));
-        const BOOL done = SetupDiCallClassInstaller(DIF_PROPERTYCHANGE, set, &device);
-        EXPECT_EQ(row.error, done ? 0 : GetLastError());
-        EXPECT_EQ(row.expected, kept("Stops") + " " + kept("Starts") + " " + kept("Problem")) << row.state;
-    }
-    EXPECT_TRUE(SetupDiDestroyDeviceInfoList(set));
 }
 
 } // namespace

@@ -1,0 +1,114 @@
+// What operations may cost. Platform calls are exact, so these ceilings tell at once when somebody asks again for each
+// VLAN what was known already; times are the benchmark's business.
+
+#include "Tests/Src/LabFixture.h"
+
+#include <map>
+
+namespace
+{
+const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
+
+constexpr size_t FEW = 8;
+constexpr size_t MANY = 63; // and one that is created
+
+struct COST
+{
+    size_t calls = 0;
+    size_t sessions = 0; // of the network configuration
+};
+
+// What an operation costs at most. Lower these when it costs less: looking at each VLAN that is present once is enough.
+struct CEILING
+{
+    size_t calls;           // without VLANs
+    size_t perVlan;         // more for each that is present
+    size_t perVlanBelow;    // with those that the COM server of the network configuration makes for them
+    size_t sessions;        // of one operation
+    size_t sessionsPerVlan; // more for each that is present
+};
+const std::map<std::string, CEILING> CEILINGS = {
+    // clang-format off
+    //           calls  per VLAN  below  sessions  per VLAN
+    {"create",   { 245,       51,   101,       16,        2}},
+    {"list",     {   5,       35,    40,        1,        1}},
+    {"parents",  {  18,        0,     4,        3,        0}},
+    {"remove",   { 160,       14,    58,       10,        0}},
+    {"validate", {  23,       41,    54,        5,        2}},
+    // clang-format on
+};
+
+std::string HostWith(size_t vlans)
+{
+    std::string list;
+    for (size_t id = 1; id <= vlans; ++id)
+        list += std::string(list.empty() ? "" : ",") + R"({ "parent": "Port A", "id": )" + std::to_string(id) +
+                R"(, "name": "N)" + std::to_string(id) + R"(" })";
+    return R"({ "adapters": [ { "name": "Port A", "mac": "001B21000001" }, { "name": "Port B", "mac": "001B21000002" } ],
+                "vlans": [)" +
+           list + "] }";
+}
+
+// Each operation from where a fresh process would start; the VLAN that is created is the one that is removed.
+std::map<std::string, COST> CostsOn(CLabHost& host, HMODULE below)
+{
+    std::map<std::string, COST> costs;
+    CVlanAgentWin& agent = host.Agent();
+    const auto measure = [&](const char* name, const auto& operation) {
+        CResult result;
+        CJournal journal;
+        if (below != nullptr)
+            journal.Hook(below);
+        agent.ClearVlanCache();
+        journal.Start();
+        operation(result);
+        journal.Stop();
+        EXPECT_EQ(0u, result.ulErrCode) << name;
+        const std::string calls = journal.Calls();
+        costs[name] = {static_cast<size_t>(std::count(calls.begin(), calls.end(), '\n')),
+                       journal.Count("CoCreateInstance")};
+    };
+    std::vector<CRavString> keys;
+    measure("list", [&](CResult& result) {
+        RAV_VLAN_INFO info;
+        agent.EnumerateVlans(result, L"", keys);
+        for (const CRavString& key : keys)
+            agent.GetVlanInfo(result, key, info);
+    });
+    measure("parents", [&](CResult& result) { agent.EnumerateVlanSupportingParents(result, keys, host.Client()); });
+    measure("validate", [&](CResult& result) {
+        std::vector<RAV_VALIDATION_MESSAGE> messages;
+        agent.ValidateNewVlan(result, host.Key("Port A"), L"100", L"New", messages, host.Client());
+    });
+    measure("create", [&](CResult& result) { result = host.Create("Port A", 100, L"New"); });
+    const CRavString created = host.Vlan("Port A", 100);
+    measure("remove", [&](CResult& result) { result = host.Remove(created); });
+    return costs;
+}
+
+double PerVlan(size_t few, size_t many)
+{
+    return (static_cast<double>(many) - static_cast<double>(few)) / static_cast<double>(MANY - FEW);
+}
+} // namespace
+
+TEST(Cost, StaysBelowTheCeilings)
+{
+    const HMODULE netCfg = GetModuleHandleW(L"NetCfg.dll");
+    const auto costs = [&](size_t vlans) {
+        CLabHost host(HostWith(vlans));
+        auto own = CostsOn(host, nullptr);
+        return std::pair(own, CostsOn(host, netCfg));
+    };
+    auto [few, fewBelow] = costs(FEW);
+    auto [many, manyBelow] = costs(MANY);
+    for (const auto& [name, ceiling] : CEILINGS)
+    {
+        SCOPED_TRACE(name);
+        EXPECT_LE(few[name].calls, ceiling.calls + FEW * ceiling.perVlan);
+        EXPECT_LE(PerVlan(few[name].calls, many[name].calls), static_cast<double>(ceiling.perVlan));
+        EXPECT_LE(PerVlan(fewBelow[name].calls, manyBelow[name].calls), static_cast<double>(ceiling.perVlanBelow));
+        EXPECT_LE(few[name].sessions, ceiling.sessions + FEW * ceiling.sessionsPerVlan);
+        EXPECT_LE(many[name].sessions, ceiling.sessions + MANY * ceiling.sessionsPerVlan);
+    }
+}
