@@ -4,6 +4,8 @@
 #include "Bench/BareParent.h"
 
 #include "Common/Library/RavMiniportDrv.h"
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <setupapi.h>
@@ -15,8 +17,6 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr wchar_t DEVICE[] = L"\\Device\\";
-constexpr DWORD OID_NEW_VLAN = 0xFF010109;
 constexpr DWORD ANNOUNCEMENT_SIZE = 258;
 
 void ChangeState(HDEVINFO list, SP_DEVINFO_DATA& device, DWORD state)
@@ -66,9 +66,9 @@ void CBareCreation::ReadParent(CBareParent& parent)
         m_address = address.c_str();
         return;
     }
-    m_address = TextOf(parent.key, L"NetworkAddress");
+    m_address = TextOf(parent.key, NetworkValue::NetworkAddress);
     parent.ReadLists();
-    m_group = NumberOf(parent.driverKey, L"LogicalGroupID");
+    m_group = NumberOf(parent.driverKey, XmsValue::LogicalGroupId);
 }
 
 void CBareCreation::Install(CBareParent& parent, DWORD id, const std::wstring& name)
@@ -83,46 +83,46 @@ void CBareCreation::Install(CBareParent& parent, DWORD id, const std::wstring& n
     HKEY key = nullptr;
     miniport->OpenParamKey(&key);
     SetText(key, L"MediaType", L"0");
-    SetNumber(key, L"VLANID", id);
-    SetNumber(key, L"LogicalGroupID", m_group);
-    SetText(key, L"RavXmsMiniportKey", guid);
-    SetText(key, L"RavVlanParentKey", CBenchHost::Parent().c_str());
-    SetNumber(key, L"RavVlanType", 1);
-    SetText(key, L"NetworkAddress", m_address);
-    SetNumber(key, L"SupportedFeatures", 8);
-    SetText(key, L"VLANName", name);
-    SetText(key, L"VLANDisplayName", displayName);
+    SetNumber(key, XmsValue::VlanId, id);
+    SetNumber(key, XmsValue::LogicalGroupId, m_group);
+    SetText(key, XmsValue::XmsMiniportKey, guid);
+    SetText(key, XmsValue::VlanParentKey, CBenchHost::Parent().c_str());
+    SetNumber(key, XmsValue::VlanType, 1);
+    SetText(key, NetworkValue::NetworkAddress, m_address);
+    SetNumber(key, XmsValue::SupportedFeatures, FEATURE_VLAN);
+    SetText(key, XmsValue::VlanName, name);
+    SetText(key, XmsValue::VlanDisplayName, displayName);
     RegCloseKey(key);
     miniport->SetDisplayName(displayName.c_str());
     miniport->GetPnpDevNodeId(&node);
     m_nodes.emplace_back(node);
     CoTaskMemFree(node);
     parent.ids.push_back(std::to_wstring(id));
-    parent.devices.push_back(DEVICE + guid);
-    m_newDevices.push_back(DEVICE + guid);
+    parent.devices.push_back(DEVICE_PREFIX + guid);
+    m_newDevices.push_back(DEVICE_PREFIX + guid);
 }
 
 void CBareCreation::SetUpParent(const CBareParent& parent)
 {
-    SetNumber(parent.key, L"XMSLoaded", 1);
-    SetNumber(parent.key, L"VlanMode", 1);
-    SetNumber(parent.key, L"TaggingMode", 1);
-    SetText(parent.key, L"NetworkAddress", m_address);
-    SetNumber(parent.driverKey, L"LogicalGroupID", m_group);
-    SetNumber(parent.driverKey, L"PhysicalAdapterID", CBenchHost::PARENT_INSTANCE);
-    SetText(parent.driverKey, L"AdapterName", m_parentName);
-    SetNumber(parent.driverKey, L"TotalPhysicalAdapters", 1);
-    SetNumber(parent.driverKey, L"TaggingMode", 1);
+    SetNumber(parent.key, XmsValue::XmsLoaded, 1);
+    SetNumber(parent.key, XmsValue::VlanMode, 1);
+    SetNumber(parent.key, XmsValue::TaggingMode, 1);
+    SetText(parent.key, NetworkValue::NetworkAddress, m_address);
+    SetNumber(parent.driverKey, XmsValue::LogicalGroupId, m_group);
+    SetNumber(parent.driverKey, XmsValue::PhysicalAdapterId, CBenchHost::PARENT_INSTANCE);
+    SetText(parent.driverKey, XmsValue::AdapterName, m_parentName);
+    SetNumber(parent.driverKey, XmsValue::TotalPhysicalAdapters, 1);
+    SetNumber(parent.driverKey, XmsValue::TaggingMode, 1);
 }
 
 void CBareCreation::MoveDhcp(const CBareParent& parent)
 {
     HKEY tcpip = nullptr;
     RegOpenKeyExW(HKEY_LOCAL_MACHINE, parent.BelowKey(TCPIP_INTERFACES_KEY), 0, KEY_READ | KEY_WRITE, &tcpip);
-    const DWORD dhcp = NumberOf(tcpip, L"EnableDHCP");
-    SetNumber(tcpip, L"EnableDHCP", 0);
-    const HKEY configuration = CreateKey(parent.BelowKey(CRavString(XMS_PARAMETERS_KEY) + L"\\Configuration"));
-    SetNumber(configuration, L"EnableDHCP", dhcp);
+    const DWORD dhcp = NumberOf(tcpip, NetworkValue::EnableDhcp);
+    SetNumber(tcpip, NetworkValue::EnableDhcp, 0);
+    const HKEY configuration = CreateKey(parent.BelowKey(XMS_CONFIGURATION_KEY));
+    SetNumber(configuration, NetworkValue::EnableDhcp, dhcp);
     RegCloseKey(configuration);
     RegCloseKey(tcpip);
 }

@@ -1,6 +1,7 @@
 #include "Bench/BareParent.h"
 
 #include "Bench/BareCalls.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <initguid.h>
@@ -41,15 +42,15 @@ void CBareParent::Close()
 
 void CBareParent::ReadLists()
 {
-    ids = ListOf(key, L"VLANID");
-    devices = ListOf(driverKey, L"MiniportBindingList");
+    ids = ListOf(key, XmsValue::VlanId);
+    devices = ListOf(driverKey, XmsValue::BindingList);
 }
 
 void CBareParent::WriteLists()
 {
-    SetList(key, L"VLANID", ids);
-    SetList(driverKey, L"MiniportBindingList", devices);
-    SetNumber(driverKey, L"MiniportBindingListCount", static_cast<DWORD>(devices.size()));
+    SetList(key, XmsValue::VlanId, ids);
+    SetList(driverKey, XmsValue::BindingList, devices);
+    SetNumber(driverKey, XmsValue::BindingListCount, static_cast<DWORD>(devices.size()));
 }
 
 ComPtr<INetCfgComponentBindings> CBareParent::BindingsOf(const wchar_t* protocol) const

@@ -2,6 +2,7 @@
 
 #include "Bench/BareCalls.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Src/XmsNames.h"
 
 #include <wrl/client.h>
 
@@ -38,7 +39,7 @@ void WalkVlans(Visit&& visit)
     Walk([&](INetCfgComponent& component) {
         HKEY key = nullptr;
         component.OpenParamKey(&key);
-        if (const DWORD features = NumberOf(key, L"SupportedFeatures"))
+        if (const DWORD features = NumberOf(key, XmsValue::SupportedFeatures))
             visit(component, key, features);
         RegCloseKey(key);
         return true;
@@ -110,13 +111,13 @@ std::vector<BareVlan> BareListing()
         wchar_t* description = nullptr;
         info.supportedFeatures = features;
         info.vlanKey = GuidOf(component).c_str();
-        info.vlanId = NumberOf(key, L"VLANID");
-        info.vlanName = TextOf(key, L"VLANName").c_str();
-        info.displayName = TextOf(key, L"VLANDisplayName").c_str();
-        info.logicalGroupId = NumberOf(key, L"LogicalGroupID");
-        info.xmsMiniportKey = TextOf(key, L"RavXmsMiniportKey").c_str();
-        vlan.parent = TextOf(key, L"RavVlanParentKey");
-        info.vlanType = NumberOf(key, L"RavVlanType") - 1;
+        info.vlanId = NumberOf(key, XmsValue::VlanId);
+        info.vlanName = TextOf(key, XmsValue::VlanName).c_str();
+        info.displayName = TextOf(key, XmsValue::VlanDisplayName).c_str();
+        info.logicalGroupId = NumberOf(key, XmsValue::LogicalGroupId);
+        info.xmsMiniportKey = TextOf(key, XmsValue::XmsMiniportKey).c_str();
+        vlan.parent = TextOf(key, XmsValue::VlanParentKey);
+        info.vlanType = NumberOf(key, XmsValue::VlanType) - 1;
         if (SUCCEEDED(component.GetDisplayName(&description)))
             info.description = description;
         CoTaskMemFree(description);
@@ -156,8 +157,8 @@ bool BareValidation(CRavCoreAgentPvtIntf& core, const std::wstring& parent, DWOR
         component.OpenParamKey(&key);
         if (GuidOf(component) == parent)
             clean = clean && !IsFilteredOut(key);
-        else if (NumberOf(key, L"SupportedFeatures") != 0 && TextOf(key, L"RavVlanParentKey") == parent)
-            clean = clean && NumberOf(key, L"VLANID") != id && TextOf(key, L"VLANName") != name;
+        else if (NumberOf(key, XmsValue::SupportedFeatures) != 0 && TextOf(key, XmsValue::VlanParentKey) == parent)
+            clean = clean && NumberOf(key, XmsValue::VlanId) != id && TextOf(key, XmsValue::VlanName) != name;
         RegCloseKey(key);
         return true;
     });

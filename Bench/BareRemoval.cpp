@@ -2,6 +2,8 @@
 
 #include "Bench/BareCalls.h"
 #include "Bench/BareParent.h"
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <algorithm>
@@ -29,7 +31,7 @@ Miniport MiniportOf(INetCfgComponent& component, const std::wstring& guid)
 {
     HKEY key = nullptr;
     component.OpenParamKey(&key);
-    Miniport miniport{&component, L"\\Device\\" + guid, std::to_wstring(NumberOf(key, L"VLANID"))};
+    Miniport miniport{&component, DEVICE_PREFIX + guid, std::to_wstring(NumberOf(key, XmsValue::VlanId))};
     RegCloseKey(key);
     return miniport;
 }
@@ -73,14 +75,14 @@ void CBareRemoval::Run(const std::vector<std::wstring>& keys, bool lastOfParent)
 
 void CBareRemoval::ResetParent(CBareParent& parent)
 {
-    for (const wchar_t* name : {L"XMSLoaded", L"VLANID", L"VlanMode"})
+    for (const wchar_t* name : {XmsValue::XmsLoaded, XmsValue::VlanId, XmsValue::VlanMode})
         RegDeleteValueW(parent.key, name);
-    SetText(parent.key, L"NetworkAddress", L"");
-    SetText(parent.key, L"VlanFiltering", L"0");
-    SetText(parent.key, L"TaggingMode", L"0");
+    SetText(parent.key, NetworkValue::NetworkAddress, L"");
+    SetText(parent.key, XmsValue::VlanFiltering, L"0");
+    SetText(parent.key, XmsValue::TaggingMode, L"0");
     GiveDhcpBack(parent);
     DeleteBelow(XMS_ADAPTERS_KEY);
-    DeleteBelow(CRavString(XMS_PARAMETERS_KEY) + L"\\Configuration");
+    DeleteBelow(XMS_CONFIGURATION_KEY);
     parent.BindingsOf(L"oxmsprotocol")->UnbindFrom(parent.adapter.Get());
     parent.BindingsOf(L"ms_tcpip")->BindTo(parent.adapter.Get());
     parent.BindingsOf(L"ms_tcpip6")->BindTo(parent.adapter.Get());
@@ -93,9 +95,9 @@ void CBareRemoval::GiveDhcpBack(const CBareParent& parent)
         RegOpenKeyExW(HKEY_LOCAL_MACHINE, parent.BelowKey(path), 0, access, &key);
         return key;
     };
-    const HKEY configuration = open(CRavString(XMS_PARAMETERS_KEY) + L"\\Configuration", KEY_READ);
+    const HKEY configuration = open(XMS_CONFIGURATION_KEY, KEY_READ);
     const HKEY tcpip = open(TCPIP_INTERFACES_KEY, KEY_WRITE);
-    SetNumber(tcpip, L"EnableDHCP", NumberOf(configuration, L"EnableDHCP"));
+    SetNumber(tcpip, NetworkValue::EnableDhcp, NumberOf(configuration, NetworkValue::EnableDhcp));
     RegCloseKey(tcpip);
     RegCloseKey(configuration);
 }

@@ -4,6 +4,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SuiteNames.h"
 #include "Tests/Harness/PrivateHive.h"
 #include "Tests/Harness/RegistryText.h"
 #include "Tests/Harness/TraceFile.h"
@@ -106,9 +107,9 @@ void BenchLists()
 
 void BenchTrace()
 {
-    CPrivateHive hive(R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2  TRACE  REG_DWORD  1)");
+    CPrivateHive hive(Utf8(SUITE_KEY) + "  TRACE  REG_DWORD  1");
     CTempFolder folder;
-    hive.Add("SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2  InstalledDir  REG_SZ  " + Utf8(folder.Folder()));
+    hive.Add(Utf8(SUITE_KEY) + "  InstalledDir  REG_SZ  " + Utf8(folder.Folder()));
     const double gated = BestTime([] { RavTrace().Print(L"a line with %d and %s", 7, L"text"); }, 10'000'000, 5);
     char line[128];
     std::snprintf(line, sizeof(line), "\nA gated-out Print: %.2f ns (goal: 5 ns)", gated);

@@ -1,5 +1,6 @@
 #include "Bench/BenchHost.h"
 
+#include "Common/Src/SuiteNames.h"
 #include "Src/Agent/RavVlanAgent.h"
 #include "Suite/Lab/LabTool/HostBuilder.h"
 #include "Suite/Lab/State/LabNames.h"
@@ -64,7 +65,7 @@ CBenchHost::CBenchHost(size_t vlans, size_t vlansPerPort)
 {
     BuildHost(ParseHost(HostWith(vlans, vlansPerPort)), ProgramFolder());
     LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
-    LabSetNumber(SUITE_KEY, L"TRACE", 0);
+    LabSetNumber(SUITE_KEY, SuiteValue::Trace, 0);
     CRavString client;
     client.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
     LabSetNumber(client, L"Cookie", Lock().client.dwCookie);

@@ -56,7 +56,8 @@ HRESULT CRavComponentIndex::Start(INetCfg& netCfg)
     return SUCCEEDED(status) && !m_walk ? E_POINTER : status;
 }
 
-// One component further: S_OK, or S_FALSE behind the last. A walk that cannot go on is begun anew by the next question.
+// Reads one more component: S_OK, or S_FALSE after the last one. A walk that fails is dropped, and the next question
+// begins another.
 HRESULT CRavComponentIndex::Advance(INetCfg& netCfg)
 {
     HRESULT status = Start(netCfg);
@@ -83,7 +84,8 @@ void CRavComponentIndex::Take(const CRavString& guid, INetCfgComponent& componen
         m_order.push_back(guid);
 }
 
-// A walk that has not come to its end is begun anew behind a change: what it would go on with is not certain.
+// An unfinished walk is dropped, and begun anew by the next question: an enumerator that is open need not show the
+// change.
 void CRavComponentIndex::Add(const CRavString& guid, INetCfgComponent& component)
 {
     m_walk.Reset();

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "Common/Src/RavKey.h"
 #include "Common/Src/RavString.h"
+#include "Common/Src/XmsNames.h"
 
 #include <windows.h>
 #include <netcfgx.h>
@@ -9,10 +11,6 @@
 #include <wrl/client.h>
 
 // What the common library's files share of INetCfg.
-
-// Component ids of the intermediate driver: its protocol edge, and the virtual miniports that it exposes.
-inline constexpr wchar_t RAV_XMS_PROTOCOL_ID[] = L"oxmsprotocol";
-inline constexpr wchar_t RAV_XMS_MINIPORT_ID[] = L"oxmsmp";
 
 // A string that INetCfg hands out.
 class CNetCfgText
@@ -39,12 +37,10 @@ inline bool RavHasComponentId(INetCfgComponent& component, const wchar_t* id)
 // The instance GUID as the network configuration writes it.
 inline bool RavGuidOf(INetCfgComponent& component, CRavString& guid)
 {
-    constexpr int TEXT_SIZE = 39;
     GUID instance = {};
-    wchar_t text[TEXT_SIZE] = {};
-    if (FAILED(component.GetInstanceGuid(&instance)) || StringFromGUID2(instance, text, TEXT_SIZE) == 0)
+    if (FAILED(component.GetInstanceGuid(&instance)))
         return false;
-    guid = text;
+    guid = RavGuidText(instance);
     return true;
 }
 

@@ -31,15 +31,15 @@ class DeviceList
     HDEVINFO m_list;
 };
 
-// A call on a value of the driver key that did not do, and why.
+// Traces and returns the failure of a call on a value of the driver key.
 CResult Failed(const wchar_t* operation, const CRavString& name, LONG status)
 {
     RavTrace().Print(L"CRavAdapter::%s - %s, error %d", operation, name.c_str(), status);
     return CResult(static_cast<DWORD>(status));
 }
 
-// The device of an adapter as its connection names it: one look, where a search of the network configuration would ask
-// every component for its GUID. Empty when there is no such connection.
+// The device of an adapter as its connection names it; empty when there is no such connection. This takes one read,
+// where a search of the network configuration asks every component for its GUID.
 CRavString DeviceOfConnection(const CRavString& guid)
 {
     CRavString device;

@@ -12,8 +12,8 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-// These watch the wire, or give the adapter to a switch, a bridge or a team of the system's own: VLANs do not need them
-// off.
+// Protocols that stay bound to a parent of VLANs: they only watch the wire, or give the adapter to a switch, a bridge
+// or a team of the system's own.
 constexpr const wchar_t* LEFT_ALONE[] = {L"ms_lldp",   L"ms_lltdio", L"ms_rspndr", L"ms_ndiscap",
                                          L"ms_implat", L"ms_bridge", L"vms_pp"};
 
@@ -72,8 +72,8 @@ std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBo
     return protocols;
 }
 
-// What the record of the adapter has to say once these have been taken off, too. An adapter that came in without a
-// record lost its protocols before there were records.
+// Adds the protocols that were just taken off to the adapter's record. A parent without a record became one under a
+// release that kept none: its record begins with what such a parent is given back.
 bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavString>& taken)
 {
     if (wasBound && taken.empty())
@@ -90,8 +90,8 @@ bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavSt
     return RavWriteBindingRecord(adapter, protocols);
 }
 
-// The driver comes before the protocols go; half of it must not be applied with the rest: the adapter would have
-// neither TCP/IP nor VLANs.
+// Binds the driver, then takes the protocols off. On failure all of it is undone: releasing the lock applies whatever
+// is pending, and half of this would leave the adapter with neither TCP/IP nor VLANs.
 HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgComponent& adapter)
 {
     std::vector<CRavString> taken;
@@ -164,7 +164,7 @@ HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
         if (SUCCEEDED(Traced(L"FindComponent", status)) && protocol)
             status = Bind(*protocol.Get(), adapter, RavBinding::On);
         if (FAILED(status) && SUCCEEDED(first))
-            first = status; // the others still have to come back
+            first = status; // go on: the other protocols have to come back all the same
     }
     return first;
 }
@@ -179,7 +179,8 @@ HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid,
     {
         const std::vector<CRavString> missing = ProtocolsToRestore(guid, wasBound);
         if (restore && wasBound)
-            RavWriteBindingRecord(guid, missing); // for another try, when the driver is off already
+            RavWriteBindingRecord(
+                guid, missing); // if a later step fails, the next try finds the driver off and would not know them
         status = RavBindXms(netCfg, *adapter.Get(), RavBinding::Off);
         if (SUCCEEDED(status) && restore)
             status = RavBindProtocols(netCfg, *adapter.Get(), missing);

@@ -19,7 +19,7 @@ CResult Failed(DWORD status, const CRavString& setting)
     return CResult(status);
 }
 
-// What the last call on the key said, for the setting that it was about.
+// Fails with the status of the key's last call.
 CResult Failed(CRavRegKey& key, const CRavString& setting)
 {
     const auto status = static_cast<DWORD>(key.LastResult());
@@ -29,7 +29,7 @@ CResult Failed(CRavRegKey& key, const CRavString& setting)
 constexpr int DECIMAL = 10;
 constexpr int HEXADECIMAL = 16;
 
-// Numbers of drivers may be unsigned: what is beyond a signed one counts as the largest.
+// Drivers may store unsigned numbers: one that a signed number cannot hold is read as the largest signed one.
 bool ParseNumber(const CRavString& text, int32_t& number, int base = DECIMAL)
 {
     wchar_t* end = nullptr;
@@ -56,7 +56,8 @@ bool ReadNumber(CRavRegKey& key, const CRavString& name, int32_t& number, int ba
     return true;
 }
 
-// With a sign in either base: an unsigned form would come back as the largest number.
+// Negative numbers get a sign in hexadecimal, too: as 0xFFFFFFFF they would be read as the largest signed number, see
+// ParseNumber.
 CRavString NumberText(int32_t value, int base)
 {
     CRavString text;
@@ -87,7 +88,7 @@ class TextWriter
     {
         return Text(name, NumberText(value, base));
     }
-    // 0 stands for a value that is not there.
+    // A 0 in the record stands for a value that the description does not have: it is not written.
     TextWriter& OptionalNumber(const wchar_t* name, int32_t value, int base = DECIMAL)
     {
         return value != 0 ? Number(name, value, base) : *this;
@@ -223,7 +224,8 @@ CResult CRavMiniportReg::CreateSetting(const RAV_SETTING& setting)
         return result = Failed(instance, setting.strName);
     if (!params.Create(instance.GetHKey(), PARAMS, true, false))
         return result = Failed(params, setting.strName);
-    // An older description must not shine through, least of all one that cannot be opened.
+    // An older description is deleted first, or its values would mix with the new ones. For the same reason one that
+    // cannot be opened is a failure.
     CRavRegKey older;
     const bool isThere = older.Open(params.GetHKey(), setting.strName, false);
     if (!isThere && older.LastResult() != ERROR_FILE_NOT_FOUND)
@@ -318,7 +320,7 @@ CResult CRavMiniportReg::DeleteSetting(const CRavString& strName)
         return result = Failed(instance, strName);
     const bool described =
         params.Open(instance.GetHKey(), PARAMS, true) && description.Open(params.GetHKey(), strName, false);
-    // A description that is there but cannot be opened must not be taken for one that is not.
+    // Only ERROR_FILE_NOT_FOUND means that there is no description; one that cannot be opened is a failure.
     CRavRegKey& refused = params.IsOpened() ? description : params;
     if (!described && refused.LastResult() != ERROR_FILE_NOT_FOUND)
         return result = Failed(refused, strName);

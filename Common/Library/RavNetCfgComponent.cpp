@@ -25,14 +25,15 @@ OBO_TOKEN OnBehalfOfUser()
     return token;
 }
 
-// What the network configuration shows of an adapter, where its device keeps it.
+// The name that the network configuration shows for an adapter, read from its device's key.
 bool FriendlyNameOf(const CRavString& device, CRavString& name)
 {
     return !device.IsEmpty() &&
            RavReadTextAt(CRavString(ENUM_KEY) + L"\\" + device, NetworkValue::FriendlyName, name) && !name.IsEmpty();
 }
 
-// A component that others still refer to stays, though the call counts as a success.
+// DeInstall answers with success for a component that others still refer to, but leaves it installed: that is a failure
+// here.
 bool DeInstall(CRavNetCfgInterface& netCfg, INetCfgClassSetup& setup, INetCfgComponent& component)
 {
     OBO_TOKEN token = OnBehalfOfUser();
@@ -76,7 +77,7 @@ int CRavNetCfgComponent::InstallVirtualComponent(CRavNetCfgInterface& netCfg, CR
     }
     if (!RavGuidOf(*component.Get(), strInstance))
     {
-        // Nobody could ever name it: it must not stay.
+        // Without its GUID nobody could ever name, or remove, this miniport: it is removed at once.
         RavTrace().Print(L"CRavNetCfgComponent::InstallVirtualComponent - the new miniport has no GUID");
         DeInstall(netCfg, *setup.Get(), *component.Get());
         return status;
@@ -98,7 +99,7 @@ int CRavNetCfgComponent::RemoveVirtualComponent(CRavNetCfgInterface& netCfg, con
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - there is no %s", strInstance.c_str());
         return status;
     }
-    // Whatever the key says: nothing but one of the driver's own miniports is ever removed.
+    // A wrong GUID must not cost a host its adapter: only the driver's own miniports are ever removed.
     if (!RavHasComponentId(*component.Get(), RAV_XMS_MINIPORT_ID))
     {
         RavTrace().Print(L"CRavNetCfgComponent::RemoveVirtualComponent - %s is not a virtual miniport",

@@ -15,8 +15,8 @@ namespace
 constexpr DWORD LOCK_WAIT_MILLISECONDS = 15000;
 constexpr wchar_t LOCK_DESCRIPTION[] = L"Corvo VLAN agent";
 
-// A record that stays does no harm: the next first VLAN writes it anew. Whatever goes wrong, the write lock behind it
-// has to be given back.
+// A record that cannot be deleted does no harm: the adapter's next first VLAN overwrites it. Nothing is thrown, because
+// the caller has yet to give the write lock back.
 void DropBindingRecord(const CRavString& adapter)
 {
     bool done = false;
@@ -76,7 +76,7 @@ HRESULT CRavNetCfgInterface::UnInitialize()
     return status;
 }
 
-// A thread that is in an apartment already stays in its own, whichever kind that is.
+// A thread that is in an apartment already stays in it, whichever kind it is.
 void CRavNetCfgInterface::EnterApartment()
 {
     if (m_dwApartmentThread == 0 && SUCCEEDED(CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)))
@@ -85,7 +85,7 @@ void CRavNetCfgInterface::EnterApartment()
 
 void CRavNetCfgInterface::LeaveApartment()
 {
-    // Another thread has no part in it.
+    // The apartment belongs to the thread that entered it; another one must not leave it.
     if (m_dwApartmentThread == GetCurrentThreadId())
         CoUninitialize();
     m_dwApartmentThread = 0;
@@ -195,7 +195,7 @@ HRESULT CRavNetCfgInterface::ReleaseLockForWrite()
     const HRESULT applied = ApplyChanges();
     EndView();
     const HRESULT released = GiveLockBack();
-    m_bGoesOnReading = true; // what was applied stays applied, also when it cannot be looked at
+    m_bGoesOnReading = true; // the changes are applied, whether or not the view can be opened again
     status = FAILED(applied) ? applied : released;
     return status;
 }

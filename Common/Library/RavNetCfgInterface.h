@@ -74,7 +74,7 @@ class CRavNetCfgInterface
 
     // The configuration object of the open session; null when closed. Not owned by the caller.
     INetCfg* GetNetCfg();
-    // Whether the configuration can be read; behind a write lock it is opened again for that.
+    // Whether the configuration can be read. After the write lock has been given back this opens it again.
     bool IsReading();
     bool IsLockedForWrite() const { return m_iWriteLocks > 0; }
 
@@ -90,7 +90,7 @@ class CRavNetCfgInterface
 
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     bool m_bViewStarted = false;
-    bool m_bGoesOnReading = false; // the next call that reads starts the view
+    bool m_bGoesOnReading = false; // the view is closed, and started by the next call that reads
     CRavComponentIndex m_components;
     std::vector<CRavString> m_guids; // of the last complete list
     bool m_bListed = false;

@@ -18,7 +18,7 @@ namespace
 constexpr wchar_t ADAPTERS[] = L"Adapters";
 constexpr wchar_t CONFIGURATION[] = L"Configuration";
 
-// Why a routine gives up.
+// Traces why a routine fails.
 void Trace(const wchar_t* routine, const CRavString& what, LONG status)
 {
     RavTrace().Print(L"CRavNetCfgInterface::%s - %s, error %d", routine, what.c_str(), status);
@@ -29,7 +29,8 @@ CRavString Below(const wchar_t* path, const wchar_t* name)
     return CRavString(path) + L"\\" + name;
 }
 
-// Absent is as good as done; anything else that keeps a key shut is a failure.
+// True also when the key does not exist: then there is nothing to clean up. A key that cannot be opened for another
+// reason is a failure.
 bool OpenOrAbsent(CRavRegKey& key, const CRavString& path, bool write)
 {
     if (key.Open(HKEY_LOCAL_MACHINE, path, write) || key.LastResult() == ERROR_FILE_NOT_FOUND)
@@ -38,7 +39,7 @@ bool OpenOrAbsent(CRavRegKey& key, const CRavString& path, bool write)
     return false;
 }
 
-// The parent gave its DHCP flag to the driver when it got its first VLAN.
+// When the adapter got its first VLAN its DHCP flag was moved to the driver's configuration key. Moves it back.
 bool GiveDhcpBack(const CRavString& adapter)
 {
     CRavRegKey configuration;
@@ -81,7 +82,8 @@ bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
 }
 } // namespace
 
-// Bindings first: they are only prepared here, while what is deleted cannot come back.
+// Bindings first: they are only applied when the lock is released, so that a clean-up that fails here can be repeated,
+// while deleted keys do not come back.
 int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, bool bRestoreBindings)
 {
     int status = -1;

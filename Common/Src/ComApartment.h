@@ -2,7 +2,7 @@
 
 #include <objbase.h>
 
-// Keeps the calling thread in a COM apartment for a scope: its own, if it has one already.
+// Keeps the calling thread in a COM apartment for a scope. A thread that is in one already stays in that.
 class CRavComApartment
 {
   public:

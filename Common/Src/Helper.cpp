@@ -19,7 +19,7 @@ const wchar_t* FileName(RavModule module)
     return module == RavModule::CoreAgent ? CORE_AGENT_FILE : TEAM_AGENT_FILE;
 }
 
-// "C:\..." or "\\server\...": anything else would depend on where the process happens to be.
+// "C:\..." or "\\server\...": any other path would depend on the process's current directory.
 bool IsFullPath(const CRavString& path)
 {
     return path.Length() > 2 &&
@@ -47,7 +47,8 @@ bool WaitForState(SC_HANDLE service, DWORD state)
     return WaitFor(service, [&](DWORD current) { return current == state; });
 }
 
-// A service on its way to a state takes no order; one that is stopping would even pass for one that runs.
+// Waits until a service that is starting or stopping has done so. Until then it refuses requests, and a request to
+// start one that is still stopping is answered with "already running".
 bool WaitForArrival(SC_HANDLE service)
 {
     return WaitFor(service, [](DWORD current) {

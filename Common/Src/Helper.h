@@ -29,9 +29,9 @@ class CHelper
     // Keeps a loaded module in the process, for itself and for all copies of what is returned.
     static std::shared_ptr<void> RavHoldModule(const CRavModuleHandle& module);
 
-    // Services by number; 0 is the DCB service. A service that is on its way to a state arrives first; then they wait
-    // until it has stopped or started. Each wait takes at most half a minute. True when it has, also when it already
-    // was.
+    // Stop or start a service, named by a number (0: the DCB service), and wait until it has stopped or started. One
+    // that is just starting or stopping is waited for first. Each wait ends after half a minute. True when the service
+    // is in the state asked for, also when it already was.
     static bool RavStopService(DWORD dwSelector);
     static bool RavStartService(DWORD dwSelector);
 };

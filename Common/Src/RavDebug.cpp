@@ -59,7 +59,7 @@ bool Format(wchar_t* buffer, size_t size, const wchar_t* format, ...)
     return length >= 0 && static_cast<size_t>(length) < size;
 }
 
-// The registry override of the levels that allow one; false when tracing has to stay off.
+// Replaces levels 1 and 2 by the registry's "TRACE". False when tracing has to stay off.
 bool EffectiveLevel(DWORD& level)
 {
     if (level == 1 || level == 2)
@@ -89,7 +89,7 @@ void LogFolder(const wchar_t* component, wchar_t (&folder)[PATH_SIZE])
         TempFolder(folder);
         return;
     }
-    // The rest of the folder's buffer stays zero and terminates a text that is not.
+    // The stored text may lack its terminator: the buffer behind it stays zero.
     static_assert(RAV_INSTALLED_DIR_BYTES < PATH_SIZE * sizeof(wchar_t));
     wmemset(folder, L'\0', PATH_SIZE);
     if (!key.Query(SuiteValue::InstalledDir, REG_SZ, folder, RAV_INSTALLED_DIR_BYTES))
@@ -247,7 +247,7 @@ void CRavDebug::ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_
     _vsnwprintf(g_errorText, ERROR_SIZE - 1, format, args);
     va_end(args);
     g_errorText[ERROR_SIZE - 1] = L'\0';
-    // Past the level's test of Print: errors are written at level 2, too.
+    // Not through Print, which would drop the line at level 2: errors are written there, too.
     PrintFormatted(L"%s (%d): %s", sourceFile, line, g_errorText);
 }
 

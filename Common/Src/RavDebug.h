@@ -49,7 +49,7 @@ class CRavDebug
     {
         ErrorUnchecked(sourceFile, line, format.Text(), args...);
     }
-    // The same with a format that is not known before it is used.
+    // The same with a format that is only known at run time.
     void PrintUnchecked(const wchar_t* format, ...);
     void ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_t* format, ...);
 

@@ -14,7 +14,8 @@ namespace
 constexpr wchar_t SOURCE_FILE[] = L"..\\Common\\Src\\RavNetAgentPvt";
 constexpr wchar_t DCB_CHANGE[] = L"DcbAdvancedSettingChange";
 constexpr DWORD DCB_SERVICE = 0;
-// The unload pass reports with the load pass's words; those who read the trace know them.
+// The unload pass traces the words of the load pass, too: support looks for this text and tells the passes apart by the
+// line number.
 constexpr wchar_t MINIPORT_FAILED[] = L"ApplyDone_LoadDevice - LoadMiniport() failed - device -> %s";
 constexpr int LOAD_LINE = 119;
 constexpr int UNLOAD_LINE = 193;
@@ -38,7 +39,8 @@ void RestartDcbService()
     key.SetValue(DCB_CHANGE, L"0", false);
 }
 
-// One call of the core agent; what it throws is traced under the line and becomes nothing.
+// Makes one call into the core agent. An exception goes no further: it is traced under the line number, and what the
+// call was to set stays as it was, a failure.
 template <typename Call>
 void Forward(int line, const wchar_t* message, Call&& call)
 {
@@ -113,7 +115,8 @@ void CRavNetAgentPvt::ApplyDone_UnloadDevice(CResult& result, bool& bReboot)
     });
 }
 
-// One entry after the other, from the front. What one of them throws is that one's failure.
+// Takes the entries one by one from the front of the list. One whose operation throws has failed, and the next one is
+// taken.
 void CRavNetAgentPvt::PassOver(std::vector<CRavString>& list, MINIPORT_OPERATION operation, int line, bool& bReboot)
 {
     bool reboot = false;

@@ -121,7 +121,8 @@ void CRavRegKey::Adopt(CRavKeyHandle key)
     m_bIsOpened = static_cast<bool>(m_key);
 }
 
-// The enumeration goes on where it was: only its end, ResetEnumeration and Close make it start again.
+// Opening another key keeps the enumeration's index: it starts again only after its end, by ResetEnumeration and by
+// Close.
 bool CRavRegKey::TakeKey(LONG status)
 {
     m_bIsOpened = TakeStatus(status);
@@ -193,7 +194,7 @@ bool CRavRegKey::GetValue(const CRavString& name, CRavString& value)
 
 bool CRavRegKey::QueryText(const CRavString& name, CRavString& value)
 {
-    // The name may be the output itself.
+    // The caller may pass one string as name and output: the output is cleared after the query only.
     wchar_t buffer[TEXT_BYTES / sizeof(wchar_t) + 1] = {};
     DWORD size = TEXT_BYTES;
     const bool done = m_bIsOpened && TakeStatus(RegQueryValueExW(m_key.Get(), name, nullptr, nullptr,
@@ -206,7 +207,7 @@ bool CRavRegKey::QueryText(const CRavString& name, CRavString& value)
 
 bool CRavRegKey::GetValue(const CRavString& name, std::vector<CRavString>& values)
 {
-    // The name may be an element of the output.
+    // The name may be an element of the output list: the list is replaced after the query only.
     std::vector<CRavString> read;
     const bool done = QueryList(name, read);
     values.swap(read);

@@ -19,7 +19,7 @@ class CRavRegKey
 {
   public:
     CRavRegKey();
-    // Adopts an open handle and closes it one day.
+    // Adopts an open handle: it is closed by Close or with the object.
     explicit CRavRegKey(HKEY hKey);
     // Takes over what the handle holds; not open when that is nothing.
     explicit CRavRegKey(CRavKeyHandle key);

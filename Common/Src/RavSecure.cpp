@@ -23,15 +23,16 @@ bool IsLoaded(_invalid_parameter_handler handler)
                               reinterpret_cast<const wchar_t*>(handler), &module) != FALSE;
 }
 
-// The process has one handler for all its modules. What was there before this module's is there again when this module
-// goes.
+// The process has one handler for all its modules. When this module is unloaded, the handler that it replaced is
+// installed again.
 class HandlerInstallation
 {
   public:
     HandlerInstallation() { RavTrace(); } // made before, so that the handler never writes to a log that is gone
     ~HandlerInstallation()
     {
-        // A module that came later has its own, and a former owner may have gone first.
+        // Another module may have replaced ours since: then its handler stays. And the module of the handler that ours
+        // replaced may be gone: then the system's own comes back.
         if (_get_invalid_parameter_handler() == RavSecureInvalidParameterHandler)
             _set_invalid_parameter_handler(IsLoaded(m_previous) ? m_previous.load() : nullptr);
     }

@@ -2,8 +2,10 @@
 // What the intermediate driver and the agents of the suite know of each other: the driver's keys and values, and those
 // that it reads from the instance keys of adapters, teams and VLANs. docs/registry.md says what they mean.
 
-// The driver's service.
+// The driver's service, and its component ids: the protocol edge, and the virtual miniports that it exposes.
 inline constexpr wchar_t XMS_SERVICE[] = L"oXMSProtocol";
+inline constexpr wchar_t RAV_XMS_PROTOCOL_ID[] = L"oxmsprotocol";
+inline constexpr wchar_t RAV_XMS_MINIPORT_ID[] = L"oxmsmp";
 
 #define RAV_XMS_PARAMETERS L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters"
 

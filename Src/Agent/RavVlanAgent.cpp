@@ -25,12 +25,12 @@ CRavVlanAgentIntf::~CRavVlanAgentIntf() = default;
 
 CVlanAgentWin::CVlanAgentWin()
 {
-    RavTrace(); // made before the agent is, so that it outlives it
+    RavTrace(); // constructs the trace log now, so that it is destroyed after the agent
 }
 
 CVlanAgentWin::~CVlanAgentWin()
 {
-    // The process, or the module's last client, has left COM by now: its objects went with it.
+    // COM has been left by now, and its objects are gone with it: releasing this one would call into nothing.
     m_pNetCfg.Detach();
     m_teamAgent.Close();
     if (m_dwThreadSlot != TLS_OUT_OF_INDEXES)
@@ -74,7 +74,8 @@ void CVlanAgentWin::CreateNetCfg(CResult& result)
 
 void CVlanAgentWin::ConnectCoreAgent(CResult& result)
 {
-    // An agent that was handed out is used while it is initialised again: the core agent it has must stay where it is.
+    // Clients may be using the agent while another one initialises it again: a core agent that it has is never loaded
+    // anew.
     if (GetCoreAgentPvt() == nullptr)
         FetchCoreAgentPvt();
     if (GetCoreAgentPvt() == nullptr)
@@ -88,7 +89,8 @@ void CVlanAgentWin::ConnectCoreAgent(CResult& result)
         m_dwThreadSlot = TlsAlloc();
 }
 
-// Once there is a core agent behind it the proxy stays: whoever has it can use it as long as the agent lives.
+// A proxy with a core agent behind it is never replaced, so that whoever holds it can use it as long as the agent
+// lives.
 void CVlanAgentWin::PublishCoreInterface()
 {
     if (m_pCoreInterface != nullptr)
@@ -159,7 +161,8 @@ void CVlanAgentWin::ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease)
     bRelease = false;
     if (!TlsSetValue(m_dwThreadSlot, nullptr))
     {
-        // The slot would be left with an object that is gone: the session stays, for whoever comes next.
+        // The slot still points to the session, so the session must not be deleted: the thread's next operation uses
+        // it.
         RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
         return;
     }
@@ -204,7 +207,8 @@ CVlanAgentWin::CNetCfgSession::~CNetCfgSession()
 
 // --- siblings and components ----------------------------------------------------------------------------------------
 
-// Whoever has the interface holds the module with it: another thread may be inside it when it is given back here.
+// The pointer that is returned keeps the module loaded: another thread may be inside the team agent while this call
+// frees it and loads it again.
 std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");

@@ -31,7 +31,7 @@ bool IsVlanType(CResult& result, DWORD type)
     return false;
 }
 
-// "VLAN10", "Untagged"; a name that the parent has already gets a number behind it.
+// "VLAN10", "Untagged"; a number is added when the parent already has a VLAN of that name.
 CRavString GenerateVlanName(DWORD id, const std::vector<CRavString>& taken)
 {
     CRavString base(L"Untagged");
@@ -50,7 +50,7 @@ bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const C
                               const CRavString& strVlanNumbers, const CRavString& strVlanName,
                               const RAV_LOCK_RECORD& lock)
 {
-    // What was read before others could change it is worth nothing now.
+    // Others may have changed the host until this call had the lock: what was read before is dropped.
     ClearVlanCache();
     CRavVlanMessages messages;
     ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
@@ -60,7 +60,7 @@ bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const C
     if (!result.Succeeded() || stop != messages.end())
     {
         RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", operation);
-        // A validation that was made has code 0, and a refusal must not look like success.
+        // ValidateNewVlan has code 0 also when it finds stop errors; the refusal needs a code of its own.
         if (result.Succeeded())
             result = CResult(stop->dwCode);
         return false;
@@ -79,7 +79,7 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
     const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
     const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
-        std::optional<CNetCfgSession> session; // one for all that follows, the passes behind the lock among it
+        std::optional<CNetCfgSession> session; // one session for all of it, the passes at the end of the lock included
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -105,7 +105,7 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
     const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
     const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
-        std::optional<CNetCfgSession> session; // one for all that follows, the passes behind the lock among it
+        std::optional<CNetCfgSession> session; // one session for all of it, the passes at the end of the lock included
         const CRavSuiteLock suiteLock(*this, record, result);
         if (!suiteLock.IsHeld())
         {
@@ -128,7 +128,7 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
     });
 }
 
-// The first that fails ends it; those before it stay.
+// Stops at the first VLAN that fails; those created before it stay.
 void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
                                const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
 {
@@ -160,7 +160,7 @@ void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, 
     }
 }
 
-// What the team agent answers is of no interest, and what it throws is no reason not to create.
+// A notification: whatever the team agent answers or throws, the VLAN is created.
 void CVlanAgentWin::TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock)
 {
     CResult ignored;
@@ -249,7 +249,8 @@ void CVlanAgentWin::IsFirstVlanOnAdapter(CRavXmsVlan& vlan)
     vlan.m_bFirstVlan = !(vlan.GetTotNoOfVlansOnThisParent(count) && count >= 1);
 }
 
-// A driver that cannot be told learns of the VLAN when it is loaded again. The VLAN is there, whatever happens here.
+// Announces the new VLAN to the parent's loaded driver. If that fails the parent is queued for a reload, since a driver
+// reads its VLANs from the registry when it starts. The VLAN exists already, so a failure here is traced only.
 void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
 {
     if (pVlan == nullptr)
@@ -269,7 +270,7 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
 
 // --- apply-done -----------------------------------------------------------------------------------------------------
 
-// What one of the two passes does with a miniport, and how the trace knows it.
+// What one of the two passes does with a miniport, and the names and line numbers it has in the trace.
 struct CVlanAgentWin::MiniportPass
 {
     const wchar_t* operation;

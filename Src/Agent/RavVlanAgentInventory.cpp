@@ -8,8 +8,8 @@
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
-#include "Src/View/RavHostView.h"
 #include "Common/Src/XmsNames.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
@@ -61,7 +61,8 @@ void CVlanAgentWin::EnumerateVlans(CResult& result, const CRavString& strParentK
         PurgeLocalVlanCache();
         vlanKeys.clear();
         EnumVlansPvt1(result, strParentKey, vlanKeys);
-        // A client that lists all VLANs asks for each of them next.
+        // A client that lists all VLANs asks for each of them next: remembering the list spares those calls an
+        // enumeration each.
         if (result.Succeeded() && strParentKey.IsEmpty())
             Bind(vlanKeys);
     });
@@ -103,7 +104,7 @@ void CVlanAgentWin::EnumVlansPvt1(CResult& result, const CRavString& strParentKe
              [&] { result = EnumerateComponents(strParentKey, vlanKeys); });
 }
 
-// A machine whose network configuration is not to be had has no VLANs.
+// Without a network configuration there are no VLANs, which is an answer and no failure.
 CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys)
 {
     CRavHostSession own;
@@ -115,9 +116,9 @@ CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::
     return SUCCEEDED(session->View().EnumerateVlans(strParentKey, vlanKeys)) ? CResult::Success() : CResult();
 }
 
-// What the network configuration does not show, or not now, is missing from an enumeration. Taken at its word, that
-// would turn a parent with VLANs into one without: the first VLAN of a parent replaces, and the last one deletes, what
-// the driver keeps of it.
+// An enumeration misses a VLAN that the network configuration does not show at the moment. Then a parent with VLANs
+// would seem to have none, or only one: creating its "first" VLAN would overwrite, and removing its "last" one delete,
+// what the driver keeps of the others.
 bool CVlanAgentWin::MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys)
 {
     CRavHostSession* const session = ThreadSession();
@@ -157,7 +158,7 @@ CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
     return parent;
 }
 
-// --- the cache: two look-ups, of which only the first forgives another letter case ----------------------------------
+// --- the cache: IsVlanInfoLoaded compares keys without regard to case, IsVlanInfoAvailable exactly -------------------
 
 std::shared_ptr<CRavXmsVlan> CVlanAgentWin::IsVlanInfoLoaded(const CRavString& strVlanKey)
 {
@@ -193,7 +194,7 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetVlan");
     std::shared_ptr<CRavXmsVlan> vlan = IsVlanInfoLoaded(strVlanKey);
-    // Another thread may empty the cache between the two.
+    // Another thread may empty the cache between loading and looking up: then it is loaded again.
     CResult loaded = CResult::Success();
     for (int attempt = 0; !vlan && loaded.Succeeded() && attempt < LOAD_ATTEMPTS; ++attempt)
     {
@@ -209,8 +210,8 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
 
 // --- loading --------------------------------------------------------------------------------------------------------
 
-// An enumeration is good until the next one starts, so that listing many VLANs enumerates once, not once for each. What
-// it promised and is gone meanwhile is decided by another one.
+// The keys of the last enumeration are trusted, so that reading many VLANs one by one enumerates once and not for each.
+// When a VLAN among them cannot be loaded, another enumeration decides whether it still exists.
 void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info)
 {
     const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
@@ -249,8 +250,8 @@ CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
     return CResult();
 }
 
-// A VLAN whose device or driver key cannot be resolved has defaults for what is not known of it: it is there, and can
-// be shown and removed.
+// A VLAN whose device or driver key cannot be found is damaged but exists: it is loaded with defaults for what cannot
+// be read, so that it can be shown and removed.
 CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info)
 {
     std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
@@ -273,7 +274,7 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, 
     const HKEY key = vlan->GetParentClassKey();
     vlan->m_ravVlanInfo.vlanKey = strVlanKey;
     vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
-    if (!found) // by its device; its key may have been found all the same
+    if (!found) // the device was not found; the key may have been all the same
         QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
     vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & FEATURE_OVER_TEAM) != 0;
     vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
@@ -300,7 +301,7 @@ void CVlanAgentWin::ForgetVlan(const CRavXmsVlan& vlan)
     m_vlanCache.Remove(&vlan);
 }
 
-// Two threads may load one VLAN at once: the first object stays.
+// When two threads have loaded the same VLAN, the object that was added first stays.
 void CVlanAgentWin::AddToCache(std::shared_ptr<CRavXmsVlan> pVlan)
 {
     const std::lock_guard guard(m_cacheLock);
@@ -362,7 +363,7 @@ void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
     RavTrace().Print(L"Assumed this to be an untagged vlan. Set ID to 0.");
 }
 
-// A VLAN that lost the value gets it back; one that has something else there keeps it.
+// A missing value is written again; a value of another type is left as it is.
 void CVlanAgentWin::TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex)
 {
     CRavString text;
@@ -419,7 +420,7 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
     result = CResult();
     dwStatus = 0;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
-        bool release = true; // a fresh view of the configuration
+        bool release = true; // ends the thread's session, so that the one below sees the present state
         ReleaseNetCfgInterfaceObj(result, release);
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);
@@ -475,7 +476,8 @@ void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& clie
             return;
         std::vector<std::unique_ptr<RAV_SETTING>> owned;
         result = vlan->GetMiniportReg()->EnumerateSettings(owned);
-        settings.reserve(owned.size()); // from here on nothing can be lost on the way
+        settings.reserve(
+            owned.size()); // so that push_back cannot throw below, which would leak the record just released
         for (auto& setting : owned)
             settings.push_back(setting.release());
     });

@@ -57,7 +57,7 @@ void CVlanAgentWin::DoesParentSupportVlans(CResult& result, const CRavString& st
     RavTrace().Print(L"Exiting CVlanAgentWin::DoesParentSupportVlans() bSupports value is: %d", bSupports ? 1 : 0);
 }
 
-// A filter that cannot be read does not decide anything.
+// A parent is only ruled out by a filter that can be read and says so.
 bool CVlanAgentWin::IsFilteredOut(const CRavString& strParentKey)
 {
     CRavRegKey parent;

@@ -22,7 +22,7 @@ bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
     return std::find(keys.begin(), keys.end(), key) != keys.end();
 }
 
-// The object stands for the VLAN on one member from now on.
+// Makes the object stand for the VLAN on one team member.
 void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
 {
     RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan.m_iVlanId);
@@ -45,7 +45,7 @@ CResult CannotLoad()
     return CResult();
 }
 
-// A write lock that could not be had may leave the code at 0.
+// The code alone does not tell: when the write lock could not be had it may be 0, and the class says so.
 bool IsRemoved(const CResult& result)
 {
     return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
@@ -75,7 +75,7 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
         }
         CResult locked;
         const CRavSuiteLock suiteLock(*this, lock, locked);
-        // What was read before others could change it is worth nothing now.
+        // Others may have changed the host until this call had the lock: what was read before is dropped.
         ClearVlanCache();
         if (!suiteLock.IsHeld())
         {
@@ -130,7 +130,7 @@ CResult CVlanAgentWin::RemoveLoaded(CRavXmsVlan& vlan)
 {
     int count = 0;
     if (!vlan.GetTotNoOfVlansOnThisParent(count))
-        return CResult(); // the last of a parent's VLANs and one of several must not be mixed up
+        return CResult(); // the count decides between removing one of several VLANs and the parent's last one
     bool untaggedToRemove = false;
     const std::shared_ptr<CRavXmsVlan> untagged = DoesUntaggedVlanNeedToBeRemoved(vlan, untaggedToRemove);
     bool bound = false;
@@ -159,7 +159,7 @@ CResult CVlanAgentWin::RemoveFromAdapter(CRavXmsVlan& vlan, CRavXmsVlan* pUntagg
     if (pUntagged != nullptr)
     {
         RavTrace().Print(L"RemoveVlan(), now removing the untagged Vlan on the adapter!");
-        // A failure does not stop the removal that was asked for.
+        // If it cannot be removed, the VLAN that was asked for is removed all the same.
         RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlan",
                     [&] { pUntagged->RemoveVLANonAdapter(false); });
     }
@@ -197,7 +197,7 @@ CResult CVlanAgentWin::RemoveFromTeam(CRavXmsVlan& vlan, CRavXmsVlan* pUntagged,
     return result;
 }
 
-// An untagged VLAN never stays alone on a parent once its last tagged VLAN goes.
+// The untagged VLAN is never left alone on its parent: when the last tagged one is removed, it goes along.
 std::shared_ptr<CRavXmsVlan> CVlanAgentWin::DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded)
 {
     bNeeded = false;
@@ -280,7 +280,7 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
         vlan.m_strParentKey = strTeamKey;
         vlan.m_iParentType = RAV_PARENT_TEAM;
         vlan.m_iVlanId = iVlanId;
-        vlan.m_bRemovedByTeam = true; // for as long as the object lives
+        vlan.m_bRemovedByTeam = true; // counts as being removed for as long as the object lives
         if (RemoveFromTeamAndMembers(vlan, bLastVlan, bUnloadMembers))
             result = CResult::Success();
     });
@@ -290,7 +290,8 @@ CResult CVlanAgentWin::RemoveVlanWithTeamAsParent(const CRavString& strVlanKey, 
 bool CVlanAgentWin::RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers)
 {
     std::vector<CRavString> members;
-    // Without it the members keep what the driver reads; but a team that is being dissolved must get rid of its VLANs.
+    // Without the list of members nothing is changed on them. The VLAN is removed all the same, since a team that is
+    // being dissolved must be able to get rid of its VLANs.
     if (!vlan.GetTeamMembers_v(vlan.m_strParentKey, members))
         RavTrace().Print(L"RemoveVlanWithTeamAsParent() - call to GetTeamMembers_v() failed");
     if (bLastVlan || bUnloadMembers)
@@ -303,7 +304,7 @@ bool CVlanAgentWin::RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, 
     return false;
 }
 
-// A member that cannot be unloaded ends the walk; the removal itself goes on.
+// Stops at a member that cannot be unloaded; the removal of the VLAN goes on.
 void CVlanAgentWin::UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan)
 {
     for (const CRavString& member : members)
@@ -387,7 +388,8 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
             return;
         }
         std::vector<CRavString> carried = keys;
-        // A member without VLANs is cleaned up, and one whose list cannot be read may have some.
+        // A member that carries no VLAN is cleaned up below; one whose list cannot be read may carry some, and is left
+        // alone.
         if (!RavKeepListed(member, carried))
             return;
         if (carried.empty())
@@ -401,7 +403,7 @@ void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& 
     });
 }
 
-// Whether the adapter was taken out of the machine: of what it was, only the driver's entries are left.
+// Whether the adapter was taken out of the machine. Only the driver's entries are left of it then.
 bool CVlanAgentWin::IsGone(const CRavString& strAdapterKey)
 {
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
@@ -409,23 +411,24 @@ bool CVlanAgentWin::IsGone(const CRavString& strAdapterKey)
     return netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(strAdapterKey, component)) && !component;
 }
 
-// The member leaves: each VLAN goes off it, and with the last one the driver lets go of it.
+// The member leaves the team: all VLANs are taken off it, and after the last one the driver is unbound from it.
 CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                                 const std::vector<CRavString>& vlanKeys)
 {
-    // What the member was before it carried VLANs is kept in the entries that the removals delete: it comes back first.
+    // The bindings and the DHCP flag that the member had before are kept in entries that the removals below delete:
+    // they are restored first.
     CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
     if (!member.GiveMemberBack(strMemberKey))
         return CResult();
     for (const CRavString& key : vlanKeys)
     {
         if (IsGone(strMemberKey))
-            break; // with the entries nothing is left of it
+            break; // its entries were all that was left of it, and GiveMemberBack has deleted them
         const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(key);
         if (!vlan)
             return CannotLoad();
         MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-        vlan->m_bSkipMiniportRemoval = true; // and nothing of the entry
+        vlan->m_bSkipMiniportRemoval = true; // removal then deletes the member's driver entry whole
         const CResult removed = TakeOffMember(*vlan, true);
         if (!removed.Succeeded())
             return removed;
@@ -433,8 +436,9 @@ CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, co
     return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
 }
 
-// One of several. Where an earlier attempt was interrupted, between the list of the driver's entry and its count or
-// behind both, this one goes on.
+// Takes one of several VLANs off the member. It goes on where an earlier attempt was interrupted: the count of the
+// driver's entry is set to its list first, and a VLAN that the list no longer names is taken out of the instance key
+// alone.
 CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                             const CRavString& strVlanKey, bool bListed)
 {
@@ -456,7 +460,7 @@ CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const 
     return done ? CResult::Success() : CResult();
 }
 
-// Nothing of the team's VLANs is left on the member: it goes back to what it was before them.
+// The member carries no VLAN of the team any more: its instance key and its bindings go back to what they were before.
 CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey)
 {
     CRavXmsVlan placeholder(RAV_NEW_VLAN_KEY, *this);

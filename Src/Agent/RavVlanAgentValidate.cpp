@@ -1,4 +1,4 @@
-// What stands against a request to create VLANs. Nothing here changes anything.
+// Finds what speaks against a request to create VLANs. Changes nothing.
 
 #include "Src/Agent/RavVlanAgent.h"
 
@@ -39,7 +39,7 @@ void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
     Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
 }
 
-// For a check that ends with its first message: it could be tried.
+// Ends a check with its one message. True: the check itself could be made.
 bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
 {
     Stop(messages, code);
@@ -58,7 +58,7 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
         const CRavString parent = RavCanonicalKey(strParentKey);
         const CNetCfgSession session(*this);
         ValidateParent(messages, parent, client);
-        // Rules that could not be tried were not met.
+        // When a rule could not be checked the validation fails: without messages it would look like permission.
         if (ValidateIds(messages, parent, strVlanNumbers, strVlanName))
             result = CResult::Success();
     });
@@ -106,7 +106,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
         WarnOfVmq(messages, strParentKey, isTeam);
 }
 
-// False when nothing more is to be said of the adapter.
+// False when this message makes further ones about the adapter pointless.
 bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter)
 {
     if (!Core().IsDeviceCorvo(strAdapter))
@@ -119,7 +119,8 @@ bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
     return true;
 }
 
-// That queues are in use, and that the setting of the parent, or of a member, will not stay as it is.
+// Warns that queues are in use; and, where the setting of the parent or of a member is on, that creation switches it
+// off.
 void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam)
 {
     const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
@@ -143,7 +144,7 @@ bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
            static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
 }
 
-// Whether the rules could be tried.
+// False when a rule could not be checked.
 bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey,
                                 const CRavString& strVlanNumbers, const CRavString& strVlanName)
 {
@@ -187,7 +188,7 @@ bool CVlanAgentWin::ValidateVlan(CRavVlanMessages& messages, const CRavString& s
     return ValidateVlanId(messages, strVlanKey, strVlanName, dwVlanId, strParentKey, vlans);
 }
 
-// The first rule that is broken ends it. False when a rule could not be tried.
+// Ends with the first rule that is broken. False when a rule could not be checked.
 bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString& strVlanKey,
                                    const CRavString& strVlanName, DWORD dwVlanId, const CRavString& strParentKey,
                                    const std::vector<CRavString>& vlans)
@@ -217,7 +218,7 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
     return true;
 }
 
-// A VLAN that cannot be read may have the very id or name that is asked for.
+// Fails for a VLAN that cannot be read: it may have the id or name that is asked for.
 bool CVlanAgentWin::ReadForValidation(const CRavString& strVlanKey, DWORD& dwVlanId, CRavString& strVlanName)
 {
     CRavHostSession* const session = ThreadSession();
@@ -277,7 +278,7 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
     std::vector<DWORD> sorted(ids);
     std::sort(sorted.begin(), sorted.end());
-    // The same id twice would clash as soon as the first of them exists.
+    // An id that is named twice is in use as soon as its first VLAN exists.
     if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
         Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
     for (const CRavString& key : vlans)

@@ -43,13 +43,14 @@ bool ParseRange(const CRavString& text, std::vector<DWORD>& ids, bool& untagged)
     std::vector<CRavString> limits;
     DWORD low = 0;
     DWORD high = 0;
-    // A range of one is not a range.
+    // "5-5" is refused.
     if (!text.Split('-', limits) || limits.size() != 2 || !ParseNumber(limits[0], low) ||
         !ParseNumber(limits[1], high) || low >= high)
         return false;
     untagged = low == 0;
     low = std::max<DWORD>(low, 1);
-    // Behind the last legal id, and more than any parent carries, nothing new can be learned.
+    // Cut off behind the first id that is too large, but not before there is one more than a parent carries: validation
+    // has all its reasons to refuse the range then, and further ids would add none.
     const DWORD end = std::min(high, std::max(low + RAV_MAX_VLANS, RAV_MAX_VLAN_ID + 1));
     for (DWORD id = low; id <= end; ++id)
         ids.push_back(id);
@@ -82,6 +83,6 @@ bool RavParseVlanIds(const CRavString& text, std::vector<DWORD>& ids)
     if (!parsed)
         ids.clear();
     else if (untagged && (ids.empty() || ids.back() != 0))
-        ids.push_back(0); // last; a list that ends with one has it there already
+        ids.push_back(0); // the untagged VLAN comes last; a list that ends with 0 has it already
     return parsed;
 }

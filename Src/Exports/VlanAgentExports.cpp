@@ -10,7 +10,7 @@ CVlanAgentWin& Agent()
     return agent;
 }
 
-// Null until the agent could be initialised; every call tries again.
+// Null when the agent cannot be initialised; the next call tries again.
 CVlanAgentWin* InitializedAgent()
 {
     try

@@ -2,7 +2,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
-#include "Common/Src/RavRegKey.h"
+#include "Common/Src/RavKeyHandle.h"
 #include "Common/Src/RavRegValues.h"
 #include "Common/Src/XmsNames.h"
 
@@ -22,7 +22,7 @@ RAV_ADAPTER_KIND KindOf(DWORD features)
     return RavIsTeam(features) ? RAV_ADAPTER_KIND::Team : RAV_ADAPTER_KIND::Adapter;
 }
 
-// Whether a value could be asked for, be it there or not.
+// Whether the query was answered, by a value or by its absence; otherwise the key could not be read.
 bool IsAnswer(LONG status)
 {
     return status == ERROR_SUCCESS || status == ERROR_FILE_NOT_FOUND || status == ERROR_MORE_DATA;
@@ -100,15 +100,14 @@ void CRavHostView::Forget(const CRavString& strGuid)
 bool CRavHostView::Read(const CRavString& strGuid, DEPTH depth, RAV_HOST_ADAPTER& adapter)
 {
     ComPtr<INetCfgComponent> component;
-    HKEY handle = nullptr;
+    CRavKeyHandle key;
     if (FAILED(m_netCfg.FindNetworkComponentByGUID(strGuid, component)) || !component ||
-        FAILED(component->OpenParamKey(&handle)))
+        FAILED(component->OpenParamKey(key.Receive())))
         return false;
-    const CRavRegKey key(handle);
-    if (!IsAnswer(QueryNumber(handle, XmsValue::SupportedFeatures, adapter.features)))
+    if (!IsAnswer(QueryNumber(key.Get(), XmsValue::SupportedFeatures, adapter.features)))
         return false;
     adapter.kind = KindOf(adapter.features);
     if (!adapter.IsVlan())
         return true;
-    return depth == DEPTH::Names ? ReadParentAndNames(handle, adapter) : ReadParent(handle, adapter);
+    return depth == DEPTH::Names ? ReadParentAndNames(key.Get(), adapter) : ReadParent(key.Get(), adapter);
 }

@@ -45,7 +45,7 @@ class CRavHostView
 
     explicit CRavHostView(CRavNetCfgInterface& netCfg) : m_netCfg(netCfg) {}
 
-    // From now on the walk reads this much, for an operation that will ask for it.
+    // From now on this much is read of each VLAN at once, for an operation that will ask for it.
     void Deepen(DEPTH depth) { m_depth = depth; }
 
     // The keys of the VLANs whose parent is exactly the given one, of all with an empty one, in the order of the class.
@@ -53,7 +53,7 @@ class CRavHostView
     HRESULT EnumerateVlans(const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     // One adapter by its GUID; null when it cannot be read. Good until the next call.
     const RAV_HOST_ADAPTER* Find(const CRavString& strGuid, DEPTH depth = DEPTH::Parents);
-    // Something was written of the adapter.
+    // For whoever has written values of the adapter: what was read of it is dropped.
     void Forget(const CRavString& strGuid);
 
   private:

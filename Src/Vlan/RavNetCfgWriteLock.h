@@ -11,7 +11,7 @@ class CRavNetCfgWriteLock
         : m_netCfg(netCfg), m_hStatus(netCfg.AcquireLockForWrite())
     {
     }
-    // That the changes could not be applied is told to nobody here but the trace.
+    // Changes that cannot be applied at this point are only traced: there is no caller to report them to.
     ~CRavNetCfgWriteLock()
     {
         RavShielded(L"Src\\RavNetCfgWriteLock", __LINE__, L"CRavNetCfgWriteLock::Release", [this] { Release(); });

@@ -32,8 +32,8 @@ class CRavXmsVlan : public CRavAdapter
 
     // Makes the object ready for work on the calling thread. Fails without a network configuration session.
     CResult Init();
-    // Initialises the object as an adapter. When its device or driver key cannot be resolved it has its component all
-    // the same, by which it can be removed.
+    // Initialises the object as an adapter. False when its device or driver key cannot be found; it has a component
+    // object all the same, so that a damaged VLAN can be removed.
     bool InitializeComponent(CRavNetCfgInterface& netCfg);
 
     // --- the parent (RavXmsVlanParent.cpp) ----------------------------------------------------------------------
@@ -47,7 +47,7 @@ class CRavXmsVlan : public CRavAdapter
     bool GetTotNoOfVlansOnThisParent(int& iCount);
     // The team's member adapters, through the team agent, in the order in which they joined.
     bool GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavString>& members);
-    // The core agent, for routines that cannot do without; null is traced by the caller.
+    // The core agent; null when there is none, which the caller traces.
     CRavCoreAgentPvtIntf* GetCoreInterface() const { return m_services.GetCoreInterface(); }
     CRavNetCfgInterface* GetNetCfgInterface() const { return m_services.GetNetCfgInterface(); }
 

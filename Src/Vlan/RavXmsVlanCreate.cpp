@@ -49,9 +49,9 @@ class CRavXmsVlan::InstalledMiniport
   private:
     void Undo()
     {
-        if (m_vlan.m_strVlanKey == m_before) // the install has not come to give it one
+        if (m_vlan.m_strVlanKey == m_before) // the installation failed before it gave the VLAN a miniport
             return;
-        if (!m_vlan.m_pNetCfgComponent) // its preparation was not finished
+        if (!m_vlan.m_pNetCfgComponent) // PrepareMiniport failed before it made the component
             m_vlan.m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>(m_vlan.m_strVlanKey);
         m_vlan.RemoveVirtualMiniport();
     }
@@ -106,7 +106,7 @@ bool CRavXmsVlan::RunStep(const Step& step)
     return status == 0;
 }
 
-// From 9 on there was a miniport, and it was taken away again.
+// At the exits from 9 down there was a miniport, and it has been removed again.
 void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
 {
     status = -1;
@@ -124,7 +124,7 @@ void CRavXmsVlan::CreatFirstVlanOnAdapter(int& status)
                  {&CRavXmsVlan::SetParentAdapterNA, 4, nullptr}});
 }
 
-// The two saves stand the other way round than for the first VLAN; the driver relies on it.
+// The two saves are in the opposite order to the first VLAN's, on purpose: the driver relies on it.
 void CRavXmsVlan::CreatFurtherVlanOnAdapter(int& status)
 {
     status = -1;
@@ -171,7 +171,7 @@ int CRavXmsVlan::RunUnderLock(std::initializer_list<Step> steps)
     if (FAILED(released))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: ReleaseLockForWrite failed.");
-        // The miniport cannot be taken away without.
+        // Removing the miniport, as `installed` does on the way out, needs the lock.
         RavShielded(SOURCE_FILE, __LINE__, L"AcquireLockForWrite", [&] { lock.TakeAgain(); });
         return 2;
     }
@@ -198,13 +198,13 @@ CResult CRavXmsVlan::DoReload()
     }
     const bool team = m_iParentType == RAV_PARENT_TEAM;
     bool alsoMembers = team;
-    // An adapter that the core agent does not know, one that was taken out, is in no team.
+    // When the core agent does not know the adapter, because it was taken out of the machine, it counts as in no team.
     const auto asked = [&] { return core->IsBoundToTeam(m_strParentKey, alsoMembers); };
     if (!team && !RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload", asked).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsBoundToTeam failed.");
     RavTrace().Print(L"is_also_members_: %s", alsoMembers ? L"true" : L"false");
     result = CResult::Success();
-    // Queued, not done now: the loaded driver is still to be told of the VLAN.
+    // Queued for the apply passes and not done now: SendNewVlanOid has yet to reach the loaded driver.
     const auto reload = [&](const CRavString& adapter) {
         const CResult queued = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::DoReload",
                                          [&] { return core->UnloadMiniportDuringApplyDone(adapter); });
@@ -248,7 +248,7 @@ void CRavXmsVlan::InstallMiniport(int& status)
     status = -1;
     const CRavTraceScope trace(L"CRavXmsVlan::InstallMiniport", &status);
     m_pNetCfgComponent = std::make_unique<CRavNetCfgComponent>();
-    // From here on the key names what the undo has to take away.
+    // From here on the key names the miniport that a failure has to remove.
     if (m_pNetCfgComponent->InstallVirtualComponent(*GetNetCfgInterface(), m_strVlanKey) != 0)
         return;
     m_strMiniportInst = m_strVlanKey;

@@ -45,7 +45,7 @@ void CRavXmsVlan::ConstructVlanDisplayName(int& status)
                          m_strVlanDisplayName.c_str(), status);
 }
 
-// An empty name is an answer: the VLAN then goes by its own name.
+// An empty parent name is no failure: the VLAN's display name is its own name then.
 bool CRavXmsVlan::QueryParentName(CRavString& strParentName)
 {
     int parentType = RAV_PARENT_UNKNOWN;
@@ -179,7 +179,8 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
             return;
         }
     }
-    // A second try of a change that did not reach all carriers still replaces the id that they list.
+    // When an earlier change to this id failed half way, some parents still list the id before it: that one stays the
+    // id to replace.
     if (m_iVlanId != iVlanId || m_iPreviousVlanId < 0)
         m_iPreviousVlanId = m_iVlanId;
     m_iVlanId = iVlanId;
@@ -198,7 +199,7 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
         if (listed != 0)
             return;
     }
-    m_iPreviousVlanId = -1; // replaced everywhere
+    m_iPreviousVlanId = -1; // no list has the previous id any longer
     UnloadMiniport();
     status = 0;
 }
@@ -235,7 +236,8 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
         return failed();
     }
     CRavString address;
-    // What is there but is no text is no address; an address that cannot be read is somebody's choice.
+    // A value of another type counts as no address. A text that cannot be read may be an address that somebody chose,
+    // so it is not overwritten.
     const DWORD type = key.GetRegType(RavName(RAV_NAME_NETWORK_ADDRESS));
     if (type == REG_SZ)
         key.GetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address);

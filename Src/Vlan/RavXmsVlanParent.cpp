@@ -30,7 +30,7 @@ CResult CRavXmsVlan::GetParent(RAV_VLAN_PARENT& parent)
         return result;
     }
     parent.parentKey = m_strParentKey;
-    // The features of the VLAN itself tell what it lies over, and need no network configuration.
+    // The VLAN's own features say whether it is over a team, which spares a search of the network configuration.
     parent.parentType = m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     result = CResult::Success();
     return result;
@@ -53,7 +53,7 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
     CRavKeyHandle handle;
     if (SUCCEEDED(component->OpenParamKey(handle.Receive())))
         key.Adopt(std::move(handle));
-    // A team whose key cannot be read must not be taken for an adapter.
+    // Without features the parent is an adapter. A key that cannot be read is a failure: it may be a team's.
     if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)
     {
         RavTrace().Print(L"CRavXmsVlan::GetParentType, the features of %s cannot be read.", m_strParentKey.c_str());
@@ -88,7 +88,7 @@ bool CRavXmsVlan::GetTotNoOfVlansOnThisParent(int& iCount)
         }
     }
     std::vector<CRavString> keys;
-    // Once this VLAN exists it has to be among them.
+    // A VLAN that exists must be among those counted, otherwise the count is wrong.
     if (!m_services.EnumerateVlansOnParent(m_strParentKey, keys).Succeeded() ||
         !(m_strVlanNetCfgInstanceId.IsEmpty() || Contains(keys, m_strVlanNetCfgInstanceId)))
     {

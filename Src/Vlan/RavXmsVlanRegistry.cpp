@@ -171,7 +171,7 @@ HRESULT CRavXmsVlan::GetParentOOOKey()
     return status;
 }
 
-// An empty GUID is nobody's: it must not be taken for this VLAN's own.
+// An empty GUID is refused here: GetOOOKeyFromVk would open this VLAN's own key for it.
 HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
 {
     key.Close();

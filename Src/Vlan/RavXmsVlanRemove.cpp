@@ -19,7 +19,7 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRemove";
 constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
 constexpr DWORD FAILURE = CResult::FAILED;
 
-// Deletes the key at a path below HKEY_LOCAL_MACHINE with all below it; that it is not there is no matter.
+// Deletes a key below HKEY_LOCAL_MACHINE with all below it, if it exists.
 void DeleteTree(const CRavString& parentPath, const CRavString& name)
 {
     CRavRegKey parent;
@@ -90,7 +90,8 @@ void CRavXmsVlan::UpdateTaggingBeforeRemoval()
         RavTrace().Print(L"ERROR: SetTaggingModeDisguise failed. ");
 }
 
-// Without the lock the class of the result says so. The code stays what it was, unless a restart is awaited.
+// Whether the lock is held. If not, the result's class says so; its code stays as it was, on purpose, unless a restart
+// of the system is pending.
 bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
 {
     if (lock.IsHeld())
@@ -109,7 +110,8 @@ bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, 
            (bLast ? UpdateForLastVlan(bSkipMemberCleanup, result) : UpdateForOneOfSeveral(result));
 }
 
-// What UpdoXMSProtocolKeyAdptr is given: the parent's entry, or for a member the key to which it adds the member's.
+// The path for UpdoXMSProtocolKeyAdptr: the parent's entry or, for a team member, the key above its entry, since that
+// routine appends the member's key itself.
 CRavString CRavXmsVlan::RemovalPath() const
 {
     return IsOnTeamMember() ? RavName(RAV_NAME_DRIVER_ADAPTERS_KEY) : RavDriverEntryPath(m_strParentKey);
@@ -125,7 +127,7 @@ bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, CResult& result)
         result.ulErrCode = FAILURE;
         return false;
     }
-    // The driver's entry of an adapter goes with the clean-up; only a member's is brought up to date here.
+    // CleanUpParent has deleted an adapter's driver entry; only a team member's is updated here.
     if (!CleanUpParent(bSkipMemberCleanup))
     {
         result.ulErrCode = FAILURE;
@@ -188,7 +190,7 @@ bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& r
 
 void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
 {
-    m_bMiniportRemoved = true; // before the lock: a failure below is not to be tried again
+    m_bMiniportRemoved = true; // before the lock: after a failure below this object does not try again
     const CRavNetCfgWriteLock lock(*GetNetCfgInterface());
     if (!HasLock(lock, result))
         return;
@@ -201,7 +203,7 @@ void CRavXmsVlan::RemoveMiniportOnce(CResult& result)
     result.ulErrCode = FAILURE;
 }
 
-// Before NT 6.0 only a miniport that its user cannot remove is ours to remove; any other stays.
+// Before Windows NT 6.0 only miniports that users cannot remove are removed; any other is left to its user.
 bool CRavXmsVlan::RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat)
 {
     RAV_PARAMETER parameter;
@@ -222,7 +224,7 @@ bool CRavXmsVlan::RemoveVirtualMiniport()
     else
     {
         RavTrace().Print(L"CRavXmsVlan::RemoveVirtualMiniport for-%s", m_strVlanKey.c_str());
-        m_ownKey.Close(); // the key goes with the miniport
+        m_ownKey.Close(); // the removal deletes this key
         done = m_pNetCfgComponent->RemoveVirtualComponent(*netCfg, m_strVlanKey) == 0;
         if (!done)
             RavTrace().Print(L"CRavXmsVlan::RemoveVirtualMiniport, iRet!=0, bad");
@@ -241,7 +243,7 @@ bool CRavXmsVlan::DeleteVlanMiniport()
         RavTrace().Print(L"CRavXmsVlan::DeleteVlanMiniport fails.pNetCfg=NULL.");
         return false;
     }
-    // Whether the lock was had is not asked: without it the removal fails by itself.
+    // The lock's status is not checked: without the lock the removal fails by itself.
     const CRavNetCfgWriteLock lock(*netCfg);
     done = RemoveMiniportByCharacteristics(L"CRavXmsVlan::DeleteVlanMiniport() characteristics=0x%X");
     return done;
@@ -269,7 +271,8 @@ bool CRavXmsVlan::UpdOOOKeyAdptr(bool bLastVlan)
 
 bool CRavXmsVlan::UpdateOurParentKey(bool bLastVlan)
 {
-    // A member's key is the one that is held: without one there is nothing to fall back to.
+    // A member's key has been opened into the parent key handle before. If that failed there is no key: an empty GUID
+    // would open the VLAN's own.
     const HKEY handle = m_iParentType != RAV_PARENT_TEAM ? GetMyParentRegistryKey()
                         : GetParentClassKey() != nullptr ? GetMyRegistryKey(L"")
                                                          : nullptr;
@@ -350,7 +353,7 @@ bool CRavXmsVlan::RemoveFromBindingList()
     return DecreaseBindingCount(key) && done;
 }
 
-// A count of 1 or less cannot be right here: it is kept, and the update fails.
+// This is not the last VLAN, so a count of 1 or less is wrong: it is kept, and the update fails.
 bool CRavXmsVlan::DecreaseBindingCount(CRavRegKey& key)
 {
     const CRavString name = RavName(RAV_NAME_BINDING_LIST_COUNT);

@@ -42,7 +42,7 @@ bool CRavXmsVlan::UpdateTeamMemberOOOKey2ReflectRemovedVlan(const CRavString& st
         return done;
     }
     const auto set = [&](const CRavString& name) { core->SetParameter(strMember, RAV_PARAMETER::Text(name, L"0")); };
-    // Whatever becomes of one, the others follow.
+    // Each of the four is done, whether or not those before it succeeded.
     ask(__LINE__, [&] { core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_ID)); });
     ask(__LINE__, [&] { core->DeleteParameter(strMember, RavName(RAV_NAME_VLAN_MODE)); });
     ask(__LINE__, [&] { set(RavName(RAV_NAME_VLAN_FILTERING)); });
@@ -142,7 +142,7 @@ bool CRavXmsVlan::DoLastVoTTAOps(const CRavString& strTeam)
 bool CRavXmsVlan::BindMemberToTCPIP(const CRavString& strMember)
 {
     HRESULT locked = S_OK;
-    // Only a pending restart is a failure: otherwise whoever holds the lock binds the member.
+    // A lock that another program holds counts as success, by design; only a pending restart is a failure.
     return GiveMemberBack(L"BindMemberToTCPIP", strMember, locked) ||
            (FAILED(locked) && locked != NETCFG_E_NEED_REBOOT);
 }

@@ -31,8 +31,8 @@ enum class Parameter
     Unreadable
 };
 
-// A text-valued advanced parameter of the adapter; a number of the same name is another one and does not count. A text
-// that is too long to be read is none of those that are asked for, and stays empty here.
+// Reads an advanced parameter that the adapter keeps as text. A value of another type counts as missing. A text that is
+// too long to be read counts as read, and is empty here: it is none of those that are looked for.
 Parameter ReadTextParameter(CRavRegKey& key, const wchar_t* name, CRavString& text)
 {
     const DWORD type = key.GetRegType(name);
@@ -143,7 +143,8 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
         return true;
     if (!LoadTeamAgent())
     {
-        // Nobody can tell whether a team sorts the VLANs: the administrator's choice stands.
+        // Only the team agent knows whether a team sorts the VLANs itself: without it the administrator's choice
+        // stands.
         RavTrace().Print(L"SetupVlanParentRegistry() - no team agent, VlanFiltering is left as it is");
         return true;
     }
@@ -151,7 +152,7 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
     return WriteTextParameter(key, XmsValue::VlanFiltering, byTeam ? L"0" : L"1");
 }
 
-// Virtual machine queues and the intermediate driver's VLANs exclude each other. What fails is traced alone.
+// Virtual machine queues and the intermediate driver's VLANs exclude each other. Failures are traced and ignored.
 void CRavXmsVlan::DisableVMQ(const CRavString& strAdapter)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::DisableVMQ");
@@ -163,7 +164,7 @@ void CRavXmsVlan::DisableVMQ(const CRavString& strAdapter)
         RavTrace().Print(L"CRavXmsVlan::DisableVMQ pCoreAgentPvt is NULL");
     else
     {
-        // Queues that stay on are no reason to have no VLAN.
+        // The VLAN is created even if the queues cannot be switched off.
         try
         {
             SwitchVmqOff(*core, strAdapter);
@@ -231,7 +232,7 @@ void CRavXmsVlan::GenNewLogicalGroupId(int& status)
         return;
     }
     CRavString name;
-    DWORD next = 0; // wraps behind the largest number
+    DWORD next = 0; // 0 again after the largest number there is
     DWORD largest = 0;
     while (adapters.EnumSubKey(name))
     {
@@ -309,7 +310,8 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
     return false;
 }
 
-// The parent itself no longer takes an address: its DHCP flag goes to the driver, which gives it back one day.
+// A parent has no IP address of its own any more, its VLANs have. Its DHCP flag moves to the driver's configuration
+// key, from where the removal of its last VLAN moves it back.
 bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
 {
     const auto failed = [](const wchar_t* step, LONG status) {
@@ -415,7 +417,7 @@ bool CRavXmsVlan::SaveTeamParams()
 bool CRavXmsVlan::SaveOwnParams()
 {
     CRavValueWriter writer(m_ownKey);
-    // The driver takes a VLAN with an id value for a tagged one.
+    // The untagged VLAN gets no id value: the driver treats every VLAN that has one as tagged.
     if (!IsUntagged())
         writer.Number(RavName(RAV_NAME_VLAN_ID), static_cast<DWORD>(m_iVlanId));
     writer.Number(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId)

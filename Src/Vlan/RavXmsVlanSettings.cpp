@@ -18,7 +18,7 @@ constexpr wchar_t HELP_TEXT[] = L"This setting has been deprecated and is no lon
 constexpr uint16_t INT_TEMPLATE_CODE = 99;
 constexpr uint32_t TEMPLATE_CODE = 1;
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanSettings";
-// More than any list of jumbo-frame choices that a team member offers.
+// Stands for more choices than any team member's jumbo-frame setting lists.
 constexpr size_t MANY_CHOICES = 99;
 constexpr int STANDARD_FRAME = 1514;
 constexpr wchar_t STANDARD_FRAME_TEXT[] = L"1514";
@@ -26,7 +26,7 @@ constexpr wchar_t STANDARD_FRAME_TEXT[] = L"1514";
 constexpr wchar_t CREATE_ROUTINE[] = L"CreateVlanAdvancedSettings";
 constexpr wchar_t RESYNC_ROUTINE[] = L"ReSyncJumboFrameSettingEnumValues";
 
-// One template's key, and the routine that reads it: its name stands before what is told.
+// One template's key. The name of the routine that reads it begins each line of the trace.
 class CTemplate
 {
   public:
@@ -42,8 +42,8 @@ class CTemplate
         return text;
     }
 
-    // A number that does not parse counts as far as it goes, one that is too large as the nearest limit; neither stops
-    // the template, and both are told.
+    // A text that is no number is read up to its first character that does not fit, and a number that is too large as
+    // the nearest limit. Both are traced, and the template is used all the same.
     int Number(const wchar_t* name)
     {
         const CRavString text = Text(name);
@@ -77,7 +77,8 @@ class CTemplate
     const wchar_t* m_routine;
 };
 
-// Settings that no value, or not the default, fits are created as they stand: support finds the reason in the trace.
+// A setting whose range is empty, or leaves out its default, is created all the same: the trace tells support why it
+// accepts no value, or not its default.
 void TellLimits(const RAV_SETTING_INT& setting)
 {
     if (setting.iMin > setting.iMax)
@@ -162,7 +163,7 @@ std::unique_ptr<RAV_SETTING> ReadTemplate(CRavRegKey& templates, const CRavStrin
     return nullptr;
 }
 
-// One question to the core agent; what it throws is traced and counts as its failure.
+// Asks the core agent something. An exception is traced and counts as a failure.
 template <typename Question>
 CResult Ask(const wchar_t* operation, Question&& question)
 {
@@ -177,7 +178,7 @@ CResult Ask(const wchar_t* operation, Question&& question)
     }
 }
 
-// The adapter's jumbo-frame setting; null when it has none or cannot tell.
+// The adapter's jumbo-frame setting; null when it has none or it cannot be read.
 std::unique_ptr<RAV_SETTING> JumboSetting(CRavCoreAgentPvtIntf& core, const CRavString& adapter)
 {
     RAV_SETTING* raw = nullptr;
@@ -187,14 +188,16 @@ std::unique_ptr<RAV_SETTING> JumboSetting(CRavCoreAgentPvtIntf& core, const CRav
     return result.Succeeded() ? std::move(setting) : nullptr;
 }
 
-// A range stands for nearly any number of choices: a member with a list is asked first.
+// A team takes the setting of the member with the fewest choices. A range counts as nearly the most, so that any member
+// with a list of choices comes first.
 size_t ChoiceCount(const RAV_SETTING& setting)
 {
     return setting.GetType() == RAV_SETTING_TYPE_ENUM ? static_cast<const RAV_SETTING_ENUM&>(setting).values.size()
                                                       : MANY_CHOICES - 1;
 }
 
-// What every member of a team can do is what the one with the fewest choices can. Counts those that have any.
+// Chooses the member with the fewest jumbo-frame choices: what it can do, every member can. Counts the members that
+// have any.
 CRavString MemberWithFewestChoices(CRavCoreAgentPvtIntf& core, const std::vector<CRavString>& members,
                                    size_t& supporting)
 {
@@ -272,7 +275,8 @@ CResult CRavXmsVlan::CreateSetting(RAV_SETTING* pSetting)
     return result;
 }
 
-// Jumbo frames go as far as the parent's do: its choices, not the template's, become the VLAN's.
+// A VLAN's frames can be no larger than its parent's: its setting has the choices of the parent's, not those of the
+// template.
 CResult CRavXmsVlan::CreateJumboSetting(RAV_SETTING& setting)
 {
     if (COSType::IsWorkstation() || COSType::IsIa64())

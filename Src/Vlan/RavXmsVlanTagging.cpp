@@ -112,8 +112,8 @@ int CRavXmsVlan::CountNumberTaggedVlans()
     return count;
 }
 
-// Of the team's VLANs, those that the member carries. This one is among them until its removal is through, on the
-// driver's list or already off it.
+// Keeps those of the team's VLANs that the member carries. This VLAN counts among them until its removal is complete,
+// even when the driver's list of the member no longer names it.
 bool CRavXmsVlan::KeepThoseOnMember(std::vector<CRavString>& vlanKeys)
 {
     std::erase_if(vlanKeys, [&](const CRavString& key) { return key.CompareI(m_strVlanKey); });
@@ -122,7 +122,8 @@ bool CRavXmsVlan::KeepThoseOnMember(std::vector<CRavString>& vlanKeys)
     return done;
 }
 
-// Of a team's members, the one whose lists stand for the VLAN.
+// The team member whose keys hold this VLAN's state: the one that the object stands for, otherwise the first whose
+// binding list names the VLAN.
 CRavString CRavXmsVlan::CarryingMember()
 {
     CRavString member = m_strMemberKey;
@@ -162,7 +163,7 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
         RavTrace().Print(L"Could not open xms protocol key %s, err= %d", path.c_str(), key.LastResult());
         return false;
     }
-    // No mode is written for an adapter that never had a VLAN.
+    // An adapter that never had a VLAN has no mode, which is an answer and no failure.
     constexpr DWORD NO_MODE = 0xFFFFFFFF;
     DWORD mode = NO_MODE;
     done = key.GetValue(XmsValue::TaggingMode, mode) || RavIsNoNumber(key.LastResult());
@@ -217,7 +218,7 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
     return done;
 }
 
-// The team's own VLANs tell: those miniports that name the team as their parent.
+// A team has no list of ids of its own: the miniports whose keys name it as their parent tell.
 bool CRavXmsVlan::HasTeamTaggedVlan(bool& bTagged)
 {
     const CRavString path = RavName(RAV_NAME_NETWORK_CLASS_KEY);
@@ -319,7 +320,7 @@ bool CRavXmsVlan::RemoveRegValuesWhenOnlyUntagged(HKEY hKey)
     return done;
 }
 
-// Entries of 0, and those that are no number, never belong there and go, too.
+// Entries of 0, and those that are no number, are damage (the untagged VLAN is never listed) and are dropped as well.
 void CRavXmsVlan::DeleteVlanID(HKEY hKey, int iVlanId)
 {
     const CRavTraceScope trace(L"CRavXmsVlan::DeleteVlanID");
@@ -363,7 +364,7 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
         if (ids.empty())
             RavTrace().Print(L"Empty array of VLAN ID's");
     }
-    else if (!IsMissing(key)) // a list that cannot be read holds the ids of other VLANs
+    else if (!IsMissing(key)) // an unreadable list may hold other VLANs' ids, which must not be lost
         return failed();
     ids.emplace_back(m_iVlanId);
     if (!key.SetValue(XmsValue::VlanId, ids))

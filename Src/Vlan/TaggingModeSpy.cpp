@@ -40,7 +40,7 @@ bool TaggingModeSpy::AskForUntagged(RAV_VLANS_PRESENT& present)
     const bool done = m_vlan.IsParentWithTaggedVlan(tagged);
     if (!done)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsParentWithTaggedVlan failed.");
-    present.iTagged = tagged ? 1 : 0; // how many makes no difference to it
+    present.iTagged = tagged ? 1 : 0; // the rule for the untagged VLAN asks only whether there are any
     return done;
 }
 
@@ -54,7 +54,7 @@ bool TaggingModeSpy::AskForTagged(RAV_VLANS_PRESENT& present)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: IsParentWithUntaggedVlan failed.");
         return false;
     }
-    if (Stage() == RavVlanStage::BeingRemoved) // only then does their number matter
+    if (Stage() == RavVlanStage::BeingRemoved) // their number matters to the rule only then
         present.iTagged = m_vlan.CountRemainingVlans() - (present.bUntagged ? 1 : 0);
     return true;
 }

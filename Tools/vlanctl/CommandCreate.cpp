@@ -79,7 +79,7 @@ CResult Create(CSession& session, const CreateOptions& options, const CRavString
     return result;
 }
 
-// What there is now and was not before.
+// The VLANs of the parent that were not there before.
 std::vector<VlanRow> Created(CSession& session, const std::vector<VlanRow>& before, const CRavString& parentKey)
 {
     std::vector<VlanRow> rows = ReadVlans(session, parentKey);
@@ -146,7 +146,8 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
     }
     const std::vector<VlanRow> before = ReadVlans(session, parent.key);
     const CResult result = Create(session, options, parent.key);
-    // Somebody was quicker: the agent's own validation, under the lock, found what ours could not know yet.
+    // Another program changed the host after our validation and before the agent had the lock. The agent's own
+    // validation refused the request; validating once more tells the user why.
     if (RavIsMessageCode(result.ulErrCode) && !Report(Validate(session, options, parent.key), options))
         return EXIT_REFUSED;
     ShowCreated(Created(session, before, parent.key), options);

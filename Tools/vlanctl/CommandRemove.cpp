@@ -80,7 +80,7 @@ std::vector<Removal> Plan(CSession& session, const std::vector<VlanRow>& chosen)
     for (const VlanRow& row : chosen)
     {
         if (!Has(present, row.info.vlanKey))
-            continue; // goes with an earlier one
+            continue; // it goes along with an earlier one, and is planned already
         const VlanRow* const untagged = GoesAlong(present, row);
         plan.push_back({row, {}, "planned", ""});
         if (IsBoundToHyperV(session, row))
@@ -144,8 +144,8 @@ void Finish(Removal& removal, bool gone, const std::string& failure, const Remov
         Print("removed " + text + "\n");
 }
 
-// A network configuration that is locked shows by the class, mostly with code 0; at the second of its two locks the
-// lists of the parent are changed already.
+// A locked network configuration is told by the result's class, mostly with code 0. The agent takes its lock twice:
+// when the second one cannot be had, the lists of the parent have been changed already.
 void RemoveOne(CSession& session, Removal& removal, const RemoveOptions& options)
 {
     const CRavString& key = removal.vlan.info.vlanKey;
@@ -155,7 +155,7 @@ void RemoveOne(CSession& session, Removal& removal, const RemoveOptions& options
     session.Agent().RemoveVlan(result, session.Lock(options.waitSeconds), key);
     if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
         return Finish(removal, true, "", options);
-    // From here on it cannot be told who has removed one that is gone.
+    // The agent reports a failure. If the VLAN is gone all the same, the agent or another program may have removed it.
     const bool gone = !IsThere(session, key);
     const bool locked = !gone && result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
     Finish(removal, gone,

@@ -68,7 +68,7 @@ bool ReadRow(CSession& session, const CRavString& key, VlanRow& row)
     return true;
 }
 
-// No parent is named when this fails; who asks has to be told why.
+// When one of its sources fails the agent names no parent at all: the user has to be told why.
 std::vector<CRavString> SupportingParents(CSession& session)
 {
     CResult result;
@@ -105,7 +105,7 @@ bool IsThere(CSession& session, const CRavString& vlanKey)
     CResult result;
     std::vector<CRavString> keys;
     session.Agent().EnumerateVlans(result, CRavString(), keys);
-    return !result.Succeeded() || // what cannot be told counts as there
+    return !result.Succeeded() || // when the VLANs cannot be listed it counts as there
            std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(vlanKey); });
 }
 

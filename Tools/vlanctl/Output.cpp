@@ -19,7 +19,7 @@ void Write(DWORD stream, const std::string& text)
     WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
 }
 
-// Characters, not bytes: combining marks and wide letters are rare enough in names to be let be.
+// Counts characters, not bytes. Combining marks and wide letters are rare in names, and are not considered.
 size_t Width(const std::string& text)
 {
     return static_cast<size_t>(std::count_if(

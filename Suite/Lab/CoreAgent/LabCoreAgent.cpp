@@ -149,7 +149,7 @@ CResult CLabCoreAgent::GetJumboFramesSettingForAdapter(const CRavString& strAdap
 {
     const CResult result =
         GetSetting(strAdapter, UsingStandardKeywords(strAdapter) ? JUMBO_PACKET : OLD_JUMBO_PACKET, ppSetting);
-    // None is an answer, too.
+    // That the adapter has no such setting is an answer, not a failure.
     return result.ulErrCode == ERROR_FILE_NOT_FOUND && IsAdapter(strAdapter) ? CResult::Success() : result;
 }
 

@@ -232,7 +232,7 @@ class CLabCoreAgent::Ending
     {
         const std::lock_guard guard(m_agent.m_lock);
         m_agent.m_isApplying = false;
-        ForgetHolder(); // before the file: afterwards it would be the next holder's note
+        ForgetHolder(); // before the lock file goes: afterwards the note could be the next holder's
         m_agent.m_suiteLock.Release();
     }
     Ending(const Ending&) = delete;
@@ -265,7 +265,7 @@ bool CLabCoreAgent::WaitForApplyDone(const RAV_CLIENT_ID& /*client*/)
 {
     const auto mustWait = [&] {
         const std::lock_guard guard(m_lock);
-        // An agent that asks from inside a pass would wait for itself.
+        // An agent may ask from inside its own pass: waiting for the end of that would never end.
         return m_isApplying ? m_holderThread != GetCurrentThreadId() : LabIsApplying();
     };
     while (mustWait())
@@ -306,8 +306,8 @@ void CLabCoreAgent::QueueReload(const CRavString& adapter, bool unloaded)
         queued->unloaded = queued->unloaded || unloaded;
 }
 
-// Others see from the file that a transaction is being applied. Without it they do not wait, which is no reason to keep
-// the drivers from their changes.
+// The file tells other processes that a transaction is being applied. If it cannot be made they do not wait for it; the
+// transaction is applied all the same.
 CResult CLabCoreAgent::Apply()
 {
     CExclusiveFile file;

@@ -37,14 +37,14 @@ SC_HANDLE CreateOrOpenService(SC_HANDLE manager)
     if (service != nullptr || GetLastError() != ERROR_SERVICE_EXISTS)
         return service;
     service = OpenServiceW(manager, XMS_SERVICE, SERVICE_ALL_ACCESS);
-    // It may be another build's.
+    // The service may have been made by another build: it gets this one's file.
     if (service != nullptr)
         ChangeServiceConfigW(service, SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE, image, nullptr, nullptr,
                              nullptr, nullptr, nullptr, nullptr);
     return service;
 }
 
-// Started is what answers, whatever the service manager makes of it.
+// The driver counts as started when its device can be opened, whatever the service manager says.
 DWORD OpenDevice()
 {
     const HANDLE device = CreateFileW(DRIVER_DEVICE, GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
@@ -65,7 +65,7 @@ DWORD TryToStart()
     return OpenDevice();
 }
 
-// Stopped is what says so, not what has taken the request.
+// The driver counts as stopped when the service reports so; that it took the request is not enough.
 DWORD TryToStop()
 {
     const CRavServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
@@ -85,7 +85,8 @@ DWORD TryToStop()
 }
 } // namespace
 
-// Deleted while any process holds it open, the service could not be made again until that one ends.
+// The service is stopped, not deleted: deleted while some process has it open, it could not be created again until that
+// process ends.
 void StopDriver()
 {
     const DWORD error = Persist(&TryToStop);

@@ -28,7 +28,7 @@ struct Make
 };
 const Make OWN_MAKE = {L"pci\\ven_1a2b&dev_0010", L"PCI\\VEN_1A2B&DEV_0010", L"Corvo Gigabit Server Adapter", L"Corvo"};
 const Make OTHER_MAKE = {L"pci\\ven_9999&dev_0001", L"PCI\\VEN_9999&DEV_0001", L"Gigabit Adapter", L"Other Maker"};
-const Make MINIPORT_MAKE = {L"oxmsmp", L"ROOT\\NET", L"Corvo XMS Virtual Miniport", L"Corvo"};
+const Make MINIPORT_MAKE = {RAV_XMS_MINIPORT_ID, L"ROOT\\NET", L"Corvo XMS Virtual Miniport", L"Corvo"};
 
 struct Protocol
 {
@@ -41,7 +41,7 @@ const Protocol PROTOCOLS[] = {
     {L"{B0000001-0000-4000-8000-000000000001}", L"ms_tcpip", L"Tcpip", L"Internet Protocol Version 4 (TCP/IPv4)"},
     {L"{B0000001-0000-4000-8000-000000000002}", L"ms_tcpip6", L"Tcpip6", L"Internet Protocol Version 6 (TCP/IPv6)"},
     {L"{B0000001-0000-4000-8000-000000000003}", L"ms_lldp", L"MsLldp", L"Link-Layer Discovery Protocol Driver"},
-    {L"{B0000001-0000-4000-8000-000000000004}", L"oxmsprotocol", XMS_SERVICE, L"Corvo Intermediate Driver"},
+    {L"{B0000001-0000-4000-8000-000000000004}", RAV_XMS_PROTOCOL_ID, XMS_SERVICE, L"Corvo Intermediate Driver"},
     {L"{B0000001-0000-4000-8000-000000000005}", L"vms_pp", L"VMSP", L"Hyper-V Extensible Virtual Switch"},
 };
 
@@ -379,7 +379,7 @@ class Builder
             if (adapter.hyperV)
                 switched.push_back(Device(node.guid));
         }
-        // The intermediate driver could carry these: its bindings to them are there, and off.
+        // Adapters without VLANs: the intermediate driver's bindings to them exist and are disabled.
         const std::vector<CRavString> plain = ordinary;
         for (const CRavString& guid : m_teamOrder)
             ordinary.push_back(Device(guid));
@@ -389,7 +389,7 @@ class Builder
         {
             const CRavString path = LabPath(SERVICES_KEY, protocol.service) + L"\\Linkage";
             const CRavString id = protocol.componentId;
-            if (id == L"oxmsprotocol")
+            if (id == RAV_XMS_PROTOCOL_ID)
                 Key(path).List(L"Bind", carried).List(L"Disabled", plain);
             else if (id == L"vms_pp")
                 Key(path).List(L"Bind", switched).List(L"Disabled", {});

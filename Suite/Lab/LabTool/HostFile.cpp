@@ -33,7 +33,7 @@ std::string At(const std::string& list, size_t index)
     return list + "[" + std::to_string(index) + "]";
 }
 
-// Names of the registry and of adapters are the same in any case.
+// For comparing names of the registry and of adapters, in which letter case makes no difference.
 std::wstring Folded(const std::string& text)
 {
     CRavString folded = FromUtf8(text);
@@ -273,7 +273,7 @@ class Names
     std::set<std::string> m_names;
 };
 
-// What only shows when the parts are seen together.
+// Checks that need several parts of the file: references, and names that have to differ.
 void CheckTogether(const LabHost& host)
 {
     Names parents;

@@ -13,7 +13,7 @@ class LabError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-// The driver's service is in a state that nothing but a new session of Wine gets it out of.
+// The driver's service is in a state out of which only a new session of Wine brings it.
 class DriverError : public LabError
 {
   public:
@@ -36,6 +36,6 @@ bool IsRealWindows();
 CRavString ProgramFolder();
 // Registers the COM server; the driver service is created and started. Throws LabError.
 void StartPlatform(const std::string& edition);
-// Undoes as much of that as can be undone; what could not, in words. A driver that cannot be stopped is none of it: it
-// keeps nothing of the host, and serves the next one.
+// Undoes as much of that as can be undone, and says in words what could not. A driver that cannot be stopped is no
+// failure, and only noted: it keeps nothing of the host, and serves the next one.
 std::string StopPlatform();

@@ -18,7 +18,7 @@ void Write(const std::string& text)
 
 namespace
 {
-// The host goes whatever becomes of the rest: a lab that cannot be taken down would be in the way for ever.
+// Removes the host even when the platform could not be stopped: as long as a host is there no other can be built.
 std::string TakeDown()
 {
     std::string errors = StopPlatform();

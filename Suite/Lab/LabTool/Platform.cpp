@@ -26,7 +26,7 @@ void CallServer(const char* name)
         throw LabError(std::string("NetCfg.dll: ") + name + " failed");
 }
 
-// The edition of Windows that programs see is Wine's to say, program by program.
+// Wine decides by the program's name which edition of Windows a program sees.
 void SetEdition(const std::string& edition)
 {
     for (const wchar_t* const program : PROGRAMS)

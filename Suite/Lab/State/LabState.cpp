@@ -110,7 +110,8 @@ CRavString StateFolder()
     return CRavString(temp) + L"VlanLab";
 }
 
-// A file that an ending system left behind has no holder: notes are volatile.
+// The lock's file alone may be left from a system that went down. The holder's note is volatile and went with it, so
+// the lock is held only when both are there.
 bool IsHeld(const wchar_t* file, const wchar_t* note)
 {
     return LabHasKey(note) && GetFileAttributesW(StateFolder() + L"\\" + file) != INVALID_FILE_ATTRIBUTES;

@@ -21,7 +21,7 @@ bool IsLoaded(const CRavString& device)
     return LabNumber(LabPath(LAB_DEVICES, device), L"Problem", 0) == 0;
 }
 
-// Without its VLANs a team is what its members carry, and nothing is tagged.
+// When the team's last VLAN has gone a member carries the team alone, and nothing is tagged.
 bool TakeVlansOffMember(const CRavString& team, const CRavString& member)
 {
     CRavRegKey entry;
@@ -31,7 +31,8 @@ bool TakeVlansOffMember(const CRavString& team, const CRavString& member)
            entry.SetValue(XmsValue::BindingListCount, DWORD{1}) && entry.SetValue(XmsValue::TaggingMode, DWORD{0});
 }
 
-// The lab's team agent: teams as the registry has them. What it is told it notes down where it can be looked at.
+// The lab's team agent: teams as the registry has them. Notifications that it gets it notes in the registry, where `lab
+// show` and tests find them.
 class CLabTeamAgent final : public CRavTeamAgentPvtIntf
 {
   public:
@@ -113,8 +114,8 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
 };
 } // namespace
 
-// The module is loaded for one question and freed again. It stays all the same, or its trace log would begin anew with
-// each.
+// Clients load this module for one question and free it again. It keeps itself loaded: loaded anew, it would truncate
+// its trace log each time.
 static int StayAndTrace()
 {
     HMODULE module = nullptr;

@@ -75,7 +75,7 @@ TEST(Session, TheLockNestsAndIsGivenBackWhateverBecomesOfTheChanges)
         EXPECT_EQ(applied == NETCFG_S_REBOOT, netCfg.NeedsReboot());
         EXPECT_EQ(NETCFG_E_NO_WRITE_LOCK, netCfg.ReleaseLockForWrite());
     }
-    // What was applied is not undone by a look at it that fails.
+    // Changes that were applied count as applied, even when the view cannot be opened afterwards.
     ComPtr<INetCfgComponent> adapter;
     EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite());
     const auto refuse = +[](INetCfg*, void*) { return E_FAIL; };
@@ -167,14 +167,14 @@ TEST(Bindings, AnAdapterGetsBackWhatWasTakenOffItAndAllOfThemOrNone)
         EXPECT_EQ(0, bound ? netCfg.CleanUpAdapterFromXms(host.adapter, true) : 0);
         EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
         EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << how;
-        EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite()); // once more changes nothing more
+        EXPECT_EQ(S_OK, netCfg.AcquireLockForWrite()); // cleaning up a second time changes nothing
         EXPECT_EQ(0, netCfg.CleanUpAdapterFromXms(host.adapter, true));
         EXPECT_EQ(S_OK, netCfg.ReleaseLockForWrite());
         EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << how;
     }
 }
 
-// "Not bound" would take the adapter for one that has nothing to lose.
+// A binding that cannot be read is a failure: taken for "not bound" it would cost the adapter its protocols.
 TEST(Bindings, AreNotGuessed)
 {
     CTestHost host;
@@ -191,7 +191,8 @@ TEST(Bindings, AreNotGuessed)
     EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
 }
 
-// Also to a parent from before there were records, whose driver is off already at the second try.
+// Also for a parent from before there were records: at the second try its driver is off already, so only a record can
+// tell what it had.
 TEST(Bindings, WhatFailedComesBackLater)
 {
     for (const bool record : {true, false})
@@ -251,7 +252,8 @@ TEST(Adapter, LoadsUnloadsAndKeepsItsSettings)
     EXPECT_TRUE(settings.DeleteSetting(L"*JumboPacket").Succeeded());
     EXPECT_EQ(DWORD{ERROR_FILE_NOT_FOUND}, settings.DeleteSetting(L"*JumboPacket").ulErrCode);
     EXPECT_TRUE(settings.CreateSetting(*jumbo).Succeeded());
-    EXPECT_EQ("- Class\\0001\\Ndi\\Params\\*JumboPacket  ExposeLevel  REG_SZ  \"0\"\n", change.Text()); // 0 goes unsaid
+    EXPECT_EQ("- Class\\0001\\Ndi\\Params\\*JumboPacket  ExposeLevel  REG_SZ  \"0\"\n",
+              change.Text()); // a level of 0 is not written
 
     adapter.SetMiniportInstance(LabGuid(9));
     EXPECT_FALSE(adapter.Initialize(netCfg).Succeeded());

@@ -86,13 +86,13 @@ TEST(Inventory, MissingAndDamagedValues)
         const std::string before = host.Hive().Value("Class\\0003", "RavXmsMiniportKey");
         const bool isEmpty = before.empty() || before == "REG_SZ  \"\"";
         EXPECT_EQ(one.record, Record(host, isEmpty ? LowerCase(key) : key)) << one.change;
-        // Where the driver would find nothing it finds the key now, as it is spelled; all else stays somebody's choice.
+        // Only a missing value is written again, with the key in its canonical spelling; a value of another type stays.
         EXPECT_EQ(isEmpty ? "REG_SZ  \"" + Utf8(key) + "\"" : before,
                   host.Hive().Value("Class\\0003", "RavXmsMiniportKey"));
     }
 }
 
-// Nor does it stand in the way of the other VLANs of its parent.
+// A damaged VLAN does not keep the other VLANs of its parent from being listed, either.
 TEST(Inventory, AVlanWhoseDeviceIsDamagedIsShownAndRemoved)
 {
     const auto damage = [](const wchar_t* instance) {
@@ -177,7 +177,7 @@ TEST(Inventory, TheSecondLookComesFromTheCacheAndAllThatWasOpenedIsGivenBack)
     journal.Start();
     host.Vlans();
     {
-        // Given back before it is loaded again, but for those who are inside it.
+        // The module is freed before it is loaded again; whoever holds the interface keeps it loaded.
         const auto held = host.Agent().GetTeamAgentPvtIntf();
         host.Agent().GetTeamAgentPvtIntf();
         std::string calls;

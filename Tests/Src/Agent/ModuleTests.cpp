@@ -55,7 +55,7 @@ TEST(Initialize, FailsUntilAllIsThere)
     journal.Start();
     CLabHost::Delete(Utf8(SUITE_KEY));
     EXPECT_EQ(CResult::FAILED, initialize());
-    // The last is as long as the log's.
+    // The last one is as long as a folder may be, for the trace log as for modules.
     for (const CRavString& bad : std::initializer_list<CRavString>{L"", L".", L"..\\bin", L"C:\\nowhere",
                                                                    (L"C:\\" + std::wstring(490, L'x')).c_str()})
     {

@@ -93,7 +93,7 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
         bool reboot = false;
         journal.Start();
         agent.ApplyDone_UnloadDevice(result, reboot);
-        // What the service manager answers, with no program behind the service, is of no interest.
+        // The service has no program behind it, so the service manager's answer does not matter here.
         EXPECT_EQ(!row.restarts ? "" : Lines(R"(
             OpenServiceW CorvoDCB
             ControlService CorvoDCB

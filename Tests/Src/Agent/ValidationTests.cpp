@@ -42,7 +42,7 @@ void ExpectUnchanged(const CRegistryChange& change)
 std::string Validate(CLabHost& host, const CRavString& parent, const wchar_t* ids, const wchar_t* name)
 {
     CResult result;
-    CRavVlanMessages messages(1); // of an earlier validation: nothing comes of it
+    CRavVlanMessages messages(1); // left from an earlier validation: it must not count
     host.Agent().ValidateNewVlan(result, parent, ids, name, messages, host.Client());
     EXPECT_EQ(0u, result.ulErrCode);
     messages.erase(messages.begin());
@@ -111,7 +111,7 @@ TEST(Ids, Grammar)
         EXPECT_EQ(!one.ids.empty(), parsed) << Utf8(one.text);
         EXPECT_EQ(one.ids, ids) << Utf8(one.text);
     }
-    // Neither memory nor time for what lies beyond all that could be legal.
+    // A range far beyond all legal ids must cost neither memory nor time.
     for (const wchar_t* const text : {L"1-2147483647", L"4093-99999", L"5000-2147483647"})
     {
         std::vector<DWORD> ids;
@@ -344,7 +344,7 @@ TEST(Parents, TeamsComeBeforeAdaptersAndMembersNeverDo)
               parents);
 }
 
-// It can be had again as soon as its driver is loaded; no second VLAN is made until then.
+// The parent can be used again as soon as its driver is loaded; until then no second VLAN is created.
 TEST(Parents, WithoutItsDriverOneWithAVlanIsAParent)
 {
     CLabHost host(HostWith(R"({ "parent": "Unloaded", "id": 10, "name": "Ten" })"));
@@ -417,7 +417,7 @@ TEST(Refusals, ChangeNothing)
     EXPECT_NE(std::string::npos,
               s_trace->Text().find("ERROR:  CreateVlan returned stop errors to prevent vlan creation!"));
     {
-        // What is on the parent cannot be told.
+        // The parent's VLANs cannot be enumerated.
         Microsoft::WRL::ComPtr<INetCfg> netCfg;
         ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
         const CSlot slot(
@@ -427,7 +427,7 @@ TEST(Refusals, ChangeNothing)
     }
     EXPECT_TRUE(host.IsSuiteLockFree());
     ExpectUnchanged(change);
-    // The team agent hears of those requests alone that are carried out.
+    // The team agent is told only of requests that are carried out.
     EXPECT_EQ("", Utf8(LabText(LAB_KEY, L"LastPreparedParent")));
     EXPECT_EQ(0, create(0, host.Lock()));
     EXPECT_EQ(Utf8(parent), Utf8(LabText(LAB_KEY, L"LastPreparedParent")));

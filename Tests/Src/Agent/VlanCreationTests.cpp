@@ -98,7 +98,7 @@ TEST(Create, FollowsTheParent)
         {R"(TcpIp\{1} EnableDHCP DWORD 0)",
          R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; )"
          R"(+ + XMS\Configuration\{1} EnableDHCP DWORD 0)"},
-        // Without a flag there is nothing to keep, and DHCP is off all the same.
+        // Without a DHCP flag nothing is kept for later, and DHCP is switched off all the same.
         {R"(- TcpIp\{1} EnableDHCP)",
          R"(- + XMS\Configuration\{1} EnableDHCP DWORD 1; - ~ TcpIp\{1} EnableDHCP DWORD 1 -> 0; )"
          R"(+ + XMS\Configuration\{1}; + + TcpIp\{1} EnableDHCP DWORD 0)"},
@@ -183,7 +183,7 @@ TEST(Create, NamesAreGeneratedForAListAloneAndNeverTwice)
     EXPECT_EQ(0u, host.Create("Port A", 5, L"vlan10").ulErrCode);
     EXPECT_EQ(0u, host.Create("Port A", 6, RAV_AUTO_VLAN_NAMES).ulErrCode);
     EXPECT_EQ("vlan10 AutoGenerateVlanNames ", Names(host, "Port A"));
-    // Each time another question for the VLANs fails.
+    // In each row another of the calls that ask for the VLANs fails.
     static int s_coming;
     Microsoft::WRL::ComPtr<INetCfg> netCfg;
     ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
@@ -221,7 +221,8 @@ TEST(Create, WhatIsThrownAfterAVlanIsThereTakesNothingBack)
     static int s_calls;
     s_calls = 0;
     CRavCoreAgentPvtIntf* const core = host.Agent().GetCoreAgentPvt();
-    // No driver is there to be told. For each VLAN the parent's reload is queued before, and again instead.
+    // No driver is loaded that could be told. Each VLAN queues the parent's reload when it is created, and once more in
+    // place of the announcement.
     const CSlot slot(
         core, Place(&CRavCoreAgentPvtIntf::UnloadMiniportDuringApplyDone),
         +[](CRavCoreAgentPvtIntf* self, const CRavString& adapter) {

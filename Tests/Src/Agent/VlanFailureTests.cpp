@@ -40,7 +40,7 @@ std::set<std::string> Said()
     return said;
 }
 
-// Whether a change was refused, other than those whose outcome is of no interest by design.
+// Whether a refused change is among the calls, apart from those whose result the module ignores by design.
 bool HasFailedChange(const CJournal& journal)
 {
     static const std::regex refused("(RegSetValueExW|RegCreateKeyExW|RegDelete(Value|Key|Tree)W) .* -> 5");
@@ -51,7 +51,8 @@ bool HasFailedChange(const CJournal& journal)
     return false;
 }
 
-// The VLAN with id 5, which the operation was not about, and the locks.
+// What must hold whatever failed: the VLAN with id 5, which the operation did not concern, is whole, and the locks are
+// free.
 void ExpectTheRestWhole(CLabHost& host, const CRavString& other)
 {
     EXPECT_TRUE(CLabHost::IsNetworkLockFree());
@@ -114,7 +115,7 @@ struct RAV_OUTCOME
 };
 using CHECK = std::function<void(CLabHost& host, const RAV_OUTCOME& outcome)>;
 
-// Of a change, what is not the miniport's own: its keys, and its place in lists.
+// A change without what belongs to the miniport alone: its keys, and its entries in lists.
 std::string WithoutMiniport(const std::string& change)
 {
     const std::string rest = Replaced(change, R"(- (000\d|Network\\\{V\}|Enum\\ROOT)[^;]*(; )?)", "");
@@ -255,7 +256,7 @@ TEST(Failures, EveryPlatformCallThrows)
 TEST(Failures, EveryOperationOfTheCoreAgentThrows)
 {
     constexpr size_t OPERATIONS = 106;
-    constexpr size_t DONE_LOCK = 31; // who cannot give the lock back holds it
+    constexpr size_t DONE_LOCK = 31; // without this operation the lock cannot be given back
     CLabHost host(TINY_HOST);
     ASSERT_TRUE(host.Create("Port A", 5, L"Five").Succeeded());
     const CRavString five = host.Vlan("Port A", 5);

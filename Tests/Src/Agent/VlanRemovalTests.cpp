@@ -108,11 +108,12 @@ TEST(Remove, WithoutTheWriteLock)
     EXPECT_EQ(0u, vlan->RemoveVLANonAdapter(false).ulErrCode);
     EXPECT_EQ(5u, CLabHost::Miniports());
     host.Agent().ReleaseNetCfgInterfaceObj(result, created);
-    // Each of them was counted, listed or not.
+    // Each of these VLANs was counted, whether or not the driver's list named it.
     EXPECT_EQ("0 class -1; - 0011; ~ {1} MiniportBindingListCount DWORD 2 -> 1", remove(9, S_OK));
 }
 
-// What a member was is kept in the entries that go with its VLANs: without the lock nothing of it comes back.
+// What a member was before it carried VLANs is kept in entries that are deleted with its VLANs: when it cannot be
+// restored, because the lock is not to be had, they must not be deleted.
 TEST(Remove, AMemberKeepsItsVlansWithoutTheWriteLock)
 {
     std::string text = SMALL_HOST;
@@ -368,7 +369,8 @@ TEST(Remove, SiblingsThatThrow)
     }
 }
 
-// Neither the untagged VLAN that goes along, but cannot, nor changes that cannot be applied keep a VLAN.
+// A VLAN is removed although the untagged one that should go along cannot be, and although the changes cannot be
+// applied.
 TEST(Remove, WhatFailsBesideIt)
 {
     CLabHost host;

@@ -187,7 +187,7 @@ TEST(VlanObject, Identity)
         {TEN, "0004 NetworkAddress SZ 02AA00000004", Address(4), "0 02AA00000004"},
         {TEN, "", Address(4), "0"},
         {TEN, "", Address(5), "-1"},
-        // A number is no address; what is too long to be read may be one.
+        // A number counts as no address; a text that is too long to be read may be one, and is not overwritten.
         {TEN, "0001 NetworkAddress DWORD 1", Address(1),
          R"(0 001B21000001; ~ 0001 NetworkAddress DWORD 1 -> SZ "001B21000001")"},
         {TEN, "0001 NetworkAddress SZ " + std::string(300, 'A'), Address(1), "-1"},
@@ -257,7 +257,7 @@ TEST(VlanObject, TaggingDecision)
         {TEN, "{1} TaggingMode DWORD 0", Decisions, "13 13 00 13"},
         {FORTY, "{2} TaggingMode DWORD 3", Decisions, "13 13 00 13"},
         {TEN, "{1} TaggingMode DWORD 1", ForgetId, "11 00 11 11"},
-        // That the driver has no mode is an answer; that it cannot be read is not.
+        // A driver without a mode is an answer (no untagged VLAN); a mode that cannot be read is a failure.
         {FORTY, "- {2} TaggingMode", Decisions, "11 00 11 11"},
         {TEN, "{1} TaggingMode SZ 0", Decisions, "11 00 11 11"},
         {TEN, "{1} TaggingMode SZ long", Decisions, "11 00 11 11"},
@@ -281,7 +281,7 @@ TEST(VlanObject, ListsAndKeys)
         {TEN, "- 0001 VLANID", Ids, "0 untagged"},
         {TEN, "- 0001 VLANID", Drop, ""},
         {TEN, "- 0001 VLANID", Replace, R"(0; + 0001 VLANID MULTI_SZ "30")"},
-        // A list of another type is somebody else's.
+        // A value of another type is not the list, and is left as it is.
         {TEN, "0001 VLANID SZ 10", Ids, "0 fails"},
         {TEN, "0001 VLANID SZ 10", Drop, ""},
         {TEN, "0001 VLANID SZ 10", Replace, "-1"},

@@ -182,7 +182,8 @@ TEST(VlanSettings, JumboFramesGoAsFarAsTheParents)
     EXPECT_EQ(IsServer() ? "1514 4088 9014! level 1" : "none", Stored(*vlan));
 }
 
-// What records carry beyond what is stored; the parent's own goes under the keyword of VLANs.
+// Fields of the records that are not stored. The parent's setting is created under the standardized keyword, whatever
+// its own is.
 TEST(VlanSettings, RecordsHaveTheirNamesAndCodes)
 {
     CVlanLab lab(HOST);
@@ -344,7 +345,7 @@ TEST(MiniportReg, NumbersKeepTheirBase)
     }
     EXPECT_EQ("255 -255 26 26 27 2147483647 ", current);
 
-    // Success is the whole of it: nothing of an older description shines through, and nothing of a deleted one stays.
+    // Success means all of it: no value of an older description stays, and nothing of a deleted one.
     EXPECT_TRUE(settings.CreateSetting(hex).Succeeded());
     const std::string created = change.Text();
     CJournal journal;
