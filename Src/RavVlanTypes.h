@@ -66,11 +66,16 @@ class CRavVlanProgress
 inline constexpr wchar_t RAV_NEW_VLAN_KEY[] = L"{NEW VLAN KEY}";
 // As a VLAN name: let the agent name each VLAN.
 inline constexpr wchar_t RAV_AUTO_VLAN_NAMES[] = L"AutoGenerateVlanNames";
+// Limits of 802.1Q and of the intermediate driver: the largest id, and how many VLANs one parent carries, a virtual
+// device fewer than others.
 inline constexpr DWORD RAV_MAX_VLAN_ID = 4094;
+inline constexpr DWORD RAV_MAX_VLANS = 64;
+inline constexpr DWORD RAV_MAX_VLANS_OF_VIRTUAL_DEVICE = 63;
 
 // Codes of results that an operation documents.
 inline constexpr DWORD RAV_CODE_NOT_VALID = ERROR_INVALID_PARAMETER; // there is no such vlan type
 inline constexpr DWORD RAV_CODE_HYPER_V = 0x8FFF1050;                // the VLAN is bound to the Hyper-V switch
+inline constexpr DWORD RAV_CODE_REBOOT_PENDING = 0xFFFFFEB3;         // -333: the system has to be restarted first
 
 // The class of a removal that was refused: for Hyper-V, or for the lack of the network configuration's write lock.
 inline constexpr DWORD RAV_CLASS_REFUSED = 2;

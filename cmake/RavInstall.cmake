@@ -7,6 +7,8 @@ set(RAV_PUBLIC_HEADERS
     Common/Intf/RavCoreAgentPvtIntf.h
     Common/Intf/RavParameter.h
     Common/Intf/RavTeamAgentPvtIntf.h
+    Common/Src/HandleOwner.h
+    Common/Src/ModuleHandle.h
     Common/Src/RavFormat.h
     Common/Src/RavNetAgentPvt.h
     Common/Src/RavResult.h
@@ -23,7 +25,7 @@ foreach(header ${RAV_PUBLIC_HEADERS})
     install(FILES ${header} DESTINATION include/${folder})
 endforeach()
 
-install(TARGETS VlanAgent vlanctl RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
+install(TARGETS VlanAgent RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
 # Strings, results and setting records are classes of the client's own as much as of the module.
 install(TARGETS RavCommon RavSettings ARCHIVE DESTINATION lib)
 
@@ -33,4 +35,8 @@ install(FILES cmake/VlanAgentConfig.cmake "${CMAKE_BINARY_DIR}/VlanAgentConfigVe
 
 install(FILES docs/release.md RENAME README.md DESTINATION .)
 install(FILES CHANGELOG.md DESTINATION .)
-install(FILES docs/registry.md docs/trace-log.md docs/vlanctl.md DESTINATION docs)
+install(FILES docs/registry.md docs/trace-log.md DESTINATION docs)
+if(RAV_BUILD_TOOLS)
+    install(TARGETS vlanctl RUNTIME DESTINATION bin)
+    install(FILES docs/vlanctl.md DESTINATION docs)
+endif()

@@ -6,8 +6,12 @@ if(NOT MSVC)
     # GCC 12 sees overlapping copies in its own std::string where there are none.
     target_compile_options(RavWarnings INTERFACE -Wall -Wextra -Wpedantic -Werror -Wno-restrict)
 else()
+    # Warnings are no errors here: this compiler is not tried with each change. /Zc:preprocessor is for __VA_OPT__, and the
+    # headers of Windows are not written for it (C5105). Calls that it holds for unsafe are bounded by their callers.
     add_library(RavWarnings INTERFACE)
-    target_compile_options(RavWarnings INTERFACE /W4 /WX /utf-8 /permissive- /Zc:__cplusplus)
+    set(options /W4 /wd5105 /utf-8 /permissive- /Zc:__cplusplus /Zc:preprocessor)
+    target_compile_options(RavWarnings INTERFACE "$<$<COMPILE_LANGUAGE:C,CXX>:${options}>")
+    target_compile_definitions(RavWarnings INTERFACE _CRT_SECURE_NO_WARNINGS _CRT_NONSTDC_NO_WARNINGS)
 endif()
 target_compile_definitions(RavWarnings INTERFACE WINVER=0x0A00 _WIN32_WINNT=0x0A00 NOMINMAX WIN32_LEAN_AND_MEAN)
 

@@ -2,11 +2,11 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SuiteNames.h"
 
 namespace
 {
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
-constexpr wchar_t BINDINGS[] = L"Bindings";
+constexpr wchar_t BINDINGS[] = L"Bindings"; // below the suite's key
 } // namespace
 
 bool RavReadBindingRecord(const CRavString& adapter, std::vector<CRavString>& protocols)

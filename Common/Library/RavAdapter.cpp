@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Library/NetCfgClasses.h"
+#include "Common/Src/NetworkNames.h"
 
 #include <setupapi.h>
 
@@ -9,10 +10,6 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr wchar_t CLASS_ROOT[] = L"SYSTEM\\CurrentControlSet\\Control\\Class\\";
-constexpr wchar_t ENUM_ROOT[] = L"SYSTEM\\CurrentControlSet\\Enum\\";
-constexpr wchar_t CONNECTIONS[] =
-    L"SYSTEM\\CurrentControlSet\\Control\\Network\\{4D36E972-E325-11CE-BFC1-08002BE10318}\\";
 constexpr wchar_t HYPER_V_PROTOCOL_ID[] = L"vms_pp";
 constexpr ULONG PROBLEM_DISABLED = 22; // CM_PROB_DISABLED
 
@@ -48,7 +45,7 @@ CRavString DeviceOfConnection(const CRavString& guid)
     CRavString device;
     GUID parsed = {};
     if (SUCCEEDED(IIDFromString(guid, &parsed)) &&
-        connection.Open(HKEY_LOCAL_MACHINE, CRavString(CONNECTIONS) + guid + L"\\Connection", false))
+        connection.Open(HKEY_LOCAL_MACHINE, CRavString(CONNECTIONS_KEY) + L"\\" + guid + L"\\Connection", false))
         connection.GetValue(L"PnpInstanceID", device);
     return device;
 }
@@ -71,12 +68,12 @@ CRavString DriverKeyOfDevice(const CRavString& device, const CRavString& guid)
     CRavRegKey driverKey;
     CRavString driver;
     CRavString owner;
-    if (device.IsEmpty() || !deviceKey.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_ROOT) + device, false) ||
+    if (device.IsEmpty() || !deviceKey.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_KEY) + L"\\" + device, false) ||
         !deviceKey.GetValue(L"Driver", driver) || driver.IsEmpty() ||
-        !driverKey.Open(HKEY_LOCAL_MACHINE, CRavString(CLASS_ROOT) + driver, false) ||
-        !driverKey.GetValue(L"NetCfgInstanceId", owner) || !owner.CompareI(guid))
+        !driverKey.Open(HKEY_LOCAL_MACHINE, CRavString(CLASSES_KEY) + L"\\" + driver, false) ||
+        !driverKey.GetValue(NetworkValue::NetCfgInstanceId, owner) || !owner.CompareI(guid))
         return CRavString();
-    return CRavString(CLASS_ROOT) + driver;
+    return CRavString(CLASSES_KEY) + L"\\" + driver;
 }
 
 CResult ChangeState(const CRavString& device, DWORD state, bool& reboot)

@@ -32,7 +32,6 @@ class CRavAdapter
     // before. The session is used during the call only.
     CResult Initialize(CRavNetCfgInterface& netCfg);
 
-    const CRavString& GetMiniportInstance() const { return m_strInstance; }
     // Gives the object another adapter; component, driver and settings are dropped.
     void SetMiniportInstance(const CRavString& strInstance);
     // Creates the component object of the present instance and finds its driver key. True on success.

@@ -48,14 +48,14 @@ HRESULT IsBound(INetCfgComponent& protocol, INetCfgComponent& adapter, bool& bou
 }
 
 // What cannot be bound to the adapter at all is left as it is.
-HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, bool bind)
+HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, RavBinding binding)
 {
     ComPtr<INetCfgComponentBindings> bindings;
     bool bound = false;
     HRESULT status = IsBound(protocol, adapter, bound, bindings);
-    if (FAILED(status) || bound == bind)
+    if (FAILED(status) || bound == (binding == RavBinding::On))
         return FAILED(status) ? status : S_OK;
-    if (!bind)
+    if (binding == RavBinding::Off)
         return Traced(L"UnbindFrom", bindings->UnbindFrom(&adapter));
     status = Traced(L"IsBindableTo", bindings->IsBindableTo(&adapter));
     if (status == S_OK)
@@ -99,7 +99,7 @@ HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgCo
     HRESULT status = RavIsBoundToXms(netCfg, adapter, wasBound);
     if (FAILED(status))
         return status;
-    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, true)) &&
+    if (SUCCEEDED(status = RavBindXms(netCfg, adapter, RavBinding::On)) &&
         SUCCEEDED(status = RavTakeProtocolsOff(netCfg, adapter, taken)) && !Remember(guid, wasBound, taken))
         status = E_FAIL;
     netCfg.NoteBindings(guid, false);
@@ -107,22 +107,23 @@ HRESULT BindToXms(CRavNetCfgInterface& netCfg, const CRavString& guid, INetCfgCo
         return status;
     RavBindProtocols(netCfg, adapter, taken);
     if (!wasBound)
-        RavBindXms(netCfg, adapter, false);
+        RavBindXms(netCfg, adapter, RavBinding::Off);
     return status;
 }
 } // namespace
 
-HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind)
+HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, RavBinding binding)
 {
     ComPtr<INetCfgComponent> xms;
+    const bool on = binding == RavBinding::On;
     HRESULT status = netCfg.FindComponentById(RAV_XMS_PROTOCOL_ID, xms);
     if (FAILED(status))
         return status;
     if (!xms)
-        return bind ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : S_OK;
-    status = Bind(*xms.Get(), adapter, bind);
+        return on ? HRESULT_FROM_WIN32(ERROR_NOT_FOUND) : S_OK;
+    status = Bind(*xms.Get(), adapter, binding);
     bool bound = false;
-    if (SUCCEEDED(status) && bind && SUCCEEDED(status = IsBound(*xms.Get(), adapter, bound)) && !bound)
+    if (SUCCEEDED(status) && on && SUCCEEDED(status = IsBound(*xms.Get(), adapter, bound)) && !bound)
         status = E_FAIL; // not bindable: the VLAN would never carry a packet
     return status;
 }
@@ -143,7 +144,8 @@ HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapt
         CNetCfgText id;
         if (IsLeftAlone(protocol) || FAILED(status = IsBound(protocol, adapter, bound)) || !bound)
             return SUCCEEDED(status);
-        if (SUCCEEDED(status = protocol.GetId(id.Out())) && SUCCEEDED(status = Bind(protocol, adapter, false)))
+        if (SUCCEEDED(status = protocol.GetId(id.Out())) &&
+            SUCCEEDED(status = Bind(protocol, adapter, RavBinding::Off)))
             taken.push_back(id.Get());
         return SUCCEEDED(status);
     };
@@ -160,26 +162,27 @@ HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
         ComPtr<INetCfgComponent> protocol;
         HRESULT status = netCfg.FindComponentById(id, protocol);
         if (SUCCEEDED(Traced(L"FindComponent", status)) && protocol)
-            status = Bind(*protocol.Get(), adapter, true);
+            status = Bind(*protocol.Get(), adapter, RavBinding::On);
         if (FAILED(status) && SUCCEEDED(first))
             first = status; // the others still have to come back
     }
     return first;
 }
 
-HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore)
+HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, RavProtocols protocols)
 {
+    const bool restore = protocols == RavProtocols::Restore;
     ComPtr<INetCfgComponent> adapter;
     bool wasBound = false;
     HRESULT status = netCfg.FindNetworkComponentByGUID(guid, adapter);
     if (SUCCEEDED(status) && adapter && SUCCEEDED(status = RavIsBoundToXms(netCfg, *adapter.Get(), wasBound)))
     {
-        const std::vector<CRavString> protocols = ProtocolsToRestore(guid, wasBound);
+        const std::vector<CRavString> missing = ProtocolsToRestore(guid, wasBound);
         if (restore && wasBound)
-            RavWriteBindingRecord(guid, protocols); // for another try, when the driver is off already
-        status = RavBindXms(netCfg, *adapter.Get(), false);
+            RavWriteBindingRecord(guid, missing); // for another try, when the driver is off already
+        status = RavBindXms(netCfg, *adapter.Get(), RavBinding::Off);
         if (SUCCEEDED(status) && restore)
-            status = RavBindProtocols(netCfg, *adapter.Get(), protocols);
+            status = RavBindProtocols(netCfg, *adapter.Get(), missing);
     }
     if (FAILED(status))
         RavTrace().Print(L"CRavAdvSvcNetCfgComponent: the bindings of %s cannot be given back, 0x%X", guid.c_str(),

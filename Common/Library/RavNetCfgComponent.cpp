@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Library/NetCfgClasses.h"
+#include "Common/Src/NetworkNames.h"
 
 using Microsoft::WRL::ComPtr;
 
@@ -27,9 +28,8 @@ OBO_TOKEN OnBehalfOfUser()
 bool FriendlyNameOf(const CRavString& device, CRavString& name)
 {
     CRavRegKey key;
-    return !device.IsEmpty() &&
-           key.Open(HKEY_LOCAL_MACHINE, CRavString(L"SYSTEM\\CurrentControlSet\\Enum\\") + device, false) &&
-           key.GetValue(L"FriendlyName", name) && !name.IsEmpty();
+    return !device.IsEmpty() && key.Open(HKEY_LOCAL_MACHINE, CRavString(ENUM_KEY) + L"\\" + device, false) &&
+           key.GetValue(NetworkValue::FriendlyName, name) && !name.IsEmpty();
 }
 
 // A component that others still refer to stays, though the call counts as a success.
@@ -141,15 +141,6 @@ int CRavNetCfgComponent::SetDisplayName(CRavNetCfgInterface& netCfg, const CRavS
     return SUCCEEDED(result) ? 0 : Failed(L"SetDisplayName", result);
 }
 
-int CRavNetCfgComponent::OpenParamKey(CRavNetCfgInterface& netCfg, HKEY& hKey)
-{
-    ComPtr<INetCfgComponent> component;
-    HRESULT result = Find(netCfg, component);
-    if (SUCCEEDED(result))
-        result = component->OpenParamKey(&hKey);
-    return SUCCEEDED(result) ? 0 : Failed(L"OpenParamKey", result);
-}
-
 int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const CRavString& strName,
                                            const CRavString& strValue)
 {
@@ -163,7 +154,7 @@ int CRavNetCfgComponent::SetParameterValue(const CRavString& strClassPath, const
     {
         CRavString guid;
         if (!m_paramKey.Open(networkClass.GetHKey(), instance, true) ||
-            !m_paramKey.GetValue(L"NetCfgInstanceId", guid) || !guid.CompareI(m_strGuid))
+            !m_paramKey.GetValue(NetworkValue::NetCfgInstanceId, guid) || !guid.CompareI(m_strGuid))
             continue;
         if (m_paramKey.SetValue(strName, strValue, false))
             status = 0;

@@ -22,8 +22,6 @@ class CRavNetCfgComponent
     CRavNetCfgComponent(const CRavNetCfgComponent&) = delete;
     CRavNetCfgComponent& operator=(const CRavNetCfgComponent&) = delete;
 
-    const CRavString& GetGuid() const { return m_strGuid; }
-
     // Installs a virtual miniport of the intermediate driver and becomes its component. strInstance gets the
     // instance GUID text by which the network configuration knows it. Needs the write lock.
     int InstallVirtualComponent(CRavNetCfgInterface& netCfg, CRavString& strInstance);
@@ -35,9 +33,6 @@ class CRavNetCfgComponent
     int GetDescription(CRavNetCfgInterface& netCfg, CRavString& strDescription);
     // Sets that description, which is also the device's friendly name. Needs the write lock.
     int SetDisplayName(CRavNetCfgInterface& netCfg, const CRavString& strName);
-    // Opens the component's parameter key, for an adapter its instance key under the network class, for reading and
-    // writing. The caller owns the handle.
-    int OpenParamKey(CRavNetCfgInterface& netCfg, HKEY& hKey);
 
     // Writes a text value into the instance key of the component, which is searched below the class key path
     // strClassPath (under HKEY_LOCAL_MACHINE, ending in a backslash) without a network configuration session.

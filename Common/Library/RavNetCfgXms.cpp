@@ -6,6 +6,8 @@
 #include "Common/Src/RavRegKey.h"
 #include "Common/Library/NetCfgClasses.h"
 #include "Common/Library/XmsBindings.h"
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/XmsNames.h"
 
 #include <algorithm>
 
@@ -13,11 +15,8 @@ using Microsoft::WRL::ComPtr;
 
 namespace
 {
-constexpr wchar_t DRIVER_PARAMETERS[] = L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters";
-constexpr wchar_t TCPIP_INTERFACES[] = L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters\\Interfaces";
 constexpr wchar_t ADAPTERS[] = L"Adapters";
 constexpr wchar_t CONFIGURATION[] = L"Configuration";
-constexpr wchar_t ENABLE_DHCP[] = L"EnableDHCP";
 
 // Why a routine gives up.
 void Trace(const wchar_t* routine, const CRavString& what, LONG status)
@@ -45,22 +44,22 @@ bool GiveDhcpBack(const CRavString& adapter)
     CRavRegKey configuration;
     CRavRegKey tcpip;
     DWORD dhcp = 0;
-    if (!OpenOrAbsent(configuration, Below(Below(DRIVER_PARAMETERS, CONFIGURATION), adapter), false))
+    if (!OpenOrAbsent(configuration, Below(XMS_CONFIGURATION_KEY, adapter), false))
         return false;
-    const bool isNumber = configuration.GetRegType(ENABLE_DHCP) == REG_DWORD;
+    const bool isNumber = configuration.GetRegType(NetworkValue::EnableDhcp) == REG_DWORD;
     if (!isNumber &&
         (configuration.LastResult() == ERROR_SUCCESS || configuration.LastResult() == ERROR_FILE_NOT_FOUND))
         return true; // nothing that could be given back
-    if (!isNumber || !configuration.GetValue(ENABLE_DHCP, dhcp))
+    if (!isNumber || !configuration.GetValue(NetworkValue::EnableDhcp, dhcp))
     {
-        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, configuration.LastResult());
+        Trace(L"CleanUpAdapterFromXms", NetworkValue::EnableDhcp, configuration.LastResult());
         return false;
     }
-    if (!OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES, adapter), true))
+    if (!OpenOrAbsent(tcpip, Below(TCPIP_INTERFACES_KEY, adapter), true))
         return false;
-    const bool done = !tcpip.IsOpened() || tcpip.SetValue(ENABLE_DHCP, dhcp);
+    const bool done = !tcpip.IsOpened() || tcpip.SetValue(NetworkValue::EnableDhcp, dhcp);
     if (!done)
-        Trace(L"CleanUpAdapterFromXms", ENABLE_DHCP, tcpip.LastResult());
+        Trace(L"CleanUpAdapterFromXms", NetworkValue::EnableDhcp, tcpip.LastResult());
     return done;
 }
 
@@ -68,8 +67,8 @@ bool DeleteDriverEntry(const wchar_t* kind, const CRavString& adapter)
 {
     CRavRegKey entries;
     CRavRegKey entry;
-    if (!OpenOrAbsent(entries, Below(DRIVER_PARAMETERS, kind), true) ||
-        !OpenOrAbsent(entry, Below(Below(DRIVER_PARAMETERS, kind), adapter), false))
+    if (!OpenOrAbsent(entries, Below(XMS_PARAMETERS_KEY, kind), true) ||
+        !OpenOrAbsent(entry, Below(Below(XMS_PARAMETERS_KEY, kind), adapter), false))
         return false;
     if (!entry.IsOpened())
         return true;
@@ -89,7 +88,8 @@ int CRavNetCfgInterface::CleanUpAdapterFromXms(const CRavString& strAdapter, boo
     const CRavTraceScope trace(L"CRavNetCfgInterface::CleanUpAdapterFromXms", &status);
     if (!IsLockedForWrite())
         RavTrace().Print(L"CRavNetCfgInterface::CleanUpAdapterFromXms - the write lock is not held");
-    else if (SUCCEEDED(RavGiveBindingsBack(*this, strAdapter, bRestoreBindings)))
+    else if (SUCCEEDED(RavGiveBindingsBack(*this, strAdapter,
+                                           bRestoreBindings ? RavProtocols::Restore : RavProtocols::LeaveOff)))
         status = DeleteDriverEntries(strAdapter);
     return status;
 }
@@ -110,7 +110,7 @@ HRESULT CRavNetCfgInterface::EnumerateMemberAdapters(const CRavString& strTeam, 
     const CRavTraceScope trace(L"CRavNetCfgInterface::EnumerateMemberAdapters", &status);
     members.clear();
     CRavRegKey adapters;
-    if (!adapters.Open(HKEY_LOCAL_MACHINE, Below(DRIVER_PARAMETERS, ADAPTERS), false))
+    if (!adapters.Open(HKEY_LOCAL_MACHINE, XMS_ADAPTERS_KEY, false))
     {
         if (adapters.LastResult() == ERROR_FILE_NOT_FOUND)
             return status;
@@ -118,13 +118,13 @@ HRESULT CRavNetCfgInterface::EnumerateMemberAdapters(const CRavString& strTeam, 
         status = HRESULT_FROM_WIN32(static_cast<DWORD>(adapters.LastResult()));
         return status;
     }
-    const CRavString device = CRavString(L"\\Device\\") + strTeam;
+    const CRavString device = CRavString(DEVICE_PREFIX) + strTeam;
     CRavString name;
     while (adapters.EnumSubKey(name))
     {
         CRavRegKey adapter;
         if (adapter.Open(adapters.GetHKey(), name, false) &&
-            adapter.IsValueInMultiString(L"MiniportBindingList", device))
+            adapter.IsValueInMultiString(XmsValue::BindingList, device))
             members.push_back(name);
     }
     return status;
@@ -142,7 +142,7 @@ HRESULT CRavNetCfgInterface::GetTeamMode(const CRavString& strTeam, DWORD& dwMod
     if (SUCCEEDED(status))
     {
         CRavRegKey key(std::move(handle));
-        if (!key.GetValue(L"TeamMode", dwMode))
+        if (!key.GetValue(XmsValue::TeamMode, dwMode))
             status = HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND);
     }
     if (FAILED(status))

@@ -6,7 +6,12 @@
 
 // Binds the intermediate driver's protocol edge to the adapter, or takes it off. Off is success also where it never
 // was.
-HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool bind);
+enum class RavBinding
+{
+    Off,
+    On
+};
+HRESULT RavBindXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, RavBinding binding);
 HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, bool& bound);
 
 // Takes the ordinary protocols off: all but the intermediate driver, those that only watch, and those that hand the
@@ -15,7 +20,12 @@ HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapt
 // Binds protocols by component id; one that has been uninstalled since is passed over.
 HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
                          const std::vector<CRavString>& protocols);
-// Takes the intermediate driver off an adapter and, with `restore`, gives it back the protocols of its record, which
-// goes once that is applied. Without a record an adapter that the driver was bound to gets TCP/IP, and one that it was
-// not bound to keeps what it has. An adapter that was taken out of the machine needs nothing.
-HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, bool restore);
+// Takes the intermediate driver off an adapter and restores, or leaves off, the protocols of its record, which goes
+// once they are back and that is applied. Without a record an adapter that the driver was bound to gets TCP/IP, and one
+// that it was not bound to keeps what it has. An adapter that was taken out of the machine needs nothing.
+enum class RavProtocols
+{
+    Restore,
+    LeaveOff
+};
+HRESULT RavGiveBindingsBack(CRavNetCfgInterface& netCfg, const CRavString& guid, RavProtocols protocols);

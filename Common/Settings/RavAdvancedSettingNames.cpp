@@ -15,7 +15,7 @@ struct RAV_KEYWORDS
 // Indexed by RAV_SETTING_ID.
 constexpr RAV_KEYWORDS KEYWORDS[] = {
     {L"*SpeedDuplex", L"SpeedDuplex"},          {L"*FlowControl", L"FlowControl"},
-    {L"*JumboPacket", L"MaxFrameSize"},         {L"*RSS", L"RssMode"},
+    {JUMBO_PACKET, OLD_JUMBO_PACKET},           {L"*RSS", L"RssMode"},
     {L"*TransmitBuffers", L"NumTxDescriptors"}, {L"*ReceiveBuffers", L"NumRxDescriptors"},
     {L"*LsoV1IPv4", L"TcpSegmentation"},        {L"*LsoV2IPv4", L"SettingNameUnknown"},
     {L"*LsoV2IPv6", L"SettingNameUnknown"},     {L"*IPsecOffloadV2", L"IPSecEnabled"},

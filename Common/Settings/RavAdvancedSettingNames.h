@@ -2,6 +2,12 @@
 
 #include "Common/Src/RavString.h"
 
+// Keywords of settings that VLANs have to do with: the standardized ones, and what an older driver calls the first.
+inline constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
+inline constexpr wchar_t VMQ[] = L"*VMQ";
+inline constexpr wchar_t PRIORITY_VLAN_TAG[] = L"*PriorityVLANTag";
+inline constexpr wchar_t OLD_JUMBO_PACKET[] = L"MaxFrameSize";
+
 // The agent's own ids of advanced settings.
 enum RAV_SETTING_ID : int
 {
@@ -17,7 +23,8 @@ enum RAV_SETTING_ID : int
     RAV_SETTING_ID_IPSEC_OFFLOAD = 9
 };
 
-// Gives the registry keyword under which an adapter's driver keeps a setting. Immutable; any thread may ask.
+// Gives the registry keyword under which an adapter's driver keeps a setting. Immutable; any thread may ask. It is
+// there for the suite's setting operations, which name settings by id; nothing in this module does yet.
 class CAdvancedSettingNames
 {
   public:

@@ -1,6 +1,7 @@
 #include "Common/Settings/RavSetting.h"
 
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SuiteNames.h"
 
 #include <windows.h>
 
@@ -40,8 +41,7 @@ bool IsRestoreScriptPresent()
 {
     CRavRegKey key;
     CRavString script;
-    return key.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\CORVO\\Network_Services\\RAV2", false) &&
-           key.GetValue(L"SaveRestoreScriptFromMSI", script);
+    return key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) && key.GetValue(SuiteValue::RestoreScript, script);
 }
 } // namespace
 

@@ -3,20 +3,20 @@
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
 #include "Common/Src/ServiceHandle.h"
+#include "Common/Src/SuiteNames.h"
 
 #include <array>
 #include <iterator>
 
 namespace
 {
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
 constexpr const wchar_t* SERVICES[] = {L"CorvoDCB"};
 constexpr DWORD SERVICE_WAIT_MILLISECONDS = 30000;
 constexpr DWORD SERVICE_POLL_MILLISECONDS = 100;
 
 const wchar_t* FileName(RavModule module)
 {
-    return module == RavModule::CoreAgent ? L"CoreAgent.dll" : L"TeamAgent.dll";
+    return module == RavModule::CoreAgent ? CORE_AGENT_FILE : TEAM_AGENT_FILE;
 }
 
 // "C:\..." or "\\server\...": anything else would depend on where the process happens to be.
@@ -78,39 +78,41 @@ bool CHelper::RavInstalledFolder(CRavString& strFolder)
     DWORD type = REG_NONE;
     strFolder.ClearString();
     if (!key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) ||
-        RegQueryValueExW(key.GetHKey(), L"InstalledDir", nullptr, &type, reinterpret_cast<BYTE*>(text.data()), &size) !=
-            ERROR_SUCCESS ||
+        RegQueryValueExW(key.GetHKey(), SuiteValue::InstalledDir, nullptr, &type, reinterpret_cast<BYTE*>(text.data()),
+                         &size) != ERROR_SUCCESS ||
         type != REG_SZ)
         return false;
     strFolder = text.data();
     return true;
 }
 
-HMODULE CHelper::RavLoadModule(RavModule module)
+CRavModuleHandle CHelper::RavLoadModule(RavModule module)
 {
     const CRavTraceScope trace(L"CHelper::RavLoadModule");
     CRavString folder;
     if (!RavInstalledFolder(folder) || !IsFullPath(folder))
     {
         RavTrace().Print(L"CHelper::RavLoadModule the suite's folder is not known: %s", folder.c_str());
-        return nullptr;
+        return {};
     }
     const CRavString path = folder + L"\\" + FileName(module);
     // The module's own dependencies come from its folder, too, never from the current directory or the search path.
-    const HMODULE handle =
-        LoadLibraryExW(path, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32);
-    if (handle == nullptr)
+    CRavModuleHandle handle(
+        LoadLibraryExW(path, nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
+    if (!handle)
         RavTrace().Print(L"CHelper::RavLoadModule %s, error %d", path.c_str(), GetLastError());
     return handle;
 }
 
-std::shared_ptr<void> CHelper::RavHoldModule(HMODULE hModule)
+std::shared_ptr<void> CHelper::RavHoldModule(const CRavModuleHandle& module)
 {
     HMODULE held = nullptr;
     // The handle of a module is its address.
-    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(hModule), &held))
+    if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<const wchar_t*>(module.Get()),
+                            &held))
         return nullptr;
-    return std::shared_ptr<void>(held, [](void* module) { FreeLibrary(static_cast<HMODULE>(module)); });
+    CRavModuleHandle owner(held);
+    return std::make_shared<CRavModuleHandle>(std::move(owner));
 }
 
 bool CHelper::RavStopService(DWORD dwSelector)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/ModuleHandle.h"
 #include "Common/Src/RavString.h"
 
 #include <windows.h>
@@ -22,19 +23,11 @@ class CHelper
     // The suite's folder, REG_SZ "InstalledDir" of the suite's key: up to 511 characters, as the trace log has it.
     static bool RavInstalledFolder(CRavString& strFolder);
 
-    // Loads a sibling module by its full path in the suite's folder, and from nowhere else. Null on failure. The caller
-    // frees it.
-    static HMODULE RavLoadModule(RavModule module);
+    // Loads a sibling module by its full path in the suite's folder, and from nowhere else. Null on failure.
+    static CRavModuleHandle RavLoadModule(RavModule module);
 
     // Keeps a loaded module in the process, for itself and for all copies of what is returned.
-    static std::shared_ptr<void> RavHoldModule(HMODULE hModule);
-
-    // A module's export; null when it has none of the name.
-    template <typename Function>
-    static Function RavExport(HMODULE hModule, const char* name)
-    {
-        return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(hModule, name)));
-    }
+    static std::shared_ptr<void> RavHoldModule(const CRavModuleHandle& module);
 
     // Services by number; 0 is the DCB service. A service that is on its way to a state arrives first; then they wait
     // until it has stopped or started. Each wait takes at most half a minute. True when it has, also when it already

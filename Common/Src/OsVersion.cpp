@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SuiteNames.h"
 
 #include <windows.h>
 
@@ -60,6 +61,5 @@ bool COSType::IsWin10WithXMSBlock()
         return false;
     CRavRegKey key;
     DWORD block = 0;
-    return key.Open(HKEY_LOCAL_MACHINE, L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2", false) &&
-           key.GetValue(L"XMSBlock", block) && block == 1;
+    return key.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, false) && key.GetValue(SuiteValue::XmsBlock, block) && block == 1;
 }

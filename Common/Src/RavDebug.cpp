@@ -1,6 +1,9 @@
 #include "Common/Src/RavDebug.h"
 
 #include "Common/Src/RavKeyHandle.h"
+#include "Common/Src/SectionGuard.h"
+#include "Common/Src/SuiteNames.h"
+#include "Common/Src/Utf8.h"
 
 #include <io.h>
 #include <share.h>
@@ -11,29 +14,15 @@
 
 namespace
 {
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
 constexpr size_t MAX_FILE_NAME = 245;
 constexpr size_t PATH_SIZE = 1024;
 constexpr size_t TEMP_SIZE = 260;
-constexpr size_t PREFIX_SIZE = 512;
 constexpr size_t LINE_SIZE = 1024;
 constexpr size_t ERROR_SIZE = 1024;
 
 // The suite's setup programs run before, or without, an installed suite.
 constexpr wchar_t SETUP_BOOTSTRAPPER[] = L"SETUP_BOOTSTRAPPER";
 constexpr wchar_t SETUP_ACTIONS[] = L"SETUP_ACTIONS";
-
-class SectionGuard
-{
-  public:
-    explicit SectionGuard(CRITICAL_SECTION* section) : m_section(section) { EnterCriticalSection(m_section); }
-    ~SectionGuard() { LeaveCriticalSection(m_section); }
-    SectionGuard(const SectionGuard&) = delete;
-    SectionGuard& operator=(const SectionGuard&) = delete;
-
-  private:
-    CRITICAL_SECTION* m_section;
-};
 
 // The suite's key, read with the bare calls: the key wrapper above traces.
 class SuiteKey
@@ -79,7 +68,7 @@ bool EffectiveLevel(DWORD& level)
         if (!key)
             return false;
         DWORD trace = 0;
-        if (key.Query(L"TRACE", REG_DWORD, &trace, sizeof(trace)))
+        if (key.Query(SuiteValue::Trace, REG_DWORD, &trace, sizeof(trace)))
             level = trace;
     }
     return level != 0;
@@ -103,7 +92,7 @@ void LogFolder(const wchar_t* component, wchar_t (&folder)[PATH_SIZE])
     // The rest of the folder's buffer stays zero and terminates a text that is not.
     static_assert(RAV_INSTALLED_DIR_BYTES < PATH_SIZE * sizeof(wchar_t));
     wmemset(folder, L'\0', PATH_SIZE);
-    if (!key.Query(L"InstalledDir", REG_SZ, folder, RAV_INSTALLED_DIR_BYTES))
+    if (!key.Query(SuiteValue::InstalledDir, REG_SZ, folder, RAV_INSTALLED_DIR_BYTES))
         folder[0] = L'\0';
 }
 
@@ -179,9 +168,8 @@ void WriteUtf8(FILE* file, const wchar_t* text, size_t length)
         bytes = heap.data();
         size = heap.size();
     }
-    const int written = WideCharToMultiByte(CP_UTF8, 0, text, static_cast<int>(length), bytes, static_cast<int>(size),
-                                            nullptr, nullptr);
-    fwrite(bytes, 1, written > 0 ? static_cast<size_t>(written) : 0, file);
+    const int written = RavToUtf8(text, length, bytes, size);
+    fwrite(bytes, 1, static_cast<size_t>(written), file);
     fflush(file);
 }
 
@@ -253,7 +241,7 @@ void CRavDebug::ErrorUnchecked(const wchar_t* sourceFile, int line, const wchar_
 {
     if (m_dwLevel == 0 || m_pFile == nullptr || !m_bConfigured)
         return;
-    const SectionGuard guard(m_pLock);
+    const CRavSectionGuard guard(*m_pLock);
     va_list args;
     va_start(args, format);
     _vsnwprintf(g_errorText, ERROR_SIZE - 1, format, args);
@@ -273,7 +261,7 @@ void CRavDebug::PrintFormatted(const wchar_t* format, ...)
 
 void CRavDebug::PrintLine(const wchar_t* format, va_list args)
 {
-    const SectionGuard guard(m_pLock);
+    const CRavSectionGuard guard(*m_pLock);
     try
     {
         WriteLine(format, args);

@@ -1,44 +1,19 @@
 #pragma once
 // What lies beneath the registry key wrapper: the handle's owner and the one call that writes a value.
 
+#include "Common/Src/HandleOwner.h"
+
 #include <windows.h>
 
-#include <utility>
-
-// Owns an open registry key and closes it. Moves, and is never copied; null while it holds none.
-class CRavKeyHandle
+struct RavKeyCloser
 {
-  public:
-    CRavKeyHandle() = default;
-    explicit CRavKeyHandle(HKEY hKey) : m_hKey(hKey) {}
-    CRavKeyHandle(CRavKeyHandle&& other) noexcept : m_hKey(other.Release()) {}
-    CRavKeyHandle& operator=(CRavKeyHandle&& other) noexcept
-    {
-        HKEY hKey = other.Release();
-        Close();
-        m_hKey = hKey;
-        return *this;
-    }
-    ~CRavKeyHandle() { Close(); }
-
-    HKEY Get() const { return m_hKey; }
-    explicit operator bool() const { return m_hKey != nullptr; }
-    // Where a platform call is to put the key that it opens. What was held is closed first.
-    HKEY* Receive()
-    {
-        Close();
-        return &m_hKey;
-    }
-    // The handle, which is the caller's from here on.
-    HKEY Release() { return std::exchange(m_hKey, nullptr); }
-    // The status of closing it; 0 when there was nothing to close.
-    LONG Close() { return m_hKey != nullptr ? RegCloseKey(Release()) : ERROR_SUCCESS; }
-
-  private:
-    HKEY m_hKey = nullptr;
+    static LONG Close(HKEY hKey) { return hKey != nullptr ? RegCloseKey(hKey) : ERROR_SUCCESS; }
 };
 
-// Opens a key below HKEY_LOCAL_MACHINE or another one; what was held is closed first. The status.
+// An open registry key; Close gives the status.
+using CRavKeyHandle = CRavHandleOwner<HKEY, RavKeyCloser>;
+
+// The status of opening a key below another one. What was held is closed first.
 inline LONG RavOpenKey(HKEY root, const wchar_t* path, REGSAM access, CRavKeyHandle& key)
 {
     const LONG status = RegOpenKeyExW(root, path, 0, access, key.Receive());

@@ -4,32 +4,20 @@
 #include "Common/Src/Helper.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/SectionGuard.h"
+#include "Common/Src/SuiteNames.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"..\\Common\\Src\\RavNetAgentPvt";
-constexpr wchar_t DCB_KEY[] = L"SOFTWARE\\CORVO\\Network_Services\\RAV2\\DCB\\";
 constexpr wchar_t DCB_CHANGE[] = L"DcbAdvancedSettingChange";
 constexpr DWORD DCB_SERVICE = 0;
 // The unload pass reports with the load pass's words; those who read the trace know them.
 constexpr wchar_t MINIPORT_FAILED[] = L"ApplyDone_LoadDevice - LoadMiniport() failed - device -> %s";
 constexpr int LOAD_LINE = 119;
 constexpr int UNLOAD_LINE = 193;
-
-class SectionGuard
-{
-  public:
-    explicit SectionGuard(CRITICAL_SECTION& section) : m_section(section) { EnterCriticalSection(&m_section); }
-    ~SectionGuard() { LeaveCriticalSection(&m_section); }
-    SectionGuard(const SectionGuard&) = delete;
-    SectionGuard& operator=(const SectionGuard&) = delete;
-
-  private:
-    CRITICAL_SECTION& m_section;
-};
 
 void AddOnce(std::vector<CRavString>& list, const CRavString& name)
 {
@@ -72,9 +60,7 @@ CRavNetAgentPvt::CRavNetAgentPvt()
 
 CRavNetAgentPvt::~CRavNetAgentPvt()
 {
-    if (m_hCoreAgent != nullptr)
-        FreeLibrary(m_hCoreAgent);
-    m_hCoreAgent = nullptr;
+    m_coreAgent.Close();
     DeleteCriticalSection(&m_lock);
 }
 
@@ -82,7 +68,7 @@ void CRavNetAgentPvt::AddForReload(const CRavString& strMiniportInst)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::AddForReload");
     RavTrace().Print(L"Adding strMiniportInst=%s", strMiniportInst.c_str());
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     AddOnce(m_reloadList, strMiniportInst);
 }
 
@@ -90,7 +76,7 @@ void CRavNetAgentPvt::AddForUnload(const CRavString& strMiniportInst)
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::AddForUnload");
     RavTrace().Print(L"strMiniportInst=%s", strMiniportInst.c_str());
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     AddOnce(m_unloadList, strMiniportInst);
 }
 
@@ -98,7 +84,7 @@ void CRavNetAgentPvt::ApplyDone_LoadDevice(CResult& result, bool& bReboot)
 {
     result = CResult();
     const CRavTraceScope trace(L"CRavNetAgentPvt::ApplyDone_LoadDevice", &result);
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     if (m_reloadList.empty())
         RavTrace().Print(L"ApplyDone_LoadDevice() - No miniports to load");
     else
@@ -114,7 +100,7 @@ void CRavNetAgentPvt::ApplyDone_UnloadDevice(CResult& result, bool& bReboot)
 {
     result = CResult();
     const CRavTraceScope trace(L"CRavNetAgentPvt::ApplyDone_UnloadDevice", &result);
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     Forward(__LINE__, L"CRavNetAgentPvt::ApplyDone_UnloadDevice - Exception caught", [&] { RestartDcbService(); });
     if (m_unloadList.empty())
         RavTrace().Print(L"ApplyDone_UnLoadDevice() - No miniports to load");
@@ -171,14 +157,11 @@ CResult CRavNetAgentPvt::QueryHookTwo()
 void CRavNetAgentPvt::FetchCoreAgentPvt()
 {
     const CRavTraceScope trace(L"CRavNetAgentPvt::FetchCoreAgentPvt");
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     m_pCoreAgentPvt = nullptr;
-    if (m_hCoreAgent != nullptr)
-        FreeLibrary(std::exchange(m_hCoreAgent, nullptr));
-    m_hCoreAgent = CHelper::RavLoadModule(RavModule::CoreAgent);
-    if (m_hCoreAgent == nullptr)
-        return;
-    const auto factory = CHelper::RavExport<RAV_GET_CORE_AGENT_PVT>(m_hCoreAgent, RAV_GET_CORE_AGENT_PVT_NAME);
+    m_coreAgent.Close();
+    m_coreAgent = CHelper::RavLoadModule(RavModule::CoreAgent);
+    const auto factory = m_coreAgent.Export<RAV_GET_CORE_AGENT_PVT>(RAV_GET_CORE_AGENT_PVT_NAME);
     if (factory != nullptr)
         Forward(__LINE__, L"CRavNetAgentPvt::FetchCoreAgentPvt - Exception caught",
                 [&] { m_pCoreAgentPvt = factory(); });
@@ -186,7 +169,7 @@ void CRavNetAgentPvt::FetchCoreAgentPvt()
 
 CRavCoreAgentPvtIntf* CRavNetAgentPvt::GetCoreAgentPvt() const
 {
-    const SectionGuard guard(m_lock);
+    const CRavSectionGuard guard(m_lock);
     return m_pCoreAgentPvt;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Common/Intf/RavClientTypes.h"
+#include "Common/Src/ModuleHandle.h"
 #include "Common/Src/RavResult.h"
 #include "Common/Src/RavString.h"
 
@@ -67,5 +68,5 @@ class CRavNetAgentPvt
     std::vector<CRavString> m_reloadList;
     std::vector<CRavString> m_unloadList;
     CRavCoreAgentPvtIntf* m_pCoreAgentPvt = nullptr;
-    HMODULE m_hCoreAgent = nullptr;
+    CRavModuleHandle m_coreAgent;
 };

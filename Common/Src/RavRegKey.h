@@ -12,6 +12,9 @@
 // Operations return whether they succeeded and keep the operating system's status of their last call (LastResult),
 // unless said otherwise; none throws. Data in the registry is not trusted: whatever is stored, nothing is read or
 // written beyond it. One thread at a time per object.
+//
+// The class belongs to the suite's common library: its operations are those that the suite's modules rely on, whether
+// this module calls them or not.
 class CRavRegKey
 {
   public:

@@ -6,7 +6,8 @@
 // Bounded copies into fixed buffers, the only way in which the module fills one. Sizes are in characters. They return
 // 0, EINVAL or ERANGE; on failure the destination is the empty string and the trace names the caller's place. The
 // process never ends over a bad argument: the first use installs an invalid-parameter handler that traces and returns.
-// The handler that was there before comes back when this module is unloaded.
+// The handler that was there before comes back when this module is unloaded. The suite's common library has both
+// operations; this module itself concatenates nothing.
 
 // wcscpy_s
 int RavSafeCopy(const wchar_t* sourceFile, int line, wchar_t* destination, size_t destinationSize,

@@ -1,21 +1,17 @@
 #pragma once
 
+#include "Common/Src/HandleOwner.h"
+
 #include <windows.h>
 
-// Owns a handle of the service control manager or of a service; null when it was not to be had.
-class CRavServiceHandle
+struct RavServiceCloser
 {
-  public:
-    explicit CRavServiceHandle(SC_HANDLE handle) : m_handle(handle) {}
-    ~CRavServiceHandle()
+    static void Close(SC_HANDLE handle)
     {
-        if (m_handle != nullptr)
-            CloseServiceHandle(m_handle);
+        if (handle != nullptr)
+            CloseServiceHandle(handle);
     }
-    CRavServiceHandle(const CRavServiceHandle&) = delete;
-    CRavServiceHandle& operator=(const CRavServiceHandle&) = delete;
-    SC_HANDLE Get() const { return m_handle; }
-
-  private:
-    SC_HANDLE m_handle;
 };
+
+// A handle of the service control manager or of a service; null when it was not to be had.
+using CRavServiceHandle = CRavHandleOwner<SC_HANDLE, RavServiceCloser>;

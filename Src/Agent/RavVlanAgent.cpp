@@ -32,8 +32,7 @@ CVlanAgentWin::~CVlanAgentWin()
 {
     // The process, or the module's last client, has left COM by now: its objects went with it.
     m_pNetCfg.Detach();
-    if (m_hTeamAgent != nullptr)
-        FreeLibrary(m_hTeamAgent);
+    m_teamAgent.Close();
     if (m_dwThreadSlot != TLS_OUT_OF_INDEXES)
         TlsFree(m_dwThreadSlot);
 }
@@ -210,15 +209,14 @@ std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
 {
     const CRavTraceScope trace(L"CVlanAgentWin::GetTeamAgentPvtIntf");
     const std::lock_guard guard(m_teamAgentLock);
-    if (m_hTeamAgent != nullptr)
-        FreeLibrary(std::exchange(m_hTeamAgent, nullptr));
-    m_hTeamAgent = CHelper::RavLoadModule(RavModule::TeamAgent);
-    if (m_hTeamAgent == nullptr)
+    m_teamAgent.Close();
+    m_teamAgent = CHelper::RavLoadModule(RavModule::TeamAgent);
+    if (!m_teamAgent)
     {
         RavTrace().Print(L"GetTeamAgentPvtIntf() - Load Library Failed");
         return nullptr;
     }
-    const auto factory = CHelper::RavExport<RAV_GET_TEAM_AGENT_PVT>(m_hTeamAgent, RAV_GET_TEAM_AGENT_PVT_NAME);
+    const auto factory = m_teamAgent.Export<RAV_GET_TEAM_AGENT_PVT>(RAV_GET_TEAM_AGENT_PVT_NAME);
     CRavTeamAgentPvtIntf* team = nullptr;
     if (factory != nullptr)
         RavShielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetTeamAgentPvtIntf", [&] { team = factory(); });
@@ -227,7 +225,7 @@ std::shared_ptr<CRavTeamAgentPvtIntf> CVlanAgentWin::GetTeamAgentPvtIntf()
         RavTrace().Print(L"GetTeamAgentPvtIntf() -  fails unable to get team agent function pointer - exiting");
         return nullptr;
     }
-    return {CHelper::RavHoldModule(m_hTeamAgent), team};
+    return {CHelper::RavHoldModule(m_teamAgent), team};
 }
 
 // Through the thread's session, where there is one.

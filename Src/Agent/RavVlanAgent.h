@@ -317,7 +317,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool m_bInitialized = false;
     Microsoft::WRL::ComPtr<INetCfg> m_pNetCfg;
     DWORD m_dwThreadSlot = TLS_OUT_OF_INDEXES;
-    HMODULE m_hTeamAgent = nullptr;
+    CRavModuleHandle m_teamAgent;
     std::unique_ptr<CRavCoreInterface> m_coreInterface;
     std::atomic<CRavCoreInterface*> m_pCoreInterface{nullptr}; // the same, once there is a core agent behind it
 };

@@ -2,12 +2,14 @@
 
 #include "Src/Agent/RavVlanAgent.h"
 
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/RavKey.h"
 #include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
 #include "Src/View/RavHostView.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
@@ -19,7 +21,6 @@ constexpr int LOAD_ATTEMPTS = 3;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
 constexpr size_t MINIPORT_KEY_CHARACTERS = 256;
 constexpr size_t NAME_CHARACTERS = 256;
-constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
 
 bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
 {
@@ -274,7 +275,7 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, 
     vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
     if (!found) // by its device; its key may have been found all the same
         QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
-    vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & 1) != 0;
+    vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & FEATURE_OVER_TEAM) != 0;
     vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     GetOtherVlanDetails(*vlan, key, vlan->m_bFeatureFlag);
     vlan->CloseParentClassKey();

@@ -4,6 +4,7 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/OsVersion.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
@@ -22,8 +23,6 @@ namespace
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentValidate";
 constexpr size_t MAX_NAME_LENGTH = 32;
 constexpr wchar_t FORBIDDEN_CHARACTERS[] = L"/\\*:><|?\"";
-constexpr size_t MAX_VLANS = 64;
-constexpr size_t MAX_VLANS_OF_VIRTUAL_DEVICE = 63;
 
 void Add(CRavVlanMessages& messages, DWORD code, DWORD category, DWORD severity)
 {
@@ -138,7 +137,7 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
 bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
 {
     RAV_SETTING* raw = nullptr;
-    const CResult read = Core().GetSetting(strAdapter, L"*VMQ", &raw);
+    const CResult read = Core().GetSetting(strAdapter, VMQ, &raw);
     const std::unique_ptr<RAV_SETTING> setting(raw);
     return read.Succeeded() && setting && setting->GetType() == RAV_SETTING_TYPE_ENUM &&
            static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent != 0;
@@ -196,9 +195,9 @@ bool CVlanAgentWin::ValidateVlanId(CRavVlanMessages& messages, const CRavString&
     if (dwVlanId > RAV_MAX_VLAN_ID)
         return StopAndEnd(messages, RAV_MSG_ID_TOO_LARGE);
     const bool isNew = strVlanKey == RAV_NEW_VLAN_KEY;
-    if (isNew && vlans.size() >= MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
+    if (isNew && vlans.size() >= RAV_MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         return StopAndEnd(messages, RAV_MSG_VIRTUAL_PARENT_FULL);
-    if (isNew && vlans.size() >= MAX_VLANS)
+    if (isNew && vlans.size() >= RAV_MAX_VLANS)
         return StopAndEnd(messages, RAV_MSG_PARENT_FULL);
     if (dwVlanId == 0 && (vlans.empty() || (vlans.size() == 1 && !isNew)))
         return StopAndEnd(messages, RAV_MSG_UNTAGGED_ALONE);
@@ -270,9 +269,9 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     const size_t total = ids.size() + vlans.size();
-    if (total > MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
+    if (total > RAV_MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
         Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
-    if (total > MAX_VLANS)
+    if (total > RAV_MAX_VLANS)
         Stop(messages, RAV_MSG_PARENT_OVERFULL);
 
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;

@@ -8,7 +8,6 @@
 namespace
 {
 constexpr DWORD TOO_LARGE = 0x7FFFFFFF;
-constexpr DWORD MAX_VLANS_OF_A_PARENT = 64;
 
 // The value of decimal digits, at most TOO_LARGE.
 bool ParseNumber(const CRavString& text, DWORD& number)
@@ -51,7 +50,7 @@ bool ParseRange(const CRavString& text, std::vector<DWORD>& ids, bool& untagged)
     untagged = low == 0;
     low = std::max<DWORD>(low, 1);
     // Behind the last legal id, and more than any parent carries, nothing new can be learned.
-    const DWORD end = std::min(high, std::max(low + MAX_VLANS_OF_A_PARENT, RAV_MAX_VLAN_ID + 1));
+    const DWORD end = std::min(high, std::max(low + RAV_MAX_VLANS, RAV_MAX_VLAN_ID + 1));
     for (DWORD id = low; id <= end; ++id)
         ids.push_back(id);
     return true;

@@ -53,7 +53,8 @@ class CRavXmsVlan : public CRavAdapter
 
     // --- keys (RavXmsVlanRegistry.cpp) --------------------------------------------------------------------------
 
-    // The adapter's instance number as the driver's entry for it has it; 0xFFFFFFFF on failure.
+    // The adapter's instance number as the driver's entry for it has it; NO_ADAPTER_NUMBER on failure.
+    static constexpr DWORD NO_ADAPTER_NUMBER = 0xFFFFFFFF;
     DWORD GetAdapterNumberFromAdapterID(const CRavString& strAdapter);
     // Opens the instance key of a number from 1 to 9999 for all access; null on failure.
     CRavKeyHandle OpenKeyForAdapterNumber(DWORD dwNumber);
@@ -69,7 +70,7 @@ class CRavXmsVlan : public CRavAdapter
     HKEY GetMyParentRegistryKey();
     // The first driver entry whose binding list holds the VLAN; empty when no member carries it.
     bool GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVlanGuid, CRavString& strAdapter);
-    // The first VLAN in the network class whose parent is exactly the given one.
+    // The first VLAN in the network class whose parent is exactly the given one. For the suite; not called here.
     void GetVlanNiidFrmPk(const CRavString& strParentGuid, CRavString& strVlanGuid, int& status);
     // The handle that the routines above left; null when none.
     HKEY GetParentClassKey() const { return m_parentClassKey.Get(); }
@@ -100,10 +101,12 @@ class CRavXmsVlan : public CRavAdapter
     void ConstructVlanDisplayName(int& status);
     void ConstructVlanDisplayName(const CRavString& strParentName, int& status);
     void SetMiniportDisplayName(int& status);
+    // Changes of a VLAN that is there. The object has them for the suite; the agent does not offer them yet.
     void SetVLANName(const CRavString& strName, int& status);
     void UpdateVLANName(const CRavString& strParentName, int& status);
     void SetVLANId(int iVlanId, int& status);
     void SetVLANType(DWORD dwType, int& status);
+    // Reads the parent's address from the parent key handle; an adapter that has none set gets its permanent one.
     void GetCurrentMACAddress(int& status);
 
     // --- settings (RavXmsVlanSettings.cpp) ----------------------------------------------------------------------
@@ -112,6 +115,8 @@ class CRavXmsVlan : public CRavAdapter
     CResult CreateSetting(RAV_SETTING* pSetting);
     // *ppSetting belongs to the caller; null with *pFound false when no member supports jumbo frames.
     CResult GetLCDJumboFramesForTeam(CRavString strTeamGuid, RAV_SETTING** ppSetting, bool* pFound);
+    // Makes the VLAN's jumbo-frame setting anew from its template, with no choice above strTopValue: for whoever
+    // changes the parent's. Not called here.
     CResult ReSyncJumboFrameSettingEnumValues(CRavString strTopValue);
 
     // --- creation (RavXmsVlanCreate.cpp, RavXmsVlanSave.cpp) ----------------------------------------------------
@@ -173,7 +178,7 @@ class CRavXmsVlan : public CRavAdapter
     DWORD m_dwLogicalGroupId = 0;
     DWORD m_dwTotalPhysicalAdapters = 1;
     bool m_bFirstVlan = true;            // while the parent has no VLAN yet
-    bool m_bOnTeam = false;              // created over a team
+    bool m_bOnTeam = false;              // created over a team, which the agent does not offer yet: never set here
     bool m_bOnTeamMember = false;        // stands for the VLAN on m_strMemberKey
     bool m_bSkipMiniportRemoval = false; // removal leaves miniport and team agent alone, and deletes the entry whole
     bool m_bStaysWithTeam = false;       // removal takes it off the member alone: miniport and entry are still needed
@@ -186,7 +191,7 @@ class CRavXmsVlan : public CRavAdapter
     friend class CRavParentKeyBorrow;
 
     HRESULT OpenKeyOf(const CRavString& strGuid);
-    static HRESULT OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key);
+    HRESULT OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key);
     HRESULT OpenClassKey(const wchar_t* routine, const CRavString& strGuid);
     bool OpenKeyWithVlanIds(CRavRegKey& key);
     bool OpenTeamMemberKey(CRavRegKey& key);

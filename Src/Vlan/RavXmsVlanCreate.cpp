@@ -5,6 +5,7 @@
 #include "Common/Library/RavAdvSvcNetCfgComponent.h"
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavNameTable.h"
 #include "Src/Vlan/RavNetCfgWriteLock.h"
 #include "Src/RavShielded.h"
@@ -17,7 +18,6 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanCreate";
 constexpr wchar_t MEDIA_TYPE_ETHERNET[] = L"0";
-constexpr DWORD OID_NEW_VLAN = 0xFF010109;
 constexpr size_t OID_NAME_SIZE = 256;
 
 // What the driver is told: the device name of the new miniport, in single-byte characters, not terminated.

@@ -2,6 +2,7 @@
 
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavShielded.h"
 
@@ -12,11 +13,6 @@ using Microsoft::WRL::ComPtr;
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanParent";
-
-// Bits of "SupportedFeatures": a miniport of the intermediate driver is a team when it has the first without the
-// second.
-constexpr DWORD FEATURE_TEAM = 0x1;
-constexpr DWORD FEATURE_VLAN = 0x8;
 
 bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
 {
@@ -63,8 +59,7 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
         RavTrace().Print(L"CRavXmsVlan::GetParentType, the features of %s cannot be read.", m_strParentKey.c_str());
         return result;
     }
-    const bool team = (features & FEATURE_TEAM) != 0 && (features & FEATURE_VLAN) == 0;
-    iParentType = team ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
+    iParentType = RavIsTeam(features) ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
     result = CResult::Success();
     return result;
 }

@@ -2,7 +2,10 @@
 
 #include "Src/Vlan/RavXmsVlan.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/RavKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavDriverEntry.h"
 
 #include <netcfgx.h>
@@ -17,7 +20,6 @@ using Microsoft::WRL::ComPtr;
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRegistry";
-constexpr DWORD MAX_INSTANCE = 9999;
 
 // Opens the instance key of the component with the GUID, through the thread's session where there is one; the routine's
 // name stands in the trace.
@@ -87,7 +89,7 @@ DWORD CRavXmsVlan::GetAdapterNumberFromAdapterID(const CRavString& strAdapter)
         return static_cast<DWORD>(number);
     }
     DWORD value = 0;
-    if (key.GetValue(L"PhysicalAdapterID", value))
+    if (key.GetValue(XmsValue::PhysicalAdapterId, value))
         number = static_cast<int>(value);
     else
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: QueryDWORDValue failed. subkey_name= %s", path.c_str());
@@ -180,7 +182,7 @@ HRESULT CRavXmsVlan::OpenKeyOf(const CRavString& strGuid, CRavKeyHandle& key)
     }
     HRESULT status = E_FAIL;
     const CRavTraceScope trace(L"CRavXmsVlan::GetOOOKeyFromVk", &status);
-    status = OpenInstanceKey(L"GetOOOKeyFromVk", strGuid, key);
+    status = OpenInstanceKey(GetNetCfgInterface(), L"GetOOOKeyFromVk", strGuid, key);
     return status;
 }
 
@@ -204,7 +206,7 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
     const CRavTraceScope trace(L"CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam", &done);
     strAdapter.ClearString();
     const CRavString path = RavName(RAV_NAME_DRIVER_ADAPTERS_KEY);
-    const CRavString device = CRavString(L"\\Device\\") + strVlanGuid;
+    const CRavString device = CRavString(DEVICE_PREFIX) + strVlanGuid;
     CRavRegKey adapters;
     RavTrace().Print(L"Opening %s", path.c_str());
     if (!adapters.Open(HKEY_LOCAL_MACHINE, path, false))
@@ -225,7 +227,7 @@ bool CRavXmsVlan::GetKeyStrForFirstAdapterFromVlanOnTeam(const CRavString& strVl
             continue;
         }
         std::vector<CRavString> bindings;
-        if (!RavReadList(adapter, L"MiniportBindingList", bindings))
+        if (!RavReadList(adapter, XmsValue::BindingList, bindings))
         {
             RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetVlaue for MULTI_SZ failed.");
             continue;

@@ -16,7 +16,6 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanRemove";
-constexpr DWORD CODE_REBOOT_PENDING = static_cast<DWORD>(-333);
 constexpr DWORD NOT_USER_REMOVABLE = 0x20; // of "Characteristics"
 constexpr DWORD FAILURE = CResult::FAILED;
 
@@ -99,7 +98,7 @@ bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
     RavTrace().Print(L"CRavXmsVlan::RemoveVLANonAdapter() - Acq write lock fails");
     result.ulErrClass = RAV_CLASS_REFUSED;
     if (lock.Status() == NETCFG_E_NEED_REBOOT)
-        result.ulErrCode = CODE_REBOOT_PENDING;
+        result.ulErrCode = RAV_CODE_REBOOT_PENDING;
     return false;
 }
 

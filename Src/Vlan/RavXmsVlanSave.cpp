@@ -5,11 +5,14 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavValueWriter.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/Vlan/TaggingModeSpy.h"
 
 #include <algorithm>
@@ -18,10 +21,7 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavXmsVlanSave";
-constexpr wchar_t VMQ[] = L"*VMQ";
 constexpr int VMQ_DISABLED = 0;
-constexpr DWORD FEATURES_OVER_TEAM = 9;
-constexpr DWORD FEATURES_OVER_ADAPTER = 8;
 constexpr DWORD MAX_TEAM_MODE = 6;
 
 enum class Parameter
@@ -109,15 +109,15 @@ void CRavXmsVlan::SetupVlanParentRegistry(int& status)
     }
     if (m_iParentType != RAV_PARENT_TEAM)
     {
-        if (!key.GetValue(L"NetCfgInstanceId", m_strParentAdapterId))
+        if (!key.GetValue(NetworkValue::NetCfgInstanceId, m_strParentAdapterId))
         {
             RavTrace().Print(L"SetupVlanParentRegistry() - unable to get the adapter's guid.");
             return;
         }
         DisableVMQ(m_strParentAdapterId);
     }
-    if (MarkAsXmsLoaded(key) && SetupVlanFiltering(key) && RequireTextParameter(key, L"TaggingMode", L"1") &&
-        RequireTextParameter(key, L"*PriorityVLANTag", L"3"))
+    if (MarkAsXmsLoaded(key) && SetupVlanFiltering(key) && RequireTextParameter(key, XmsValue::TaggingMode, L"1") &&
+        RequireTextParameter(key, PRIORITY_VLAN_TAG, L"3"))
         status = 0;
 }
 
@@ -136,7 +136,7 @@ bool CRavXmsVlan::MarkAsXmsLoaded(CRavRegKey& key)
 bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
 {
     CRavString filtering;
-    const Parameter read = ReadTextParameter(key, L"VlanFiltering", filtering);
+    const Parameter read = ReadTextParameter(key, XmsValue::VlanFiltering, filtering);
     if (read != Parameter::Text)
         return read == Parameter::Missing;
     if (filtering == L"1")
@@ -148,7 +148,7 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
         return true;
     }
     const bool byTeam = m_pTeamAgentPvt->IsVlanFilteringDoneByTeam(m_strParentKey);
-    return WriteTextParameter(key, L"VlanFiltering", byTeam ? L"0" : L"1");
+    return WriteTextParameter(key, XmsValue::VlanFiltering, byTeam ? L"0" : L"1");
 }
 
 // Virtual machine queues and the intermediate driver's VLANs exclude each other. What fails is traced alone.
@@ -424,7 +424,7 @@ bool CRavXmsVlan::SaveOwnParams()
         .Number(RavName(RAV_NAME_VLAN_TYPE), m_dwVlanType)
         .Text(RavName(RAV_NAME_NETWORK_ADDRESS), m_strNetworkAddress)
         .Number(RavName(RAV_NAME_SUPPORTED_FEATURES),
-                m_iParentType == RAV_PARENT_TEAM ? FEATURES_OVER_TEAM : FEATURES_OVER_ADAPTER)
+                m_iParentType == RAV_PARENT_TEAM ? FEATURE_VLAN | FEATURE_OVER_TEAM : FEATURE_VLAN)
         .Text(RavName(RAV_NAME_VLAN_NAME), m_strVlanName)
         .Text(RavName(RAV_NAME_VLAN_DISPLAY_NAME), m_strVlanDisplayName);
     return Told(m_ownKey, writer);

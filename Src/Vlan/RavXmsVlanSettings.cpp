@@ -3,17 +3,17 @@
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/OsVersion.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Settings/RavSetting.h"
+#include "Common/Src/SuiteNames.h"
 
 #include <cerrno>
 #include <cwchar>
 
 namespace
 {
-constexpr wchar_t TEMPLATE_KEY[] = L"SOFTWARE\\Corvo\\Network_Services\\RAV2\\Agents\\Kirvel\\Settings";
-constexpr wchar_t JUMBO_PACKET[] = L"*JumboPacket";
 constexpr wchar_t HELP_TEXT[] = L"This setting has been deprecated and is no longer supported.";
 constexpr uint16_t INT_TEMPLATE_CODE = 99;
 constexpr uint32_t TEMPLATE_CODE = 1;
@@ -238,7 +238,7 @@ CResult CRavXmsVlan::CreateVlanAdvancedSettings()
     RavTrace().Print(L"Entering CRavXmsVlan::CreateVlanAdvancedSettings");
     CResult result;
     CRavRegKey templates;
-    if (!templates.Open(HKEY_LOCAL_MACHINE, TEMPLATE_KEY, false))
+    if (!templates.Open(HKEY_LOCAL_MACHINE, TEMPLATES_KEY, false))
         RavTrace().Print(L"CreateVlanAdvancedSettings() - unable to open the VlanAgent registry key");
     CRavString name;
     while (templates.IsOpened() && templates.EnumSubKey(name))
@@ -377,7 +377,7 @@ CResult CRavXmsVlan::ReSyncJumboFrameSettingEnumValues(CRavString strTopValue)
         return result;
     }
     CTemplate source(RESYNC_ROUTINE);
-    if (!source.Open(HKEY_LOCAL_MACHINE, CRavString(TEMPLATE_KEY) + L"\\" + JUMBO_PACKET))
+    if (!source.Open(HKEY_LOCAL_MACHINE, CRavString(TEMPLATES_KEY) + L"\\" + JUMBO_PACKET))
     {
         RavTrace().Print(L"ReSyncJumboFrameSettingEnumValues() - unable to open the Jumbo Packet registry key");
         return result;

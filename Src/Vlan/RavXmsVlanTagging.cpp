@@ -2,7 +2,9 @@
 
 #include "Src/Vlan/RavXmsVlan.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/Vlan/RavTaggingMode.h"
 
@@ -33,7 +35,7 @@ bool CRavXmsVlan::GetVlanIdArray(std::vector<CRavString>& ids)
     const CRavParentKeyBorrow borrowed(*this);
     CRavRegKey key;
     done = OpenKeyWithVlanIds(key);
-    if (done && !RavReadList(key, L"VLANID", ids))
+    if (done && !RavReadList(key, XmsValue::VlanId, ids))
         RavTrace().Print(L"QueryMultiStringValue failed.");
     return done;
 }
@@ -79,7 +81,7 @@ bool CRavXmsVlan::OpenTeamMemberKey(CRavRegKey& key)
         return false;
     }
     const DWORD number = GetAdapterNumberFromAdapterID(member);
-    if (number == 0xFFFFFFFF)
+    if (number == NO_ADAPTER_NUMBER)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetAdapterNumberFromAdapterID failed. ID: %s", member.c_str());
         return false;
@@ -161,10 +163,11 @@ bool CRavXmsVlan::IsParentWithUntaggedVlan(bool& bUntagged)
         return false;
     }
     // No mode is written for an adapter that never had a VLAN.
-    DWORD mode = 0xFFFFFFFF;
-    done = key.GetValue(L"TaggingMode", mode) || RavIsNoNumber(key.LastResult());
-    if (mode == 0xFFFFFFFF)
-        RavTrace().Print(L"GetValue missed for %s on the key %s", L"TaggingMode", path.c_str());
+    constexpr DWORD NO_MODE = 0xFFFFFFFF;
+    DWORD mode = NO_MODE;
+    done = key.GetValue(XmsValue::TaggingMode, mode) || RavIsNoNumber(key.LastResult());
+    if (mode == NO_MODE)
+        RavTrace().Print(L"GetValue missed for %s on the key %s", XmsValue::TaggingMode, path.c_str());
     if (!done)
         return false;
     bUntagged = RavServesUntagged(mode);
@@ -190,10 +193,10 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed.");
         return false;
     }
-    const DWORD type = key.GetRegType(L"VLANID");
+    const DWORD type = key.GetRegType(XmsValue::VlanId);
     if (IsMissing(key))
     {
-        RavTrace().Print(L"EROR_FILE_NOT_FOUND for %s err= %d type= %d", L"VLANID", key.LastResult(), type);
+        RavTrace().Print(L"EROR_FILE_NOT_FOUND for %s err= %d type= %d", XmsValue::VlanId, key.LastResult(), type);
         done = true;
         return done;
     }
@@ -204,7 +207,7 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
         return false;
     }
     std::vector<CRavString> ids;
-    if (!key.GetValue(L"VLANID", ids))
+    if (!key.GetValue(XmsValue::VlanId, ids))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegQueryValueEx failed. err= %d", key.LastResult());
         return false;
@@ -232,9 +235,9 @@ bool CRavXmsVlan::HasTeamTaggedVlan(bool& bTagged)
         CRavString guid;
         DWORD id = 0;
         bTagged = key.Open(HKEY_LOCAL_MACHINE, path + L"\\" + instance, false) &&
-                  key.GetValue(L"RavVlanParentKey", parent) && parent.CompareI(m_strParentKey) &&
-                  key.GetValue(L"NetCfgInstanceId", guid) && !guid.CompareI(m_strParentKey) &&
-                  key.GetValue(L"VLANID", id) && id != 0;
+                  key.GetValue(XmsValue::VlanParentKey, parent) && parent.CompareI(m_strParentKey) &&
+                  key.GetValue(NetworkValue::NetCfgInstanceId, guid) && !guid.CompareI(m_strParentKey) &&
+                  key.GetValue(XmsValue::VlanId, id) && id != 0;
     }
     return true;
 }
@@ -268,12 +271,12 @@ void CRavXmsVlan::UpdateVlanMode(int& status)
     RavTrace().Print(L"VLAN mode= %d", mode);
     if (mode == 0)
     {
-        const LONG result = RegDeleteValueW(GetParentClassKey(), L"VlanMode");
+        const LONG result = RegDeleteValueW(GetParentClassKey(), XmsValue::VlanMode);
         if (result != ERROR_SUCCESS)
             RavTrace().Print(L"RegDeleteValue failed. err= %d", result);
         return;
     }
-    const LONG result = RavWriteNumber(GetParentClassKey(), L"VlanMode", mode);
+    const LONG result = RavWriteNumber(GetParentClassKey(), XmsValue::VlanMode, mode);
     if (result != ERROR_SUCCESS)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegSetValueEx failed. err= %d", result);
@@ -308,10 +311,10 @@ bool CRavXmsVlan::RemoveRegValuesWhenOnlyUntagged(HKEY hKey)
     const CRavTraceScope trace(L"CRavXmsVlan::RemoveRegValuesWhenOnlyUntagged");
     CRavRegKey key;
     key.Open(hKey, L"", true);
-    const bool done = key.IsOpened() && key.DeleteValue(L"VLANID");
+    const bool done = key.IsOpened() && key.DeleteValue(XmsValue::VlanId);
     if (!done)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: DeleteValue failed.");
-    if (!key.IsOpened() || !key.DeleteValue(L"VlanMode"))
+    if (!key.IsOpened() || !key.DeleteValue(XmsValue::VlanMode))
         RavTrace().Print(L"DeleteValue failed for VlanMode.");
     return done;
 }
@@ -327,7 +330,7 @@ void CRavXmsVlan::DeleteVlanID(HKEY hKey, int iVlanId)
         return;
     }
     std::vector<CRavString> ids;
-    if (!RavReadList(key, L"VLANID", ids))
+    if (!RavReadList(key, XmsValue::VlanId, ids))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetValue failed.");
         return;
@@ -339,7 +342,7 @@ void CRavXmsVlan::DeleteVlanID(HKEY hKey, int iVlanId)
     RavTrace().Print(L"size= %d", static_cast<int>(ids.size()));
     if (ids.empty())
         RemoveRegValuesWhenOnlyUntagged(hKey);
-    else if (!key.SetValue(L"VLANID", ids))
+    else if (!key.SetValue(XmsValue::VlanId, ids))
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetValue failed.");
 }
 
@@ -354,7 +357,7 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
         !key.Open(handle.Get(), L"", true))
         return failed();
     std::vector<CRavString> ids;
-    if (RavReadList(key, L"VLANID", ids))
+    if (RavReadList(key, XmsValue::VlanId, ids))
     {
         std::erase_if(ids, [&](const CRavString& id) { return NumberOf(id) == m_iPreviousVlanId; });
         if (ids.empty())
@@ -363,7 +366,7 @@ void CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi(const CRavString& strParentGui
     else if (!IsMissing(key)) // a list that cannot be read holds the ids of other VLANs
         return failed();
     ids.emplace_back(m_iVlanId);
-    if (!key.SetValue(L"VLANID", ids))
+    if (!key.SetValue(XmsValue::VlanId, ids))
         return failed();
     status = 0;
     RavTrace().Print(L"CRavXmsVlan::SetVlanIdAsMultiStrInAdptrOOOKi Success. Exiting.");

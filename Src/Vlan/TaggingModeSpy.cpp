@@ -1,6 +1,7 @@
 #include "Src/Vlan/TaggingModeSpy.h"
 
 #include "Common/Src/RavDebug.h"
+#include "Common/Src/XmsNames.h"
 #include "Src/RavNameTable.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
@@ -119,7 +120,7 @@ bool TaggingModeSpy::OpenDeviceKey(const CRavString& strAdapterId)
         return false;
     }
     const DWORD number = m_vlan.GetAdapterNumberFromAdapterID(strAdapterId);
-    if (number == 0xFFFFFFFF)
+    if (number == CRavXmsVlan::NO_ADAPTER_NUMBER)
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetAdapterNumberFromAdapterID failed.");
         return false;
@@ -138,7 +139,7 @@ void TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise(int& status, HKEY hKey
 {
     status = 0;
     const CRavTraceScope trace(L"TaggingModeSpy::SetPhysicalDeviceTaggingModeDisguise", &status);
-    if (RavWriteNumber(hKey, L"TaggingMode", dwInUse) == ERROR_SUCCESS)
+    if (RavWriteNumber(hKey, XmsValue::TaggingMode, dwInUse) == ERROR_SUCCESS)
         return;
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: SetPhysicalDeviceTaggingMode failed.");
     status = -1;

@@ -17,7 +17,7 @@ class TaggingModeSpy
 
     // The two values of RAV_TAGGING; both 0 when the decision cannot be made.
     bool GetTaggingModeIntDisguise(DWORD& dwInUse, DWORD& dwMode);
-    // The driver's mode as decimal text.
+    // The driver's mode as decimal text, for the suite; not called here.
     bool GetTaggingModeStrDisguise(CRavString& strMode);
     // Writes both: the mode into the driver's entry, the flag into the instance key of the parent, for a team of the
     // member with the given id.

@@ -8,6 +8,9 @@
 
 #include <objbase.h>
 
+#include <functional>
+#include <iterator>
+#include <optional>
 #include <stdexcept>
 
 namespace
@@ -67,6 +70,56 @@ TEST(PrivateHive, ShortForms)
     )"),
               CRegistrySnapshot().Text());
     SetShortNames({});
+}
+
+// What tests do to a host is undone by another hive of the same image: nothing is missing, other or left over.
+TEST(PrivateHive, BeginsAsItsImageWhateverWasDoneToOthers)
+{
+    const std::string content = R"(
+        A
+        SOFTWARE\One  (default)  REG_SZ  "a  ""b"" \ = [x] ; # @"
+        SOFTWARE\One  Number  REG_DWORD  4294967295
+        SOFTWARE\One  Short Number  REG_DWORD  hex:01 02
+        SOFTWARE\One\[Sub]  "Quo\ted"=1  REG_QWORD  18446744073709551615
+        SOFTWARE\One\[Sub]  Broken  REG_MULTI_SZ  hex:31 00 32
+        SOFTWARE\One\[Sub]  Büro 😀  REG_MULTI_SZ  "Büro", "😀 y"
+        SOFTWARE\One\[Sub]  Empty  REG_SZ  ""
+        SOFTWARE\One\[Sub]  Empty List  REG_MULTI_SZ
+        SOFTWARE\One\[Sub]  Expanded  REG_EXPAND_SZ  "%TEMP%\x"
+        SOFTWARE\One\[Sub]  Long  REG_BINARY  00 ff 0a 0d
+        SOFTWARE\One\[Sub]  None  REG_NONE
+        SOFTWARE\One\[Sub]  Nothing  REG_DWORD  hex:
+        SOFTWARE\One\[Sub]  Raw17  REG_17  01
+        SOFTWARE\One\[Sub]  Two Texts  REG_SZ  hex:31 00 00 00 32 00 00 00
+        SOFTWARE\One\[Sub]  Unended  REG_SZ  hex:31 00
+        SOFTWARE\Two\Büro 😀\Leaf
+    )";
+    std::optional<CHiveImage> image;
+    std::string whole;
+    {
+        CPrivateHive hive(content);
+        hive.Add("SOFTWARE\\Two  Large  REG_SZ  \"" + std::string(5000, 'x') + '"');
+        whole = CRegistrySnapshot().Text();
+        image.emplace(hive);
+    }
+    const std::function<void(CPrivateHive&)> damages[] = {
+        [](CPrivateHive&) { RegDeleteTreeW(HKEY_LOCAL_MACHINE, nullptr); },
+        [](CPrivateHive&) { RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\One"); },
+        [](CPrivateHive&) { RegDeleteKeyValueW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\One", L"Number"); },
+        [](CPrivateHive&) { RegDeleteKeyW(HKEY_LOCAL_MACHINE, L"SOFTWARE\\Two\\B\xFCro \xD83D\xDE00\\Leaf"); },
+        [](CPrivateHive& hive) { hive.Add("A\\New  Value  REG_SZ  \"x\""); },
+        [](CPrivateHive& hive) { hive.Add("SOFTWARE\\One  Number  REG_DWORD  1"); },
+        [](CPrivateHive& hive) { hive.Add("SOFTWARE\\One  Number  REG_SZ  \"1\""); },
+        [](CPrivateHive& hive) { hive.Add("SOFTWARE\\One\\[Sub]  empty  REG_SZ  \"full\""); },
+        [](CPrivateHive&) {}};
+    for (const auto& damage : damages)
+    {
+        CPrivateHive hive(*image);
+        EXPECT_EQ(whole, CRegistrySnapshot().Text());
+        damage(hive);
+        EXPECT_EQ(&damage == std::end(damages) - 1, whole == CRegistrySnapshot().Text()) << &damage - damages;
+    }
+    EXPECT_EQ(nullptr, OpenKey(L"SOFTWARE\\One"));
 }
 
 TEST(PrivateHive, BadTextIsRefused)

@@ -8,6 +8,7 @@ namespace
 {
 
 const wchar_t* const s_home = L"Software\\VlanAgentTests";
+const std::wstring s_loaded = L"VlanAgentTests-"; // in HKEY_USERS, where hives are loaded
 
 struct KEY_CLOSER
 {
@@ -43,30 +44,92 @@ bool IsRunning(DWORD process)
     return running;
 }
 
-// A process that crashed has left its hive behind.
-void RemoveLeftovers(HKEY home)
+bool Drop(HKEY home, const wchar_t* name)
 {
-    wchar_t name[64];
-    DWORD length = 64;
+    return RegUnLoadKeyW(home, name) == ERROR_SUCCESS || RegDeleteTreeW(home, name) == ERROR_SUCCESS;
+}
+
+// A process that crashed has left its hive behind.
+void RemoveLeftovers(HKEY home, std::wstring_view prefix)
+{
+    wchar_t name[256];
+    DWORD length = 256;
     for (DWORD i = 0; RegEnumKeyExW(home, i, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-         ++i, length = 64)
-        if (!IsRunning(std::wcstoul(name, nullptr, 10)) && RegDeleteTreeW(home, name) == ERROR_SUCCESS)
+         ++i, length = 256)
+        if (std::wstring_view(name).starts_with(prefix) &&
+            !IsRunning(std::wcstoul(name + prefix.size(), nullptr, 10)) && Drop(home, name))
             --i;
+}
+
+// To save and to load hives.
+void EnablePrivileges()
+{
+    HANDLE token = nullptr;
+    if (!OpenProcessToken(GetCurrentProcess(), TOKEN_ADJUST_PRIVILEGES, &token))
+        return;
+    for (const wchar_t* const name : {L"SeBackupPrivilege", L"SeRestorePrivilege"})
+    {
+        TOKEN_PRIVILEGES privileges = {1, {{{}, SE_PRIVILEGE_ENABLED}}};
+        LookupPrivilegeValueW(nullptr, name, &privileges.Privileges[0].Luid);
+        AdjustTokenPrivileges(token, FALSE, &privileges, 0, nullptr, nullptr);
+    }
+    CloseHandle(token);
+}
+
+// A name of this process that no other hive or file has had.
+std::wstring NewName()
+{
+    static int count = 0;
+    if (count == 0)
+    {
+        EnablePrivileges();
+        RemoveLeftovers(Create(HKEY_CURRENT_USER, s_home).get(), L"");
+        RemoveLeftovers(HKEY_USERS, s_loaded);
+    }
+    return std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+}
+
+std::wstring NewFile()
+{
+    wchar_t folder[MAX_PATH + 1] = {};
+    GetTempPathW(MAX_PATH + 1, folder);
+    return folder + (L"hive-" + NewName());
 }
 
 } // namespace
 
-CPrivateHive::CPrivateHive(std::string_view content)
+CHiveImage::CHiveImage(const CPrivateHive& hive) : m_strFile(NewFile())
 {
-    static int count = 0;
-    Check(RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &m_hMachine), "HKEY_LOCAL_MACHINE");
+    Check(RegSaveKeyW(hive.Root(), m_strFile.c_str(), nullptr), "RegSaveKeyW");
+}
+
+CHiveImage::~CHiveImage()
+{
+    DeleteFileW(m_strFile.c_str());
+}
+
+CPrivateHive::CPrivateHive(std::string_view content) : m_strName(NewName())
+{
     const KEY home = Create(HKEY_CURRENT_USER, s_home);
-    if (count == 0)
-        RemoveLeftovers(home.get());
-    m_strName = std::to_wstring(GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
     m_hRoot = Create(home.get(), m_strName).release();
-    Check(RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_hRoot), "RegOverridePredefKey");
+    TakeTheMachinesPlace();
     Add(content);
+}
+
+// The system writes into the file that it has loaded, so the image's own stays out of it.
+CPrivateHive::CPrivateHive(const CHiveImage& image) : m_strName(s_loaded + NewName()), m_strFile(NewFile())
+{
+    if (!CopyFileW(image.File().c_str(), m_strFile.c_str(), TRUE))
+        Check(static_cast<LSTATUS>(GetLastError()), "CopyFileW");
+    Check(RegLoadKeyW(HKEY_USERS, m_strName.c_str(), m_strFile.c_str()), "RegLoadKeyW");
+    m_hRoot = Create(HKEY_USERS, m_strName).release();
+    TakeTheMachinesPlace();
+}
+
+void CPrivateHive::TakeTheMachinesPlace()
+{
+    Check(RegOpenKeyExW(HKEY_LOCAL_MACHINE, nullptr, 0, KEY_READ, &m_hMachine), "HKEY_LOCAL_MACHINE");
+    Check(RegOverridePredefKey(HKEY_LOCAL_MACHINE, m_hRoot), "RegOverridePredefKey");
 }
 
 CPrivateHive::~CPrivateHive()
@@ -74,7 +137,10 @@ CPrivateHive::~CPrivateHive()
     RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
     RegCloseKey(m_hRoot);
     RegCloseKey(m_hMachine);
-    RegDeleteTreeW(HKEY_CURRENT_USER, (std::wstring(s_home) + L'\\' + m_strName).c_str());
+    const bool loaded = !m_strFile.empty();
+    Drop(loaded ? HKEY_USERS : Create(HKEY_CURRENT_USER, s_home).get(), m_strName.c_str());
+    if (loaded)
+        DeleteFileW(m_strFile.c_str());
 }
 
 void CPrivateHive::Add(std::string_view content)

@@ -7,11 +7,29 @@
 #include <string>
 #include <string_view>
 
+class CPrivateHive;
+
+// What a private hive held at one moment, volatile keys left out, in a file of this process: hives that begin with it
+// cost a few calls, however much there is in it.
+class CHiveImage
+{
+  public:
+    explicit CHiveImage(const CPrivateHive& hive);
+    ~CHiveImage();
+    CHiveImage(const CHiveImage&) = delete;
+    CHiveImage& operator=(const CHiveImage&) = delete;
+    const std::wstring& File() const { return m_strFile; }
+
+  private:
+    std::wstring m_strFile;
+};
+
 class CPrivateHive
 {
   public:
     // Puts the private hive in the place of the machine's and fills it. Throws std::runtime_error when it can't.
     explicit CPrivateHive(std::string_view content = {});
+    explicit CPrivateHive(const CHiveImage& image);
     ~CPrivateHive();
     CPrivateHive(const CPrivateHive&) = delete;
     CPrivateHive& operator=(const CPrivateHive&) = delete;
@@ -29,7 +47,10 @@ class CPrivateHive
     std::string Value(std::string_view path, std::string_view name) const;
 
   private:
+    void TakeTheMachinesPlace();
+
     std::wstring m_strName;
+    std::wstring m_strFile; // that the hive was loaded from; empty when it was not
     HKEY m_hMachine = nullptr;
     HKEY m_hRoot = nullptr;
 };

@@ -59,30 +59,36 @@ CRegistrySnapshot::CRegistrySnapshot(HKEY root)
     Read(root, {});
 }
 
+// Each call goes to another process on some systems: the sizes are asked for once a key, not once a value.
 void CRegistrySnapshot::Read(HKEY key, const std::string& path)
 {
+    const auto check = [&path](LSTATUS status) {
+        if (status != ERROR_SUCCESS)
+            throw std::runtime_error("a key can't be read, or changes while it is: " + path);
+    };
+    DWORD children = 0;
+    DWORD count = 0;
+    DWORD longestName = 0;
+    DWORD largest = 0;
+    check(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &children, nullptr, nullptr, &count, &longestName, &largest,
+                           nullptr, nullptr));
     RAV_TEST_KEY& values = m_keys[path];
-    std::wstring name(16384, L'\0');
-    for (DWORD i = 0;; ++i)
+    std::wstring name(longestName + 1, L'\0');
+    std::vector<BYTE> data(largest + 1);
+    for (DWORD i = 0; i < count; ++i)
     {
-        DWORD length = static_cast<DWORD>(name.size());
-        DWORD size = 0;
-        if (RegEnumValueW(key, i, name.data(), &length, nullptr, nullptr, nullptr, &size) != ERROR_SUCCESS)
-            break;
         RAV_TEST_VALUE value;
-        value.data.resize(size);
-        length = static_cast<DWORD>(name.size());
-        BYTE none = 0;
-        BYTE* data = size ? value.data.data() : &none;
-        if (RegEnumValueW(key, i, name.data(), &length, nullptr, &value.type, data, &size) != ERROR_SUCCESS)
-            throw std::runtime_error("the registry changes while it is read: " + path);
-        values[Utf8(std::wstring_view(name).substr(0, length))] = value;
+        DWORD length = longestName + 1;
+        DWORD size = largest + 1;
+        check(RegEnumValueW(key, i, name.data(), &length, nullptr, &value.type, data.data(), &size));
+        value.data.assign(data.begin(), data.begin() + size);
+        values[Utf8(std::wstring_view(name).substr(0, length))] = std::move(value);
     }
     wchar_t child[256];
-    DWORD length = 256;
-    for (DWORD i = 0; RegEnumKeyExW(key, i, child, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
-         ++i, length = 256)
+    for (DWORD i = 0; i < children; ++i)
     {
+        DWORD length = 256;
+        check(RegEnumKeyExW(key, i, child, &length, nullptr, nullptr, nullptr, nullptr));
         HKEY opened = nullptr;
         const std::string childPath = (path.empty() ? "" : path + '\\') + Utf8(child);
         if (RegOpenKeyExW(key, child, 0, KEY_READ, &opened) != ERROR_SUCCESS)

@@ -1,5 +1,7 @@
 #include "Tests/Harness/RegistryText.h"
 
+#include "Common/Src/Utf8.h"
+
 #include <algorithm>
 #include <cctype>
 #include <cstring>
@@ -165,20 +167,12 @@ std::string ListText(const std::vector<BYTE>& data)
 
 std::string Utf8(std::wstring_view text)
 {
-    const int length = static_cast<int>(text.size());
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string result(static_cast<size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text.data(), length, result.data(), size, nullptr, nullptr);
-    return result;
+    return ToUtf8(text);
 }
 
 std::wstring Wide(std::string_view text)
 {
-    const int length = static_cast<int>(text.size());
-    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, nullptr, 0);
-    std::wstring result(static_cast<size_t>(size), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.data(), length, result.data(), size);
-    return result;
+    return WideOf(text);
 }
 
 std::vector<std::string> SplitLines(std::string_view text)

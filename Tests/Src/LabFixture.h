@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <regex>
 
@@ -104,26 +105,10 @@ inline const char* const SMALL_HOST = R"({
 class CLabHost
 {
   public:
-    explicit CLabHost(const std::string& host = SMALL_HOST) : m_host(ParseHost(host))
-    {
-        SetShortNames({{Utf8(CLASS_KEY), "Class"},
-                       {Utf8(XMS_PARAMETERS_KEY), "XMS"},
-                       {Utf8(TCPIP_INTERFACES_KEY), "TcpIp"},
-                       {Utf8(NETWORK_KEY), "Network"},
-                       {Utf8(SERVICES_KEY), "Services"},
-                       {Utf8(ENUM_KEY), "Enum"},
-                       {Utf8(LAB_KEY), "Lab"}});
-        wchar_t folder[MAX_PATH] = {};
-        GetModuleFileNameW(nullptr, folder, MAX_PATH);
-        *wcsrchr(folder, L'\\') = L'\0';
-        EXPECT_TRUE(BuildHost(m_host, folder));
-        CRavString state;
-        state.FormatString(L"%s\\lab-%u", _wgetenv(L"TEMP"), GetCurrentProcessId());
-        LabSetText(LAB_KEY, LAB_STATE_DIR, state);
-        LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
-        LabSetNumber(SUITE_KEY, L"TRACE", 0);
-        LabSetNumber(ClientKey(), L"Cookie", 1);
-    }
+    // A host is built once in a process; all further ones begin as its image.
+    explicit CLabHost(const std::string& host = SMALL_HOST) : m_built(Built(host)), m_hive(*m_built.image) {}
+    // A host as another one was, with an agent that knows nothing yet.
+    CLabHost(const std::string& host, const CHiveImage& image) : m_built(Built(host)), m_hive(image) {}
 
     CVlanAgentWin& Agent()
     {
@@ -143,13 +128,13 @@ class CLabHost
     CRavString Key(const std::string& name) const
     {
         size_t number = 0;
-        for (const LabAdapter& adapter : m_host.adapters)
+        for (const LabAdapter& adapter : m_built.host.adapters)
         {
             ++number;
             if (adapter.name == name)
                 return LabGuid(number);
         }
-        for (const LabTeam& team : m_host.teams)
+        for (const LabTeam& team : m_built.host.teams)
         {
             ++number;
             if (team.name == name)
@@ -265,6 +250,39 @@ class CLabHost
     }
 
   private:
+    struct BUILT
+    {
+        LabHost host;
+        std::unique_ptr<CHiveImage> image;
+    };
+    static const BUILT& Built(const std::string& text)
+    {
+        static std::map<std::string, BUILT> s_built;
+        BUILT& built = s_built[text];
+        if (built.image)
+            return built;
+        SetShortNames({{Utf8(CLASS_KEY), "Class"},
+                       {Utf8(XMS_PARAMETERS_KEY), "XMS"},
+                       {Utf8(TCPIP_INTERFACES_KEY), "TcpIp"},
+                       {Utf8(NETWORK_KEY), "Network"},
+                       {Utf8(SERVICES_KEY), "Services"},
+                       {Utf8(ENUM_KEY), "Enum"},
+                       {Utf8(LAB_KEY), "Lab"}});
+        wchar_t folder[MAX_PATH] = {};
+        GetModuleFileNameW(nullptr, folder, MAX_PATH);
+        *wcsrchr(folder, L'\\') = L'\0';
+        const CPrivateHive hive;
+        built.host = ParseHost(text);
+        EXPECT_TRUE(BuildHost(built.host, folder));
+        CRavString state;
+        state.FormatString(L"%s\\lab-%u", _wgetenv(L"TEMP"), GetCurrentProcessId());
+        LabSetText(LAB_KEY, LAB_STATE_DIR, state);
+        LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
+        LabSetNumber(SUITE_KEY, L"TRACE", 0);
+        LabSetNumber(ClientKey(), L"Cookie", 1);
+        built.image = std::make_unique<CHiveImage>(hive);
+        return built;
+    }
     static CRavString ClientKey()
     {
         CRavString path;
@@ -276,7 +294,7 @@ class CLabHost
         return std::regex_replace(text, std::regex(R"([{}])"), R"(\$&)");
     }
 
+    const BUILT& m_built;
     CPrivateHive m_hive;
-    LabHost m_host;
     std::unique_ptr<CVlanAgentWin> m_agent;
 };

@@ -90,25 +90,25 @@ std::vector<VlanRow> Created(CSession& session, const std::vector<VlanRow>& befo
     return rows;
 }
 
-void ShowCreated(const std::vector<VlanRow>& rows, bool json)
+void ShowCreated(const std::vector<VlanRow>& rows, const CreateOptions& options)
 {
     Json array = Json::array();
     for (const VlanRow& row : rows)
     {
         array.push_back(
             {{"key", ToUtf8(row.info.vlanKey)}, {"id", row.info.vlanId}, {"name", ToUtf8(row.info.vlanName)}});
-        if (!json)
+        if (!options.json)
             Print("created " + VlanText(row.info) + " " + ToUtf8(row.info.vlanKey) + "\n");
     }
-    if (json)
+    if (options.json)
         PrintJson(array);
 }
 
 // Whether there is nothing that stops the creation.
-bool Report(const CRavVlanMessages& messages, bool json)
+bool Report(const CRavVlanMessages& messages, const CreateOptions& options)
 {
     const bool stop = HasStop(messages);
-    if (json && stop)
+    if (options.json && stop)
         PrintJson(MessagesToJson(messages));
     else
         ShowMessages(messages);
@@ -136,7 +136,7 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
     if (options.dryRun && options.json)
         return RunValidate(session, options);
     const ParentRow parent = FindParent(session, options.parent);
-    if (!Report(Validate(session, options, parent.key), options.json))
+    if (!Report(Validate(session, options, parent.key), options))
         return EXIT_REFUSED;
     if (options.dryRun)
     {
@@ -147,9 +147,9 @@ ExitStatus RunCreate(CSession& session, const CreateOptions& options)
     const std::vector<VlanRow> before = ReadVlans(session, parent.key);
     const CResult result = Create(session, options, parent.key);
     // Somebody was quicker: the agent's own validation, under the lock, found what ours could not know yet.
-    if (RavIsMessageCode(result.ulErrCode) && !Report(Validate(session, options, parent.key), options.json))
+    if (RavIsMessageCode(result.ulErrCode) && !Report(Validate(session, options, parent.key), options))
         return EXIT_REFUSED;
-    ShowCreated(Created(session, before, parent.key), options.json);
+    ShowCreated(Created(session, before, parent.key), options);
     if (!result.Succeeded())
         throw CommandError(EXIT_REFUSED, "not all VLANs were created: " + FailureText(session, result));
     return EXIT_DONE;

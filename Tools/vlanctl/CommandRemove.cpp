@@ -132,7 +132,7 @@ bool Confirmed()
     return answer.starts_with('y') || answer.starts_with('Y');
 }
 
-void Finish(Removal& removal, bool gone, const std::string& failure, bool json)
+void Finish(Removal& removal, bool gone, const std::string& failure, const RemoveOptions& options)
 {
     const std::string text = VlanText(removal.vlan.info);
     removal.state = gone ? "removed" : "failed";
@@ -140,7 +140,7 @@ void Finish(Removal& removal, bool gone, const std::string& failure, bool json)
     if (!failure.empty())
         PrintError("error: " + text + (gone ? " is gone, but the agent reports a failure: " : " was not removed: ") +
                    failure + "\n");
-    else if (!json)
+    else if (!options.json)
         Print("removed " + text + "\n");
 }
 
@@ -150,17 +150,16 @@ void RemoveOne(CSession& session, Removal& removal, const RemoveOptions& options
 {
     const CRavString& key = removal.vlan.info.vlanKey;
     if (!IsThere(session, key))
-        return Finish(removal, false, "it is gone already; another program has removed it", options.json);
+        return Finish(removal, false, "it is gone already; another program has removed it", options);
     CResult result;
     session.Agent().RemoveVlan(result, session.Lock(options.waitSeconds), key);
     if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
-        return Finish(removal, true, "", options.json);
+        return Finish(removal, true, "", options);
     // From here on it cannot be told who has removed one that is gone.
     const bool gone = !IsThere(session, key);
     const bool locked = !gone && result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
     Finish(removal, gone,
-           FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : ""),
-           options.json);
+           FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : ""), options);
 }
 
 void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& options)
@@ -176,7 +175,7 @@ void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& o
         }
         // The agent has taken it along, or has failed at it.
         const bool gone = !IsThere(session, removal.vlan.info.vlanKey);
-        Finish(removal, gone, gone ? "" : "it is still there", options.json);
+        Finish(removal, gone, gone ? "" : "it is still there", options);
     }
 }
 

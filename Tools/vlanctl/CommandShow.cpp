@@ -187,7 +187,7 @@ ExitStatus RunSettings(CSession& session, const VlanOptions& options)
 
 ExitStatus RunParents(CSession& session, const ParentsOptions& options)
 {
-    std::vector<ParentRow> rows = ReadParents(session, true);
+    std::vector<ParentRow> rows = ReadParents(session, ParentDetail::Support);
     if (!options.all)
         std::erase_if(rows, [](const ParentRow& row) { return !row.supportsVlans; });
     if (options.json)

@@ -1,5 +1,6 @@
 #include "Tools/vlanctl/Inventory.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
@@ -9,9 +10,6 @@
 
 namespace
 {
-constexpr wchar_t NETWORK_CLASS[] =
-    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
-
 std::string Upper(const CRavString& key)
 {
     CRavString upper = key;
@@ -24,14 +22,14 @@ std::map<std::string, std::string> ReadInstances()
 {
     std::map<std::string, std::string> instances;
     CRavRegKey networkClass;
-    networkClass.Open(HKEY_LOCAL_MACHINE, NETWORK_CLASS, false);
+    networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
     CRavString name;
     while (networkClass.IsOpened() && networkClass.EnumSubKey(name))
     {
         CRavRegKey key;
         CRavString guid;
         if (name.IsNumeric() && key.Open(networkClass.GetHKey(), name, false) &&
-            key.GetValue(L"NetCfgInstanceId", guid))
+            key.GetValue(NetworkValue::NetCfgInstanceId, guid))
             instances[Upper(guid)] = ToUtf8(name);
     }
     return instances;
@@ -43,11 +41,11 @@ std::string StatusText(DWORD status)
     return status < std::size(TEXTS) ? TEXTS[status] : TEXTS[0];
 }
 
-CRavString ParentName(CSession& session, const CRavString& key, bool isTeam)
+CRavString ParentName(CSession& session, const CRavString& key, int parentType)
 {
     CRavString name;
     RAV_TEAM_INFO info;
-    if (!isTeam)
+    if (parentType != RAV_PARENT_TEAM)
         session.Core().GetDisplayName(key, name);
     else if (session.Teams() != nullptr && session.Teams()->GetTeamInfo(key, info).Succeeded())
         name = info.strTeamName;
@@ -65,7 +63,7 @@ bool ReadRow(CSession& session, const CRavString& key, VlanRow& row)
     if (result.Succeeded())
     {
         row.parentKey = parent.parentKey;
-        row.parentName = ParentName(session, parent.parentKey, parent.parentType == RAV_PARENT_TEAM);
+        row.parentName = ParentName(session, parent.parentKey, parent.parentType);
     }
     return true;
 }
@@ -140,17 +138,18 @@ std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
     return rows;
 }
 
-std::vector<ParentRow> ReadParents(CSession& session, bool judge)
+std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail)
 {
+    const bool judge = detail == ParentDetail::Support;
     const std::vector<CRavString> supporting = judge ? SupportingParents(session) : std::vector<CRavString>();
     const std::vector<VlanRow> vlans = judge ? ReadVlans(session) : std::vector<VlanRow>();
     const auto instances = ReadInstances();
     std::vector<ParentRow> rows;
-    const auto add = [&](const CRavString& key, bool isTeam) {
+    const auto add = [&](const CRavString& key, RAV_PARENT_TYPE type) {
         ParentRow row;
         row.key = key;
-        row.isTeam = isTeam;
-        row.name = ParentName(session, key, isTeam);
+        row.isTeam = type == RAV_PARENT_TEAM;
+        row.name = ParentName(session, key, type);
         const auto instance = instances.find(Upper(key));
         row.instance = instance != instances.end() ? instance->second : "";
         for (const VlanRow& vlan : vlans)
@@ -164,10 +163,10 @@ std::vector<ParentRow> ReadParents(CSession& session, bool judge)
     };
     std::vector<CRavString> keys;
     if (session.Teams() != nullptr && session.Teams()->EnumerateTeams(keys).Succeeded())
-        std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, true); });
+        std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, RAV_PARENT_TEAM); });
     keys.clear();
     if (!session.Core().EnumerateAdapters(keys).Succeeded())
         throw CommandError(EXIT_REFUSED, "the core agent cannot list the adapters");
-    std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, false); });
+    std::for_each(keys.begin(), keys.end(), [&](const CRavString& key) { add(key, RAV_PARENT_ADAPTER); });
     return rows;
 }

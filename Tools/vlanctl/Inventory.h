@@ -35,5 +35,10 @@ bool IsThere(CSession& session, const CRavString& vlanKey);
 // "Port A - VLAN : Sales (id 10)"
 std::string VlanText(const RAV_VLAN_INFO& info);
 
-// All adapters and teams, teams first. Support, reason and VLANs are filled only with `judge`, since asking takes time.
-std::vector<ParentRow> ReadParents(CSession& session, bool judge);
+enum class ParentDetail
+{
+    Names,
+    Support // and reason and VLANs, too, which takes time
+};
+// All adapters and teams, teams first.
+std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail);

@@ -107,7 +107,7 @@ std::string CodeText(const CResult& result)
         return "the operation failed; the trace log VlanAgent.txt in the suite's folder tells why";
     case RAV_CODE_HYPER_V:
         return HexCode(result.ulErrCode) + ": the VLAN is bound to the Hyper-V switch; take it off the switch first";
-    case static_cast<DWORD>(-333):
+    case RAV_CODE_REBOOT_PENDING:
         return "a restart of the system is pending; restart it and try again";
     case 0: // with class 2: the network configuration's lock was not to be had
     case ERROR_LOCK_VIOLATION:

@@ -69,7 +69,7 @@ Row FindOne(const std::vector<Row>& rows, const std::string& kind, const std::st
 
 ParentRow FindParent(CSession& session, const std::string& name)
 {
-    return FindOne(ReadParents(session, false), "adapter or team", name, IsParent,
+    return FindOne(ReadParents(session, ParentDetail::Names), "adapter or team", name, IsParent,
                    "; 'vlanctl parents --all' shows them");
 }
 

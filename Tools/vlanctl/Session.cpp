@@ -2,49 +2,16 @@
 
 #include "Common/Src/ComApartment.h"
 #include "Common/Src/Helper.h"
+#include "Common/Src/ModuleHandle.h"
+#include "Common/Src/SuiteNames.h"
 #include "Tools/vlanctl/Output.h"
 
 #include <objbase.h>
 #include <netcfgx.h>
 #include <wrl/client.h>
 
-#include <cstring>
-
 namespace
 {
-constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
-
-class Module
-{
-  public:
-    Module() = default;
-    ~Module()
-    {
-        if (m_handle != nullptr)
-            FreeLibrary(m_handle);
-    }
-    Module(const Module&) = delete;
-    Module& operator=(const Module&) = delete;
-
-    bool Load(const CRavString& path)
-    {
-        m_handle = LoadLibraryExW(path, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-        return m_handle != nullptr;
-    }
-    template <typename Function>
-    Function Export(const char* name) const
-    {
-        Function function = nullptr;
-        const FARPROC address = m_handle != nullptr ? GetProcAddress(m_handle, name) : nullptr;
-        static_assert(sizeof(function) == sizeof(address));
-        memcpy(&function, &address, sizeof(function));
-        return function;
-    }
-
-  private:
-    HMODULE m_handle = nullptr;
-};
-
 [[noreturn]] void NoSuite(const std::string& message)
 {
     throw CommandError(EXIT_NO_SUITE, message);
@@ -78,19 +45,22 @@ bool IsNetworkLocked(std::string& holder)
 struct CSession::Modules
 {
     CRavComApartment apartment; // left last
-    Module agent;
-    Module core;
-    Module team;
+    CRavModuleHandle agent;
+    CRavModuleHandle core;
+    CRavModuleHandle team;
 };
 
 CSession::CSession() : m_modules(std::make_unique<Modules>())
 {
     const CRavString folder = SuiteFolder();
-    const auto load = [&](Module& module, const wchar_t* file) { return module.Load(folder + L"\\" + file); };
-    if (!load(m_modules->core, L"CoreAgent.dll"))
+    const auto load = [&](CRavModuleHandle& module, const wchar_t* file) {
+        module = CRavModuleHandle(LoadLibraryExW(folder + L"\\" + file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+        return static_cast<bool>(module);
+    };
+    if (!load(m_modules->core, CORE_AGENT_FILE))
         NoSuite("the suite's core agent cannot be loaded from " + ToUtf8(folder) + " (error " +
                 std::to_string(GetLastError()) + ")");
-    if (!load(m_modules->agent, L"VlanAgent.dll"))
+    if (!load(m_modules->agent, VLAN_AGENT_FILE))
         NoSuite("the VLAN agent cannot be loaded from " + ToUtf8(folder) + " (error " + std::to_string(GetLastError()) +
                 ")");
 
@@ -109,7 +79,7 @@ CSession::CSession() : m_modules(std::make_unique<Modules>())
     if (m_pAgentPvt == nullptr)
         NoSuite("the VLAN agent could not be initialised; see the trace log VlanAgent.txt in " + ToUtf8(folder));
 
-    if (load(m_modules->team, L"TeamAgent.dll"))
+    if (load(m_modules->team, TEAM_AGENT_FILE))
     {
         const auto getTeams = m_modules->team.Export<RAV_GET_TEAM_AGENT_PVT>(RAV_GET_TEAM_AGENT_PVT_NAME);
         m_pTeams = getTeams != nullptr ? getTeams() : nullptr;

@@ -3,8 +3,11 @@
 #include "Suite/Lab/CoreAgent/LabCoreAgent.h"
 
 #include "Common/Library/RavMiniportReg.h"
+#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/RavRegKey.h"
 #include "Common/Settings/RavSetting.h"
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -12,8 +15,6 @@
 
 namespace
 {
-constexpr wchar_t VMQ[] = L"*VMQ";
-
 CResult NotFound()
 {
     return CResult(ERROR_FILE_NOT_FOUND);
@@ -29,17 +30,23 @@ bool IsAdapter(const CRavString& adapter)
     return LabHasKey(LabPath(LAB_ADAPTERS, adapter));
 }
 
-bool OpenInstance(const CRavString& adapter, CRavRegKey& key, bool write)
+enum class Access
+{
+    Read,
+    Write
+};
+
+bool OpenInstance(const CRavString& adapter, CRavRegKey& key, Access access)
 {
     const CRavString path = LabInstancePath(adapter);
-    return !path.IsEmpty() && key.Open(HKEY_LOCAL_MACHINE, path, write);
+    return !path.IsEmpty() && key.Open(HKEY_LOCAL_MACHINE, path, access == Access::Write);
 }
 
 bool IsInBindings(const wchar_t* service, const CRavString& adapter)
 {
     CRavRegKey linkage;
     return linkage.Open(HKEY_LOCAL_MACHINE, LabPath(SERVICES_KEY, service) + L"\\Linkage", false) &&
-           linkage.IsValueInMultiString(L"Bind", CRavString(L"\\Device\\") + adapter);
+           linkage.IsValueInMultiString(L"Bind", CRavString(DEVICE_PREFIX) + adapter);
 }
 
 bool IsVmqOn(const CRavString& adapter)
@@ -51,7 +58,7 @@ bool IsVmqOn(const CRavString& adapter)
 CResult CLabCoreAgent::GetParameter(const CRavString& strAdapter, RAV_PARAMETER& parameter)
 {
     CRavRegKey key;
-    if (!OpenInstance(strAdapter, key, false))
+    if (!OpenInstance(strAdapter, key, Access::Read))
         return NotFound();
     parameter.dwType = key.GetRegType(parameter.strName);
     const bool done = parameter.dwType == REG_SZ         ? key.GetValue(parameter.strName, parameter.strValue)
@@ -64,7 +71,7 @@ CResult CLabCoreAgent::GetParameter(const CRavString& strAdapter, RAV_PARAMETER&
 CResult CLabCoreAgent::SetParameter(const CRavString& strAdapter, const RAV_PARAMETER& parameter)
 {
     CRavRegKey key;
-    if (!OpenInstance(strAdapter, key, true))
+    if (!OpenInstance(strAdapter, key, Access::Write))
         return NotFound();
     const bool done = parameter.dwType == REG_SZ         ? key.SetValue(parameter.strName, parameter.strValue, false)
                       : parameter.dwType == REG_DWORD    ? key.SetValue(parameter.strName, parameter.dwValue)
@@ -76,7 +83,7 @@ CResult CLabCoreAgent::SetParameter(const CRavString& strAdapter, const RAV_PARA
 CResult CLabCoreAgent::DeleteParameter(const CRavString& strAdapter, const CRavString& strName)
 {
     CRavRegKey key;
-    return OpenInstance(strAdapter, key, true) && key.DeleteValue(strName) ? CResult::Success() : NotFound();
+    return OpenInstance(strAdapter, key, Access::Write) && key.DeleteValue(strName) ? CResult::Success() : NotFound();
 }
 
 CResult CLabCoreAgent::GetDisplayName(const CRavString& strAdapter, CRavString& strName)
@@ -95,7 +102,7 @@ CResult CLabCoreAgent::GetPermMacAddress(const CRavString& strAdapter, CRavStrin
 
 CResult CLabCoreAgent::IsBoundToXMS(const CRavString& strAdapter, bool& bBound)
 {
-    bBound = IsInBindings(L"oXMSProtocol", strAdapter);
+    bBound = IsInBindings(XMS_SERVICE, strAdapter);
     return IsAdapter(strAdapter) ? CResult::Success() : NotFound();
 }
 
@@ -141,7 +148,7 @@ CResult CLabCoreAgent::SetSetting(const CRavString& strAdapter, const CRavString
 CResult CLabCoreAgent::GetJumboFramesSettingForAdapter(const CRavString& strAdapter, RAV_SETTING** ppSetting)
 {
     const CResult result =
-        GetSetting(strAdapter, UsingStandardKeywords(strAdapter) ? L"*JumboPacket" : L"MaxFrameSize", ppSetting);
+        GetSetting(strAdapter, UsingStandardKeywords(strAdapter) ? JUMBO_PACKET : OLD_JUMBO_PACKET, ppSetting);
     // None is an answer, too.
     return result.ulErrCode == ERROR_FILE_NOT_FOUND && IsAdapter(strAdapter) ? CResult::Success() : result;
 }

@@ -77,11 +77,10 @@ CRavString ProgramName()
 void NoteHolder(const RAV_CLIENT_ID& client)
 {
     CRavRegKey key;
-    CRavString program = ProgramName();
     if (key.Create(HKEY_LOCAL_MACHINE, LAB_SUITE_LOCK, true, true))
     {
         key.SetValue(L"ProcessId", client.dwProcessId);
-        key.SetValue(L"Program", program, false);
+        key.SetValue(L"Program", ProgramName(), false);
     }
 }
 
@@ -121,14 +120,21 @@ class CWaitNote
     CRavString m_client;
 };
 
-// Stops or starts a device; one that is not there, or was not running before, is left alone.
-Change ChangeDevice(const CRavString& adapter, bool load, bool onlyIfLoaded, bool& reboot)
+enum class Device
 {
+    Stop,
+    Start
+};
+
+// One that is not there, or that is to be stopped and does not run, is left alone.
+Change ChangeDevice(const CRavString& adapter, Device order, bool& reboot)
+{
+    const bool load = order == Device::Start;
     CRavNetCfgInterface netCfg;
     CRavAdapter device(adapter);
     if (FAILED(netCfg.Initialize()))
         return Change::Failed;
-    if (!device.Initialize(netCfg).Succeeded() || (onlyIfLoaded && !device.IsDriverLoaded(netCfg)))
+    if (!device.Initialize(netCfg).Succeeded() || (!load && !device.IsDriverLoaded(netCfg)))
         return Change::Needless;
     if (device.ReloadDevice(load, reboot).Succeeded())
         return Change::Done;
@@ -269,7 +275,7 @@ bool CLabCoreAgent::WaitForApplyDone(const RAV_CLIENT_ID& /*client*/)
 
 CResult CLabCoreAgent::UnloadMiniport(const CRavString& strAdapter, bool& bReboot)
 {
-    switch (ChangeDevice(strAdapter, false, true, bReboot))
+    switch (ChangeDevice(strAdapter, Device::Stop, bReboot))
     {
     case Change::Done:
         QueueReload(strAdapter, true);
@@ -356,17 +362,17 @@ CResult CLabCoreAgent::ReloadAdapters(bool& reboot)
         reloads.swap(m_reloads);
     }
     bool failed = false;
-    const auto change = [&](const Reload& reload, bool load) {
-        const Change done = ChangeDevice(reload.adapter, load, !load, reboot);
+    const auto change = [&](const Reload& reload, Device order) {
+        const Change done = ChangeDevice(reload.adapter, order, reboot);
         failed = failed || done == Change::Failed;
         return done == Change::Done;
     };
     for (Reload& reload : reloads)
-        reload.unloaded = reload.unloaded || change(reload, false);
+        reload.unloaded = reload.unloaded || change(reload, Device::Stop);
     for (const Reload& reload : reloads)
     {
         if (reload.unloaded)
-            change(reload, true);
+            change(reload, Device::Start);
     }
     return failed ? CResult(ERROR_GEN_FAILURE) : CResult::Success();
 }

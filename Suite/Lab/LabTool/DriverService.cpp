@@ -1,6 +1,7 @@
 #include "Suite/Lab/LabTool/DriverService.h"
 
 #include "Common/Src/ServiceHandle.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/LabTool/LabCommands.h"
 
 #include <windows.h>
@@ -9,7 +10,6 @@
 
 namespace
 {
-constexpr wchar_t DRIVER_SERVICE[] = L"oXMSProtocol";
 constexpr wchar_t DRIVER_IMAGE[] = L"oXMSProtocol.sys";
 constexpr wchar_t DRIVER_DEVICE[] = L"\\\\.\\oXMSProtocol";
 constexpr int ATTEMPTS = 50;
@@ -32,11 +32,11 @@ SC_HANDLE CreateOrOpenService(SC_HANDLE manager)
 {
     const CRavString image = ProgramFolder() + L"\\" + DRIVER_IMAGE;
     SC_HANDLE service =
-        CreateServiceW(manager, DRIVER_SERVICE, L"Corvo intermediate driver", SERVICE_ALL_ACCESS, SERVICE_KERNEL_DRIVER,
+        CreateServiceW(manager, XMS_SERVICE, L"Corvo intermediate driver", SERVICE_ALL_ACCESS, SERVICE_KERNEL_DRIVER,
                        SERVICE_AUTO_START, SERVICE_ERROR_NORMAL, image, nullptr, nullptr, nullptr, nullptr, nullptr);
     if (service != nullptr || GetLastError() != ERROR_SERVICE_EXISTS)
         return service;
-    service = OpenServiceW(manager, DRIVER_SERVICE, SERVICE_ALL_ACCESS);
+    service = OpenServiceW(manager, XMS_SERVICE, SERVICE_ALL_ACCESS);
     // It may be another build's.
     if (service != nullptr)
         ChangeServiceConfigW(service, SERVICE_NO_CHANGE, SERVICE_AUTO_START, SERVICE_NO_CHANGE, image, nullptr, nullptr,
@@ -70,7 +70,7 @@ DWORD TryToStop()
 {
     const CRavServiceHandle manager(OpenSCManagerW(nullptr, nullptr, SC_MANAGER_ALL_ACCESS));
     const CRavServiceHandle service(
-        manager.Get() != nullptr ? OpenServiceW(manager.Get(), DRIVER_SERVICE, SERVICE_ALL_ACCESS) : nullptr);
+        manager.Get() != nullptr ? OpenServiceW(manager.Get(), XMS_SERVICE, SERVICE_ALL_ACCESS) : nullptr);
     if (service.Get() == nullptr)
         return GetLastError() == ERROR_SERVICE_DOES_NOT_EXIST ? ERROR_SUCCESS : GetLastError();
     if (!ChangeServiceConfigW(service.Get(), SERVICE_NO_CHANGE, SERVICE_DEMAND_START, SERVICE_NO_CHANGE, nullptr,

@@ -1,6 +1,10 @@
 #include "Suite/Lab/LabTool/HostBuilder.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/RavUtf8.h"
+#include "Common/Src/SuiteNames.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -37,18 +41,9 @@ const Protocol PROTOCOLS[] = {
     {L"{B0000001-0000-4000-8000-000000000001}", L"ms_tcpip", L"Tcpip", L"Internet Protocol Version 4 (TCP/IPv4)"},
     {L"{B0000001-0000-4000-8000-000000000002}", L"ms_tcpip6", L"Tcpip6", L"Internet Protocol Version 6 (TCP/IPv6)"},
     {L"{B0000001-0000-4000-8000-000000000003}", L"ms_lldp", L"MsLldp", L"Link-Layer Discovery Protocol Driver"},
-    {L"{B0000001-0000-4000-8000-000000000004}", L"oxmsprotocol", L"oXMSProtocol", L"Corvo Intermediate Driver"},
+    {L"{B0000001-0000-4000-8000-000000000004}", L"oxmsprotocol", XMS_SERVICE, L"Corvo Intermediate Driver"},
     {L"{B0000001-0000-4000-8000-000000000005}", L"vms_pp", L"VMSP", L"Hyper-V Extensible Virtual Switch"},
 };
-
-CRavString Wide(const std::string& text)
-{
-    const int length = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length);
-    wide.resize(static_cast<size_t>(size));
-    return CRavString(wide.c_str());
-}
 
 CRavString Format(CRavFormat<unsigned> format, unsigned number)
 {
@@ -59,7 +54,7 @@ CRavString Format(CRavFormat<unsigned> format, unsigned number)
 
 CRavString Device(const CRavString& guid)
 {
-    return CRavString(L"\\Device\\") + guid;
+    return CRavString(DEVICE_PREFIX) + guid;
 }
 
 // Writes values below one key, and remembers whether all went well.
@@ -128,26 +123,26 @@ class Builder
 
     void BuildSuite()
     {
-        Key(SUITE_KEY).Text(L"InstalledDir", m_folder).Number(L"TRACE", 1);
+        Key(SUITE_KEY).Text(SuiteValue::InstalledDir, m_folder).Number(SuiteValue::Trace, 1);
         Key(LAB_KEY)
             .List(LAB_ADAPTER_ORDER, {})
             .List(LAB_TEAM_ORDER, {})
             .Text(LAB_STATE_DIR, m_folder + L"\\lab-state");
         Key(CLASS_KEY).Text(L"Class", L"Net").Text(L"Installer32", m_folder + L"\\NetCfg.dll,NetClassInstaller");
         for (const LabSetting& setting : m_host.templates)
-            BuildTemplate(LabPath(TEMPLATES_KEY, Wide(setting.name)), setting);
+            BuildTemplate(LabPath(TEMPLATES_KEY, FromUtf8(setting.name)), setting);
     }
 
     void BuildTemplate(const CRavString& path, const LabSetting& setting)
     {
         const auto number = [](int value) { return Format(L"%d", static_cast<unsigned>(value)); };
         Key(path)
-            .Text(L"Type", Wide(setting.type))
+            .Text(L"Type", FromUtf8(setting.type))
             .Text(L"Default", number(setting.defaultValue))
             .Text(L"ExposeLevel", number(setting.exposeLevel))
-            .Text(L"ParamDesc", Wide(setting.description));
+            .Text(L"ParamDesc", FromUtf8(setting.description));
         for (const auto& [value, text] : setting.choices)
-            Key(path + L"\\Enum").Text(number(value), Wide(text));
+            Key(path + L"\\Enum").Text(number(value), FromUtf8(text));
         if (setting.type == "int")
             Key(path)
                 .Text(L"Base", number(setting.base))
@@ -177,12 +172,12 @@ class Builder
         const CRavString instance = Format(L"%04u", node.instance);
         node.instancePath = LabPath(CLASS_KEY, instance);
         Key(node.instancePath)
-            .Text(L"NetCfgInstanceId", node.guid)
+            .Text(NetworkValue::NetCfgInstanceId, node.guid)
             .Text(L"ComponentId", make.componentId)
-            .Text(L"DriverDesc", make.description)
+            .Text(NetworkValue::DriverDesc, make.description)
             .Text(L"ProviderName", make.provider)
             .Text(L"DriverVersion", L"12.1.0.0")
-            .Number(L"Characteristics", characteristics)
+            .Number(NetworkValue::Characteristics, characteristics)
             .Text(L"DeviceInstanceID", device);
         Key(node.instancePath + L"\\Linkage").List(L"Export", {Device(node.guid)}).List(L"RootDevice", {node.guid});
         Key(LabPath(ENUM_KEY, device))
@@ -190,7 +185,7 @@ class Builder
             .Text(L"Class", L"Net")
             .Text(L"Driver", CRavString(NETWORK_CLASS_GUID) + L"\\" + instance)
             .Text(L"DeviceDesc", make.description)
-            .Text(L"FriendlyName", Wide(name))
+            .Text(NetworkValue::FriendlyName, FromUtf8(name))
             .List(L"HardwareID", {make.componentId})
             .Number(L"ConfigFlags", 0);
         Key(LabPath(NETWORK_KEY, NETWORK_CLASS_GUID) + L"\\" + node.guid + L"\\Connection")
@@ -206,9 +201,9 @@ class Builder
         Node node = BuildComponent(adapter.name, m_lastNumber, make, device, PHYSICAL);
         node.mac = adapter.mac;
         for (const auto& [name, value] : adapter.parameters)
-            Key(node.instancePath).Text(Wide(name), Wide(value));
+            Key(node.instancePath).Text(FromUtf8(name), FromUtf8(value));
         BuildSettings(adapter, node.instancePath);
-        Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(L"EnableDHCP", adapter.dhcp ? 1 : 0);
+        Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(NetworkValue::EnableDhcp, adapter.dhcp ? 1 : 0);
         Key(LabPath(LAB_DEVICES, node.guid)).Number(L"Problem", adapter.driverLoaded ? 0 : PROBLEM_NOT_LOADED);
         if (adapter.rebootNeeded)
             Key(LabPath(LAB_DEVICES, node.guid)).Number(LAB_REBOOT_NEEDED, 1);
@@ -220,7 +215,7 @@ class Builder
             .Number(L"Vorn", adapter.driverSupportsVlans)
             .Number(L"StandardKeywords", adapter.standardKeywords)
             .Number(L"XmsRule", 1)
-            .Text(L"PermanentMac", Wide(adapter.mac));
+            .Text(L"PermanentMac", FromUtf8(adapter.mac));
         m_adapterOrder.push_back(node.guid);
         Key(LAB_KEY).List(LAB_ADAPTER_ORDER, m_adapterOrder);
         m_nodes[adapter.name] = node;
@@ -253,8 +248,8 @@ class Builder
 
     void BuildSetting(const CRavString& instancePath, const LabSetting& setting, int current)
     {
-        BuildTemplate(instancePath + L"\\Ndi\\Params\\" + Wide(setting.name), setting);
-        Key(instancePath).Text(Wide(setting.name), Format(L"%d", static_cast<unsigned>(current)));
+        BuildTemplate(instancePath + L"\\Ndi\\Params\\" + FromUtf8(setting.name), setting);
+        Key(instancePath).Text(FromUtf8(setting.name), Format(L"%d", static_cast<unsigned>(current)));
     }
 
     void BuildTeam(const LabTeam& team)
@@ -262,7 +257,9 @@ class Builder
         Node node = BuildComponent(team.name, ++m_lastNumber, MINIPORT_MAKE, NextRootDevice(), VIRTUAL_MINIPORT);
         node.isTeam = true;
         node.mac = m_nodes[team.members.front()].mac;
-        Key(node.instancePath).Number(L"SupportedFeatures", 1).Number(L"TeamMode", static_cast<DWORD>(team.mode));
+        Key(node.instancePath)
+            .Number(XmsValue::SupportedFeatures, FEATURE_OVER_TEAM)
+            .Number(XmsValue::TeamMode, static_cast<DWORD>(team.mode));
         node.group = m_lastGroup++;
         for (const std::string& name : team.members)
         {
@@ -272,7 +269,7 @@ class Builder
             BuildDriverEntry(member, node.group, static_cast<DWORD>(team.members.size()), {Device(node.guid)}, 0);
         }
         Key(LabPath(LAB_TEAMS, node.guid))
-            .Text(L"Name", Wide(team.name))
+            .Text(L"Name", FromUtf8(team.name))
             .Number(L"SupportsVlans", team.supportsVlans)
             .List(L"Members", node.members);
         m_teamOrder.push_back(node.guid);
@@ -284,14 +281,16 @@ class Builder
                           DWORD tagging)
     {
         Key(LabPath(XMS_ADAPTERS_KEY, adapter.guid))
-            .Number(L"LogicalGroupID", group)
-            .Number(L"PhysicalAdapterID", adapter.instance)
-            .Text(L"AdapterName", LabDisplayName(adapter.guid))
-            .Number(L"TotalPhysicalAdapters", total)
-            .List(L"MiniportBindingList", bindings)
-            .Number(L"MiniportBindingListCount", static_cast<DWORD>(bindings.size()))
-            .Number(L"TaggingMode", tagging);
-        Key(adapter.instancePath).Number(L"XMSLoaded", 1).Text(L"NetworkAddress", Wide(adapter.mac));
+            .Number(XmsValue::LogicalGroupId, group)
+            .Number(XmsValue::PhysicalAdapterId, adapter.instance)
+            .Text(XmsValue::AdapterName, LabDisplayName(adapter.guid))
+            .Number(XmsValue::TotalPhysicalAdapters, total)
+            .List(XmsValue::BindingList, bindings)
+            .Number(XmsValue::BindingListCount, static_cast<DWORD>(bindings.size()))
+            .Number(XmsValue::TaggingMode, tagging);
+        Key(adapter.instancePath)
+            .Number(XmsValue::XmsLoaded, 1)
+            .Text(NetworkValue::NetworkAddress, FromUtf8(adapter.mac));
     }
 
     void BuildVlan(const LabVlan& vlan, size_t number)
@@ -303,20 +302,20 @@ class Builder
         const Node node = BuildComponent(displayName, number, MINIPORT_MAKE, NextRootDevice(), VIRTUAL_MINIPORT);
         if (parent.isTeam)
             Key(node.instancePath)
-                .Number(L"TeamMode", LabNumber(parent.instancePath, L"TeamMode", 0))
-                .Number(L"TotalPhysicalAdapters", static_cast<DWORD>(parent.members.size()));
+                .Number(XmsValue::TeamMode, LabNumber(parent.instancePath, XmsValue::TeamMode, 0))
+                .Number(XmsValue::TotalPhysicalAdapters, static_cast<DWORD>(parent.members.size()));
         if (vlan.id != 0)
-            Key(node.instancePath).Number(L"VLANID", static_cast<DWORD>(vlan.id));
+            Key(node.instancePath).Number(XmsValue::VlanId, static_cast<DWORD>(vlan.id));
         Key(node.instancePath)
             .Text(L"MediaType", L"0")
-            .Number(L"LogicalGroupID", parent.group)
-            .Text(L"RavXmsMiniportKey", node.guid)
-            .Text(L"RavVlanParentKey", parent.guid)
-            .Number(L"RavVlanType", 1)
-            .Text(L"NetworkAddress", Wide(parent.mac))
-            .Number(L"SupportedFeatures", parent.isTeam ? 9 : 8)
-            .Text(L"VLANName", Wide(vlan.name))
-            .Text(L"VLANDisplayName", Wide(displayName));
+            .Number(XmsValue::LogicalGroupId, parent.group)
+            .Text(XmsValue::XmsMiniportKey, node.guid)
+            .Text(XmsValue::VlanParentKey, parent.guid)
+            .Number(XmsValue::VlanType, 1)
+            .Text(NetworkValue::NetworkAddress, FromUtf8(parent.mac))
+            .Number(XmsValue::SupportedFeatures, parent.isTeam ? FEATURE_VLAN | FEATURE_OVER_TEAM : FEATURE_VLAN)
+            .Text(XmsValue::VlanName, FromUtf8(vlan.name))
+            .Text(XmsValue::VlanDisplayName, FromUtf8(displayName));
         for (const LabSetting& setting : m_host.templates)
         {
             if (setting.name != "*JumboPacket")
@@ -349,9 +348,9 @@ class Builder
                 bindings.insert(bindings.begin(), Device(parent.guid));
             BuildDriverEntry(node, parent.group, isMember ? static_cast<DWORD>(parent.members.size()) : 1, bindings,
                              tagging);
-            Key(node.instancePath).Number(L"TaggingMode", ids.empty() ? 0 : 1);
+            Key(node.instancePath).Number(XmsValue::TaggingMode, ids.empty() ? 0 : 1);
             if (!ids.empty())
-                Key(node.instancePath).List(L"VLANID", ids).Number(L"VlanMode", 1);
+                Key(node.instancePath).List(XmsValue::VlanId, ids).Number(XmsValue::VlanMode, 1);
             MoveDhcp(node);
         }
     }
@@ -359,11 +358,11 @@ class Builder
     void MoveDhcp(const Node& adapter)
     {
         const CRavString tcpip = LabPath(TCPIP_INTERFACES_KEY, adapter.guid);
-        const CRavString configuration = CRavString(XMS_PARAMETERS_KEY) + L"\\Configuration\\" + adapter.guid;
+        const CRavString configuration = LabPath(XMS_CONFIGURATION_KEY, adapter.guid);
         if (LabHasKey(configuration))
             return;
-        Key(configuration).Number(L"EnableDHCP", LabNumber(tcpip, L"EnableDHCP", 0));
-        Key(tcpip).Number(L"EnableDHCP", 0);
+        Key(configuration).Number(NetworkValue::EnableDhcp, LabNumber(tcpip, NetworkValue::EnableDhcp, 0));
+        Key(tcpip).Number(NetworkValue::EnableDhcp, 0);
     }
 
     void BuildBindings()
@@ -437,7 +436,7 @@ bool BuildHost(const LabHost& host, const CRavString& folder)
 
 void RemoveHost()
 {
-    DeleteTree(L"SYSTEM\\CurrentControlSet\\Control\\Class", NETWORK_CLASS_GUID);
+    DeleteTree(CLASSES_KEY, NETWORK_CLASS_GUID);
     for (const Make& make : {OWN_MAKE, OTHER_MAKE, MINIPORT_MAKE})
         DeleteTree(ENUM_KEY, make.devices);
     DeleteTree(NETWORK_KEY, NETWORK_CLASS_GUID);
@@ -448,8 +447,8 @@ void RemoveHost()
     }
     for (const CRavString& adapter : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
         DeleteTree(TCPIP_INTERFACES_KEY, adapter);
-    DeleteTree(LabPath(SERVICES_KEY, L"oXMSProtocol"), L"Parameters");
-    DeleteTree(L"SOFTWARE\\CORVO", L"NETWORK_SERVICES");
+    DeleteTree(LabPath(SERVICES_KEY, XMS_SERVICE), L"Parameters");
+    DeleteTree(MAKER_KEY, SUITES_NAME);
     RemoveDirectoryW(LabText(LAB_KEY, LAB_STATE_DIR));
     DeleteTree(L"SOFTWARE", L"VlanLab");
 }

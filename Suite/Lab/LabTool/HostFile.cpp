@@ -1,6 +1,7 @@
 #include "Suite/Lab/LabTool/HostFile.h"
 
-#include "Common/Src/RavString.h"
+#include "Common/Src/RavUtf8.h"
+#include "Src/RavVlanTypes.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,7 +17,6 @@ using Json = nlohmann::json;
 
 namespace
 {
-constexpr int MAX_VLAN_ID = 4094;
 constexpr size_t MAX_VLAN_NAME = 32;
 constexpr char FORBIDDEN_IN_VLAN_NAMES[] = "/\\*:><|?\"";
 // What makes a driver key the key of this adapter.
@@ -33,18 +33,10 @@ std::string At(const std::string& list, size_t index)
     return list + "[" + std::to_string(index) + "]";
 }
 
-CRavString Wide(const std::string& text)
-{
-    const int length = static_cast<int>(text.size());
-    std::wstring wide(text.size(), L'\0');
-    wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text.data(), length, wide.data(), length)));
-    return CRavString(wide.c_str());
-}
-
 // Names of the registry and of adapters are the same in any case.
 std::wstring Folded(const std::string& text)
 {
-    CRavString folded = Wide(text);
+    CRavString folded = FromUtf8(text);
     folded.MakeLower();
     return folded;
 }
@@ -65,6 +57,12 @@ int NumberAt(const Json& json, const std::string& place, int min, int max)
     return json.get<int>();
 }
 
+enum class Need
+{
+    Optional,
+    Required
+};
+
 // One object of the file: reads members of a known type, and finds the unknown ones.
 class Reader
 {
@@ -74,27 +72,27 @@ class Reader
         if (!json.is_object())
             Fail(m_place, "an object is needed here");
     }
-    void Text(const char* name, std::string& value, bool required = false)
+    void Text(const char* name, std::string& value, Need need = Need::Optional)
     {
-        if (const Json* const member = Member(name, required))
+        if (const Json* const member = Member(name, need))
             value = TextAt(*member, Place(name));
     }
     void Flag(const char* name, bool& value)
     {
-        const Json* const member = Member(name, false);
+        const Json* const member = Member(name);
         if (member != nullptr && !member->is_boolean())
             Bad(name, "true or false is needed");
         if (member != nullptr)
             value = member->get<bool>();
     }
-    void Number(const char* name, int& value, int min, int max, bool required = false)
+    void Number(const char* name, int& value, int min, int max, Need need = Need::Optional)
     {
-        if (const Json* const member = Member(name, required))
+        if (const Json* const member = Member(name, need))
             value = NumberAt(*member, Place(name), min, max);
     }
     void Each(const char* name, const std::function<void(const Json&, const std::string&)>& visit)
     {
-        const Json* const member = Member(name, false);
+        const Json* const member = Member(name);
         if (member == nullptr)
             return;
         if (!member->is_array())
@@ -102,11 +100,11 @@ class Reader
         for (size_t index = 0; index < member->size(); ++index)
             visit((*member)[index], At(Place(name), index));
     }
-    const Json* Member(const char* name, bool required)
+    const Json* Member(const char* name, Need need = Need::Optional)
     {
         m_known.insert(name);
         const auto member = m_json.find(name);
-        if (member == m_json.end() && required)
+        if (member == m_json.end() && need == Need::Required)
             Bad(name, "is missing");
         return member != m_json.end() ? &*member : nullptr;
     }
@@ -141,8 +139,8 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
 {
     LabAdapter adapter;
     Reader reader(json, place);
-    reader.Text("name", adapter.name, true);
-    reader.Text("mac", adapter.mac, true);
+    reader.Text("name", adapter.name, Need::Required);
+    reader.Text("mac", adapter.mac, Need::Required);
     if (adapter.mac.size() != 12 ||
         !std::all_of(adapter.mac.begin(), adapter.mac.end(), [](unsigned char c) { return std::isxdigit(c) != 0; }))
         reader.Bad("mac", "twelve hexadecimal digits are needed");
@@ -155,7 +153,7 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
     reader.Flag("hyperV", adapter.hyperV);
     reader.Flag("dhcp", adapter.dhcp);
     reader.Flag("rebootNeeded", adapter.rebootNeeded);
-    if (reader.Member("vmq", false) != nullptr)
+    if (reader.Member("vmq") != nullptr)
     {
         bool on = false;
         reader.Flag("vmq", on);
@@ -167,7 +165,7 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
             Fail(at, "this size is there already");
         adapter.jumboFrames.push_back(bytes);
     });
-    if (const Json* const parameters = reader.Member("parameters", false))
+    if (const Json* const parameters = reader.Member("parameters"))
     {
         if (!parameters->is_object())
             reader.Bad("parameters", "an object of texts is needed");
@@ -185,7 +183,7 @@ LabTeam ParseTeam(const Json& json, const std::string& place)
 {
     LabTeam team;
     Reader reader(json, place);
-    reader.Text("name", team.name, true);
+    reader.Text("name", team.name, Need::Required);
     reader.Number("mode", team.mode, 1, 6);
     reader.Flag("supportsVlans", team.supportsVlans);
     reader.Each("members",
@@ -200,10 +198,10 @@ LabVlan ParseVlan(const Json& json, const std::string& place)
 {
     LabVlan vlan;
     Reader reader(json, place);
-    reader.Text("parent", vlan.parent, true);
-    reader.Number("id", vlan.id, 0, MAX_VLAN_ID, true);
-    reader.Text("name", vlan.name, true);
-    if (Wide(vlan.name).Length() > MAX_VLAN_NAME || vlan.name.front() == ' ' ||
+    reader.Text("parent", vlan.parent, Need::Required);
+    reader.Number("id", vlan.id, 0, static_cast<int>(RAV_MAX_VLAN_ID), Need::Required);
+    reader.Text("name", vlan.name, Need::Required);
+    if (FromUtf8(vlan.name).Length() > MAX_VLAN_NAME || vlan.name.front() == ' ' ||
         vlan.name.find_first_of(FORBIDDEN_IN_VLAN_NAMES) != std::string::npos)
         reader.Bad("name", "at most 32 characters, none of " + std::string(FORBIDDEN_IN_VLAN_NAMES) +
                                ", and no blank at the beginning");
@@ -221,10 +219,10 @@ LabSetting ParseTemplate(const Json& json, const std::string& place)
 {
     LabSetting setting;
     Reader reader(json, place);
-    reader.Text("name", setting.name, true);
-    reader.Text("type", setting.type, true);
-    reader.Text("description", setting.description, true);
-    reader.Number("default", setting.defaultValue, INT_MIN, INT_MAX, true);
+    reader.Text("name", setting.name, Need::Required);
+    reader.Text("type", setting.type, Need::Required);
+    reader.Text("description", setting.description, Need::Required);
+    reader.Number("default", setting.defaultValue, INT_MIN, INT_MAX, Need::Required);
     reader.Number("exposeLevel", setting.exposeLevel, 0, 3);
     reader.Number("base", setting.base, 10, 16);
     reader.Number("min", setting.min, INT_MIN, INT_MAX);
@@ -235,8 +233,8 @@ LabSetting ParseTemplate(const Json& json, const std::string& place)
         Reader one(choice, at);
         int value = 0;
         std::string text;
-        one.Number("value", value, INT_MIN, INT_MAX, true);
-        one.Text("text", text, true);
+        one.Number("value", value, INT_MIN, INT_MAX, Need::Required);
+        one.Text("text", text, Need::Required);
         one.Finish();
         if (HasChoice(setting, value))
             Fail(at + ".value", "this value is there already");

@@ -22,7 +22,12 @@ class DriverError : public LabError
 
 void Write(const std::string& text);
 
-void RunShow(bool json);
+enum class OutputFormat
+{
+    Table,
+    Json
+};
+void RunShow(OutputFormat format);
 void RunSet(const std::string& name, const std::string& property, const std::string& value);
 
 // --- Platform.cpp: the parts of the lab that lie outside the host's registry ----------------------------------------

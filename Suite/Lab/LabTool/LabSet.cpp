@@ -1,6 +1,9 @@
 #include "Suite/Lab/LabTool/LabCommands.h"
 
+#include "Common/Settings/RavAdvancedSettingNames.h"
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -21,7 +24,7 @@ Setter Flag(const wchar_t* name)
 bool SetBinding(const CRavString& guid, bool on)
 {
     CRavRegKey key;
-    const CRavString device = CRavString(L"\\Device\\") + guid;
+    const CRavString device = CRavString(DEVICE_PREFIX) + guid;
     return key.Create(HKEY_LOCAL_MACHINE, LabPath(SERVICES_KEY, L"VMSP") + L"\\Linkage", true, false) &&
            (on ? key.AddValueToMultiString(L"Bind", device) : key.RemoveValueFromMultiString(L"Bind", device));
 }
@@ -30,7 +33,7 @@ bool SetVmq(const CRavString& guid, bool on)
 {
     if (LabNumber(LabPath(LAB_ADAPTERS, guid), L"Vmq", 0) == 0)
         throw LabError("this adapter has no virtual machine queues");
-    return LabSetText(LabInstancePath(guid), L"*VMQ", on ? L"1" : L"0");
+    return LabSetText(LabInstancePath(guid), VMQ, on ? L"1" : L"0");
 }
 
 bool SetLoaded(const CRavString& guid, bool on)
@@ -45,7 +48,7 @@ bool SetRebootNeeded(const CRavString& guid, bool on)
 
 bool SetDhcp(const CRavString& guid, bool on)
 {
-    return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), L"EnableDHCP", on);
+    return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), NetworkValue::EnableDhcp, on);
 }
 
 bool SetSupportsVlans(const CRavString& guid, bool on)
@@ -99,8 +102,8 @@ std::vector<CRavString> VlanKeys()
     while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
     {
         const CRavString path = LabPath(CLASS_KEY, instance);
-        if ((LabNumber(path, L"SupportedFeatures", 0) & 8) != 0)
-            keys.push_back(LabText(path, L"NetCfgInstanceId"));
+        if ((LabNumber(path, XmsValue::SupportedFeatures, 0) & FEATURE_VLAN) != 0)
+            keys.push_back(LabText(path, NetworkValue::NetCfgInstanceId));
     }
     return keys;
 }

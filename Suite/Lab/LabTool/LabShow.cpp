@@ -1,6 +1,9 @@
 #include "Suite/Lab/LabTool/LabCommands.h"
 
+#include "Common/Settings/RavAdvancedSettingNames.h"
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -35,11 +38,11 @@ std::string State(const CRavString& guid)
 Json Bindings(const CRavString& guid)
 {
     Json array = Json::array();
-    for (const wchar_t* const service : {L"Tcpip", L"Tcpip6", L"MsLldp", L"oXMSProtocol", L"VMSP"})
+    for (const wchar_t* const service : {L"Tcpip", L"Tcpip6", L"MsLldp", XMS_SERVICE, L"VMSP"})
     {
         for (const CRavString& device : LabList(LabPath(SERVICES_KEY, service) + L"\\Linkage", L"Bind"))
         {
-            if (device.CompareI(CRavString(L"\\Device\\") + guid))
+            if (device.CompareI(CRavString(DEVICE_PREFIX) + guid))
                 array.push_back(ToUtf8(service));
         }
     }
@@ -63,9 +66,9 @@ Json AdapterToJson(const CRavString& guid)
             {"corvo", flag(L"Corvo")},
             {"vlansOnPort", flag(L"VlansOnPort")},
             {"virtualDevice", flag(L"VirtualDevice")},
-            {"vmq", flag(L"Vmq") ? (Text(instance, L"*VMQ") == "1" ? "on" : "off") : "none"},
+            {"vmq", flag(L"Vmq") ? (Text(instance, VMQ) == "1" ? "on" : "off") : "none"},
             {"team", team.IsEmpty() ? "" : Text(LabPath(LAB_TEAMS, team), L"Name")},
-            {"vlanIds", List(instance, L"VLANID")},
+            {"vlanIds", List(instance, XmsValue::VlanId)},
             {"bindings", Bindings(guid)}};
 }
 
@@ -77,7 +80,7 @@ Json TeamToJson(const CRavString& guid)
         members.push_back(ToUtf8(LabDisplayName(member)));
     return {{"name", Text(path, L"Name")},
             {"key", ToUtf8(guid)},
-            {"mode", LabNumber(LabInstancePath(guid), L"TeamMode", 0)},
+            {"mode", LabNumber(LabInstancePath(guid), XmsValue::TeamMode, 0)},
             {"supportsVlans", LabNumber(path, L"SupportsVlans", 0) != 0},
             {"members", members},
             {"lastVlanNotices", LabNumber(path, L"LastVlanNotices", 0)},
@@ -86,7 +89,7 @@ Json TeamToJson(const CRavString& guid)
 
 bool IsVlan(const CRavString& instance)
 {
-    return (LabNumber(instance, L"SupportedFeatures", 0) & 8) != 0;
+    return (LabNumber(instance, XmsValue::SupportedFeatures, 0) & FEATURE_VLAN) != 0;
 }
 
 Json VlansToJson()
@@ -100,15 +103,15 @@ Json VlansToJson()
         const CRavString path = LabPath(CLASS_KEY, instance);
         if (!IsVlan(path))
             continue;
-        const CRavString guid = LabText(path, L"NetCfgInstanceId");
-        array.push_back({{"displayName", Text(path, L"VLANDisplayName")},
-                         {"id", LabNumber(path, L"VLANID", 0)},
+        const CRavString guid = LabText(path, NetworkValue::NetCfgInstanceId);
+        array.push_back({{"displayName", Text(path, XmsValue::VlanDisplayName)},
+                         {"id", LabNumber(path, XmsValue::VlanId, 0)},
                          {"key", ToUtf8(guid)},
                          {"instance", ToUtf8(instance)},
                          {"driver", State(guid)},
                          {"stops", LabNumber(LabPath(LAB_DEVICES, guid), L"Stops", 0)},
                          {"starts", LabNumber(LabPath(LAB_DEVICES, guid), L"Starts", 0)},
-                         {"mac", Text(path, L"NetworkAddress")},
+                         {"mac", Text(path, NetworkValue::NetworkAddress)},
                          {"bindings", Bindings(guid)}});
     }
     return array;
@@ -213,12 +216,12 @@ void ShowTable(const char* title, const Json& rows)
 }
 } // namespace
 
-void RunShow(bool json)
+void RunShow(OutputFormat format)
 {
     if (!LabHasKey(LAB_KEY))
         throw LabError("the lab is not up; 'lab up HOST.json' builds a host");
     const Json host = HostToJson();
-    if (json)
+    if (format == OutputFormat::Json)
     {
         // What the driver was sent may be any bytes.
         Write(host.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");

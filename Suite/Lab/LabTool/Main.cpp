@@ -79,7 +79,7 @@ int RunLab()
     up->callback([&] { command = [&] { RunUp(file); }; });
     CLI::App* const show = app.add_subcommand("show", "Show the host");
     show->add_flag("--json", json, "Output for programs");
-    show->callback([&] { command = [&] { RunShow(json); }; });
+    show->callback([&] { command = [&] { RunShow(json ? OutputFormat::Json : OutputFormat::Table); }; });
     CLI::App* const set = app.add_subcommand("set", "Change one property of an adapter, team or VLAN");
     set->add_option("NAME", name, "Display name, instance number or key")->required();
     set->add_option("PROPERTY", property, "What to change; an unknown one lists them")->required();

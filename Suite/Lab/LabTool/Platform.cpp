@@ -1,12 +1,12 @@
 #include "Suite/Lab/LabTool/LabCommands.h"
 
+#include "Common/Src/ModuleHandle.h"
 #include "Common/Src/RavRegKey.h"
 #include "Suite/Lab/LabTool/DriverService.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <windows.h>
 
-#include <cstring>
 #include <functional>
 #include <iostream>
 
@@ -15,31 +15,16 @@ namespace
 constexpr wchar_t APP_DEFAULTS[] = L"Software\\Wine\\AppDefaults";
 constexpr const wchar_t* PROGRAMS[] = {L"vlanctl.exe", L"bench.exe"};
 
-class Server
+// One of the COM server's exports.
+void CallServer(const char* name)
 {
-  public:
-    Server() : m_module(LoadLibraryW(ProgramFolder() + L"\\NetCfg.dll")) {}
-    ~Server()
-    {
-        if (m_module != nullptr)
-            FreeLibrary(m_module);
-    }
-    Server(const Server&) = delete;
-    Server& operator=(const Server&) = delete;
-    void Call(const char* name) const
-    {
-        HRESULT(STDAPICALLTYPE * function)() = nullptr;
-        const FARPROC address = m_module != nullptr ? GetProcAddress(m_module, name) : nullptr;
-        memcpy(&function, &address, sizeof(function));
-        if (function == nullptr)
-            throw LabError(std::string("NetCfg.dll cannot be loaded, or has no ") + name);
-        if (FAILED(function()))
-            throw LabError(std::string("NetCfg.dll: ") + name + " failed");
-    }
-
-  private:
-    HMODULE m_module;
-};
+    const CRavModuleHandle server(LoadLibraryW(ProgramFolder() + L"\\NetCfg.dll"));
+    const auto function = server.Export<HRESULT(STDAPICALLTYPE*)()>(name);
+    if (function == nullptr)
+        throw LabError(std::string("NetCfg.dll cannot be loaded, or has no ") + name);
+    if (FAILED(function()))
+        throw LabError(std::string("NetCfg.dll: ") + name + " failed");
+}
 
 // The edition of Windows that programs see is Wine's to say, program by program.
 void SetEdition(const std::string& edition)
@@ -47,9 +32,8 @@ void SetEdition(const std::string& edition)
     for (const wchar_t* const program : PROGRAMS)
     {
         CRavRegKey key;
-        CRavString version = edition == "server" ? L"win2008" : L"win10";
         if (!key.Create(HKEY_CURRENT_USER, CRavString(APP_DEFAULTS) + L"\\" + program, true, false) ||
-            !key.SetValue(L"Version", version, false))
+            !key.SetValue(L"Version", edition == "server" ? L"win2008" : L"win10", false))
             throw LabError("the edition of Windows cannot be set");
     }
 }
@@ -82,7 +66,7 @@ CRavString ProgramFolder()
 
 void StartPlatform(const std::string& edition)
 {
-    Server().Call("DllRegisterServer");
+    CallServer("DllRegisterServer");
     StartDriver();
     SetEdition(edition);
 }
@@ -90,7 +74,7 @@ void StartPlatform(const std::string& edition)
 std::string StopPlatform()
 {
     std::string errors;
-    const std::function<void()> steps[] = {ClearEdition, StopDriver, [] { Server().Call("DllUnregisterServer"); }};
+    const std::function<void()> steps[] = {ClearEdition, StopDriver, [] { CallServer("DllUnregisterServer"); }};
     for (const auto& step : steps)
     {
         try

@@ -1,5 +1,9 @@
 #pragma once
 
+#include "Common/Src/NetworkNames.h"
+#include "Common/Src/SuiteNames.h"
+#include "Common/Src/XmsNames.h"
+
 // Where the lab keeps what a real machine keeps in hardware and in the closed parts of the suite.
 
 inline constexpr wchar_t LAB_KEY[] = L"SOFTWARE\\VlanLab";
@@ -23,17 +27,3 @@ inline constexpr wchar_t LAB_TEAM_ORDER[] = L"TeamOrder";
 inline constexpr wchar_t LAB_STATE_DIR[] = L"StateDir";
 inline constexpr wchar_t LAB_REBOOT_NEEDED[] = L"RebootNeeded"; // of a device: its changes ask for a restart
 inline constexpr wchar_t LAB_REBOOT_REQUESTED[] = L"RebootRequested";
-
-inline constexpr wchar_t CLASS_KEY[] =
-    L"SYSTEM\\CurrentControlSet\\Control\\Class\\{4D36E972-E325-11CE-BFC1-08002BE10318}";
-inline constexpr wchar_t NETWORK_CLASS_GUID[] = L"{4D36E972-E325-11CE-BFC1-08002BE10318}";
-inline constexpr wchar_t PROTOCOL_CLASS_GUID[] = L"{4D36E975-E325-11CE-BFC1-08002BE10318}";
-inline constexpr wchar_t ENUM_KEY[] = L"SYSTEM\\CurrentControlSet\\Enum";
-inline constexpr wchar_t NETWORK_KEY[] = L"SYSTEM\\CurrentControlSet\\Control\\Network";
-inline constexpr wchar_t SERVICES_KEY[] = L"SYSTEM\\CurrentControlSet\\Services";
-inline constexpr wchar_t TCPIP_INTERFACES_KEY[] = L"SYSTEM\\CurrentControlSet\\Services\\Tcpip\\Parameters\\Interfaces";
-inline constexpr wchar_t XMS_PARAMETERS_KEY[] = L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters";
-inline constexpr wchar_t XMS_ADAPTERS_KEY[] =
-    L"SYSTEM\\CurrentControlSet\\Services\\oXMSProtocol\\Parameters\\Adapters";
-inline constexpr wchar_t SUITE_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
-inline constexpr wchar_t TEMPLATES_KEY[] = L"SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2\\Agents\\Kirvel\\Settings";

@@ -1,5 +1,6 @@
 #include "Suite/Lab/State/LabState.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
 #include "Suite/Lab/State/LabNames.h"
 
@@ -69,7 +70,7 @@ CRavString LabInstancePath(const CRavString& guid)
     while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
     {
         const CRavString path = LabPath(CLASS_KEY, instance);
-        if (LabText(path, L"NetCfgInstanceId").CompareI(guid))
+        if (LabText(path, NetworkValue::NetCfgInstanceId).CompareI(guid))
             return path;
     }
     return CRavString();
@@ -81,8 +82,8 @@ CRavString LabDisplayName(const CRavString& guid)
     if (instance.IsEmpty())
         return CRavString();
     const CRavString device = LabPath(ENUM_KEY, LabText(instance, L"DeviceInstanceID"));
-    const CRavString name = LabText(device, L"FriendlyName");
-    return name.IsEmpty() ? LabText(instance, L"DriverDesc") : name;
+    const CRavString name = LabText(device, NetworkValue::FriendlyName);
+    return name.IsEmpty() ? LabText(instance, NetworkValue::DriverDesc) : name;
 }
 
 CRavString LabTeamOf(const CRavString& adapter)

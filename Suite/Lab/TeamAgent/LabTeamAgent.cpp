@@ -1,7 +1,9 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 
+#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -25,8 +27,8 @@ bool TakeVlansOffMember(const CRavString& team, const CRavString& member)
     CRavRegKey entry;
     if (!entry.Open(HKEY_LOCAL_MACHINE, LabPath(XMS_ADAPTERS_KEY, member), true))
         return entry.LastResult() == ERROR_FILE_NOT_FOUND;
-    return entry.SetValue(L"MiniportBindingList", {CRavString(L"\\Device\\") + team}) &&
-           entry.SetValue(L"MiniportBindingListCount", DWORD{1}) && entry.SetValue(L"TaggingMode", DWORD{0});
+    return entry.SetValue(XmsValue::BindingList, {CRavString(DEVICE_PREFIX) + team}) &&
+           entry.SetValue(XmsValue::BindingListCount, DWORD{1}) && entry.SetValue(XmsValue::TaggingMode, DWORD{0});
 }
 
 // The lab's team agent: teams as the registry has them. What it is told it notes down where it can be looked at.
@@ -55,7 +57,7 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
     {
         info.strTeamKey = strTeam;
         info.strTeamName = LabText(TeamPath(strTeam), L"Name");
-        info.dwTeamMode = LabNumber(LabInstancePath(strTeam), L"TeamMode", 0);
+        info.dwTeamMode = LabNumber(LabInstancePath(strTeam), XmsValue::TeamMode, 0);
         return GetTeamMembers(strTeam, info.members);
     }
 
@@ -72,7 +74,7 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
         CRavString instance;
         while (networkClass.IsOpened() && networkClass.EnumSubKey(instance))
         {
-            if (LabText(LabPath(CLASS_KEY, instance), L"RavVlanParentKey").CompareI(strTeam))
+            if (LabText(LabPath(CLASS_KEY, instance), XmsValue::VlanParentKey).CompareI(strTeam))
                 return true;
         }
         return false;

@@ -4,6 +4,7 @@
 #include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Src/Agent/RavPointerArray.h"
 #include "Common/Settings/RavSetting.h"
+#include "Common/Src/SuiteNames.h"
 #include "Tests/Harness/OtherSystem.h"
 #include "Tests/Harness/PrivateHive.h"
 
@@ -94,7 +95,7 @@ TEST(Setting, ListedChoices)
 
 TEST(Setting, ReservedNumbersOfThePerformanceProfile)
 {
-    const char* const key = "SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
+    const std::string key = Utf8(SUITE_KEY);
     const std::string script = std::string(key) + "  SaveRestoreScriptFromMSI  REG_SZ  restore.vbs";
     const std::string endless = std::string(key) + "  SaveRestoreScriptFromMSI  REG_SZ  " + std::string(300, 'x');
     const std::vector<int32_t> listed{1, 2, 3};
@@ -362,7 +363,7 @@ void CheckSystem(const RAV_TEST_SYSTEM& system)
     EXPECT_EQ(system.nt6 ? L"*LsoV1IPv4" : L"TcpSegmentation", CAdvancedSettingNames(true).GetName(6));
     EXPECT_EQ(L"TcpSegmentation", CAdvancedSettingNames(false).GetName(6));
 
-    const std::string key = "SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
+    const std::string key = Utf8(SUITE_KEY);
     const std::pair<const char*, bool> cases[] = {{"", false},
                                                   {"  XMSBlock  REG_DWORD  0", false},
                                                   {"  XMSBlock  REG_DWORD  1", true},

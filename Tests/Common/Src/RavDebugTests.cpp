@@ -1,5 +1,6 @@
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavResult.h"
+#include "Common/Src/SuiteNames.h"
 #include "Tests/Harness/PrivateHive.h"
 #include "Tests/Harness/RegistryText.h"
 #include "Tests/Harness/TraceFile.h"
@@ -15,7 +16,7 @@ namespace
 {
 
 wchar_t s_source[] = L"..\\..\\Src\\Some";
-const std::string s_suite = "SOFTWARE\\CORVO\\NETWORK_SERVICES\\RAV2";
+const std::string s_suite = Utf8(SUITE_KEY);
 
 // What reaches a debugger: the system announces it as an exception first.
 class CDebuggerOutput

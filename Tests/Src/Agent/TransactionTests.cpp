@@ -70,7 +70,7 @@ TEST(ApplyDone, AChangedDcbSettingRestartsTheServiceOnce)
     const SC_HANDLE service = CreateServiceW(manager, L"CorvoDCB", L"CorvoDCB", SERVICE_ALL_ACCESS,
                                              SERVICE_WIN32_OWN_PROCESS, SERVICE_DEMAND_START, SERVICE_ERROR_IGNORE,
                                              L"C:\\nowhere.exe", nullptr, nullptr, nullptr, nullptr, nullptr);
-    const std::string path = "SOFTWARE\\CORVO\\Network_Services\\RAV2\\DCB";
+    const std::string path = Utf8(SUITE_KEY) + "\\DCB";
     CPrivateHive hive;
     CNotingAgent agent;
     CJournal journal;

@@ -242,7 +242,7 @@ TEST(Validation, BlockedByWindows)
     host.Change(R"(Lab\Devices\{8} Problem DWORD 22)");
     for (const char* const block : {"0", "1", "2"})
     {
-        host.Change(std::string(R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2 XMSBlock DWORD )") + block);
+        host.Change(Utf8(SUITE_KEY) + " XMSBlock DWORD " + block);
         const bool blocked = blocks && *block == '1';
         EXPECT_EQ(blocked ? "226" : "", Validate(host, host.Key("Port A"), L"10", L"New"));
         EXPECT_EQ(blocked ? "226 148" : "146 148", Validate(host, host.Key("Unloaded"), L"10", L"New"));

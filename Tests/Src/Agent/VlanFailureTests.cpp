@@ -13,7 +13,7 @@ namespace
 const testing::Environment* const s_server = testing::AddGlobalTestEnvironment(new CLabServer);
 CModuleTrace* const s_trace = CModuleTrace::Register();
 
-// As little as a creation needs: these hosts are built many hundred times.
+// As little as a creation needs: these hosts are read many hundred times.
 const char* const TINY_HOST = R"({
     "adapters": [ { "name": "Port A", "mac": "001B21000001", "parameters": { "VlanFiltering": "0", "*PriorityVLANTag": "1" } } ],
     "templates": [ { "name": "*NumRssQueues", "type": "int", "description": "Queues", "default": 2, "min": 1, "max": 8 } ]
@@ -85,9 +85,9 @@ void ExpectParentHas(CLabHost& host, bool protocols)
 }
 
 // In the short notation of CVlanLab, without the lab's own notes. The VLAN with the id 5 is {5}, a new one {V}.
-std::string Short(const CRegistryChange& change, const CRavString& five)
+std::string Short(const CRegistrySnapshot& before, const CRegistrySnapshot& after, const CRavString& five)
 {
-    std::string text = CVlanLab::Short(CLabHost::Readable(change.Text(), {}));
+    std::string text = CVlanLab::Short(CLabHost::Readable(CRegistrySnapshot::Difference(before, after), {}));
     if (!five.IsEmpty())
         text = Replaced(text, ("\\" + Utf8(five)).c_str(), "{5}");
     return Replaced(text, R"(\{[0-9A-F]{8}-[0-9A-F-]+\})", "{V}");
@@ -134,28 +134,37 @@ constexpr size_t FIRST_CALL = 1;
 #endif
 constexpr size_t FEWEST_CALLS = 50; // fewer mean that calls are not seen
 
-// Runs an operation on one new host after the other, on each with another of its platform calls refused, or throwing.
-// Whatever fails: it is reported, every lock is given back, nothing stays open, and the VLAN with the id 5, if there is
-// to be one, stays whole.
+// Runs an operation on one host after the other, all alike, on each with another of its platform calls refused, or
+// throwing. Whatever fails: it is reported, every lock is given back, nothing stays open, and the VLAN with the id 5,
+// if there is to be one, stays whole.
 void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& operation, const CHECK& check)
 {
+    std::optional<CHiveImage> image;
+    {
+        CLabHost host(TINY_HOST);
+        ASSERT_TRUE(!other || host.Create("Port A", 5, L"Five").Succeeded());
+        ASSERT_TRUE(!prepare || host.Create("Port A", 10, L"Ten").Succeeded());
+        host.CloseAgent();
+        image.emplace(host.Hive());
+    }
+    std::optional<CRegistrySnapshot> before;
     std::set<std::string> usual;
     RAV_OUTCOME outcome;
     const size_t step = throwing ? 6 : 2;
     for (size_t k = 0; !testing::Test::HasFailure(); k += k == 0 ? FIRST_CALL : step)
     {
-        CLabHost host(TINY_HOST);
-        ASSERT_TRUE(!other || host.Create("Port A", 5, L"Five").Succeeded());
-        ASSERT_TRUE(!prepare || host.Create("Port A", 10, L"Ten").Succeeded());
+        CLabHost host(TINY_HOST, *image);
         const CRavString five = host.Vlan("Port A", 5);
         outcome.prepared = host.Vlan("Port A", 10);
-        const CRegistryChange change;
-        std::optional<CRegistryChange> behind;
+        if (!before)
+            before.emplace();
+        std::optional<CRegistrySnapshot> behind;
         CJournal journal;
         journal.FailCall(k, 0, [&] {
             if (throwing)
                 throw std::bad_alloc();
-            behind.emplace();
+            if (!prepare) // removals are not asked for it
+                behind.emplace();
         });
         s_trace->Forget();
         journal.Start();
@@ -169,8 +178,9 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
             return;
         }
         EXPECT_EQ("", OpenHandles(journal));
-        outcome.change = Replaced(Short(change, five), "; ", "\n");
-        outcome.behind = behind ? Short(*behind, five) : "";
+        const CRegistrySnapshot after;
+        outcome.change = Replaced(Short(*before, after, five), "; ", "\n");
+        outcome.behind = behind ? Short(*behind, after, five) : "";
         if (k == 0)
         {
             usual = Said();

@@ -24,7 +24,7 @@ const char* const HOST = R"({
                   { "name": "Port", "mac": "001B21000007" } ],
     "teams": [ { "name": "Team", "members": ["Three", "Two"] } ],
     "vlans": [ { "parent": "Port", "id": 10, "name": "Ten" } ] })";
-const std::string TEMPLATES = R"(SOFTWARE\CORVO\NETWORK_SERVICES\RAV2\Agents\Kirvel\Settings\)";
+const std::string TEMPLATES = Utf8(TEMPLATES_KEY) + "\\";
 const std::string JUMBO =
     "*JumboPacket Type=enum Default=9014 ExposeLevel=1 Enum\\1514=Off Enum\\4088=4k Enum\\9014=9k";
 const std::string JUMBO_KEYS = R"(- 0009 *JumboPacket; - 0009\Ndi\Params\*JumboPacket)";
