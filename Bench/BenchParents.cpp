@@ -20,6 +20,7 @@ void ReadingRow(const char* name, CBenchHost& host, const BenchOperation& operat
 void BenchParents()
 {
     CBenchHost host(2 * VLANS_PER_PORT, VLANS_PER_PORT);
+    host.Agent();
     BenchHeading("A host of 3 adapters, two with 63 VLANs each");
     ReadingRow("EnumerateVlanSupportingParents", host, ListParents());
     ReadingRow("ValidateNewVlan", host, ValidateNext());
