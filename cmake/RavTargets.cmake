@@ -18,8 +18,9 @@ target_compile_definitions(RavWarnings INTERFACE WINVER=0x0A00 _WIN32_WINNT=0x0A
 if(RAV_HARDENED)
     add_compile_options(-fsanitize=undefined -fsanitize-undefined-trap-on-error)
     add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_GLIBCXX_ASSERTIONS>)
-    # Stateless, so memory may be taken in one module and given back in another.
+    # Each module has the code, all of a process share one heap.
     add_library(RavGuardHeap OBJECT "${CMAKE_SOURCE_DIR}/Tests/Harness/GuardHeap.cpp")
+    target_compile_options(RavGuardHeap PRIVATE -O2) # it stands behind every line of the tests
     target_link_libraries(RavGuardHeap PRIVATE RavWarnings)
 endif()
 
