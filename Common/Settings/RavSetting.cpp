@@ -37,6 +37,23 @@ bool IsNewText(const CRavString& display, const CRavString& current)
     return HasMeaning(display) && !display.CompareI(current);
 }
 
+// What a client has changed of a value.
+enum class Wish
+{
+    None,
+    Number,
+    Text
+};
+
+Wish WishOf(const RAV_SETTING_VAL_INT* value, int32_t current, const CRavString& currentDisplay)
+{
+    if (value == nullptr)
+        return Wish::None;
+    if (value->iValue != current)
+        return Wish::Number;
+    return IsNewText(value->strDisplay, currentDisplay) ? Wish::Text : Wish::None;
+}
+
 bool IsRestoreScriptPresent()
 {
     CRavRegKey key;
@@ -74,12 +91,9 @@ bool RAV_SETTING_ENUM::IsValueValid(const RAV_SETTING_VAL* pValue) const
 bool RAV_SETTING_ENUM::ResolveDisplayValue(RAV_SETTING_VAL* pValue) const
 {
     auto* number = AsNumber(pValue);
-    if (number == nullptr)
-        return false;
-    if (number->iValue != iCurrent)
-        return true;
-    if (!IsNewText(number->strDisplay, strCurrentDisplay))
-        return false;
+    const Wish wish = WishOf(number, iCurrent, strCurrentDisplay);
+    if (wish != Wish::Text)
+        return wish == Wish::Number;
     const int32_t* found = FindByDescription(number->strDisplay);
     if (found == nullptr)
         return false;
@@ -163,12 +177,9 @@ bool RAV_SETTING_INT::IsValueValid(const RAV_SETTING_VAL* pValue) const
 bool RAV_SETTING_INT::ResolveDisplayValue(RAV_SETTING_VAL* pValue) const
 {
     auto* number = AsNumber(pValue);
-    if (number == nullptr)
-        return false;
-    if (number->iValue != iCurrent)
-        return true;
-    if (!IsNewText(number->strDisplay, strCurrentDisplay))
-        return false;
+    const Wish wish = WishOf(number, iCurrent, strCurrentDisplay);
+    if (wish != Wish::Text)
+        return wish == Wish::Number;
     number->iValue = _wtoi(number->strDisplay.c_str());
     return true;
 }

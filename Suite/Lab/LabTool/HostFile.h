@@ -74,6 +74,6 @@ class HostFileError : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
-// Both throw HostFileError.
+// Both throw HostFileError. A host may also be parsed from its text: tests have theirs beside them.
 LabHost ReadHostFile(const std::wstring& path);
 LabHost ParseHost(const std::string& text);

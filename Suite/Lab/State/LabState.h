@@ -33,7 +33,7 @@ CRavString LabStateFile(const wchar_t* name);
 // These look and take nothing, so nobody who wants the lock at that moment is kept from it.
 CRavString LabSuiteLockHolder();
 CRavString LabWriteLockHolder();
-// Whether the process waits for the suite-wide lock, which another one has.
+// Whether the process waits for the suite-wide lock, which another one has. For tests of several programs.
 bool LabIsWaiting(DWORD process);
 // Whether a transaction is being applied, by any process.
 bool LabIsApplying();
