@@ -15,18 +15,14 @@ esac
 
 scripts/setup.sh
 export RAV_WINEPREFIX="$PWD/build/wine-test"
-trap 'WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -k' EXIT
+trap 'scripts/session.sh end' EXIT
 
 for preset in "${presets[@]}"; do
     scripts/build.sh "$preset" >&2
 done
-# One session for all tests, begun here: its services keep open the pipe of the program that starts them, and ctest waits
-# for the end of a test's pipe. The server is there first; it doesn't learn to stay while it runs.
-scripts/wine.sh
-WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -k
-WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -w
-WINEPREFIX="$RAV_WINEPREFIX" scripts/wineserver.sh -p
-scripts/wine.sh wineboot >/dev/null 2>&1 </dev/null
+# One session for all tests, begun here: ctest waits for the end of a test's pipe, and a session's services keep open that of
+# the program that begins it.
+scripts/session.sh begin
 
 status=0
 for preset in "${presets[@]}"; do

@@ -119,7 +119,7 @@ CPrivateHive::CPrivateHive(std::string_view content) : m_strName(NewName())
 // The system writes into the file that it has loaded, so the image's own stays out of it.
 CPrivateHive::CPrivateHive(const CHiveImage& image) : m_strName(s_loaded + NewName()), m_strFile(NewFile())
 {
-    if (!CopyFileW(image.File().c_str(), m_strFile.c_str(), TRUE))
+    if (!CopyFileW(image.File().c_str(), m_strFile.c_str(), FALSE)) // a process that crashed may have left one
         Check(static_cast<LSTATUS>(GetLastError()), "CopyFileW");
     Check(RegLoadKeyW(HKEY_USERS, m_strName.c_str(), m_strFile.c_str()), "RegLoadKeyW");
     m_hRoot = Create(HKEY_USERS, m_strName).release();

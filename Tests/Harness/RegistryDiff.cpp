@@ -1,6 +1,7 @@
 #include "Tests/Harness/RegistryDiff.h"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 namespace
@@ -41,6 +42,14 @@ std::string KeyDifference(const std::string& path, const RAV_TEST_KEY& before, c
     return text;
 }
 
+// Of one value; its data and its name follow.
+struct HEADER
+{
+    DWORD length; // of the name, in characters
+    DWORD type;
+    DWORD size;
+};
+
 } // namespace
 
 bool RAV_TEST_LESS_I::operator()(std::string_view one, std::string_view two) const
@@ -56,11 +65,12 @@ bool RAV_TEST_LESS_I::operator()(std::string_view one, std::string_view two) con
 
 CRegistrySnapshot::CRegistrySnapshot(HKEY root)
 {
-    Read(root, {});
+    std::string path;
+    Read(root, path);
 }
 
 // Each call goes to another process on some systems: the sizes are asked for once a key, not once a value.
-void CRegistrySnapshot::Read(HKEY key, const std::string& path)
+void CRegistrySnapshot::Read(HKEY key, std::string& path)
 {
     const auto check = [&path](LSTATUS status) {
         if (status != ERROR_SUCCESS)
@@ -72,30 +82,50 @@ void CRegistrySnapshot::Read(HKEY key, const std::string& path)
     DWORD largest = 0;
     check(RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, &children, nullptr, nullptr, &count, &longestName, &largest,
                            nullptr, nullptr));
-    RAV_TEST_KEY& values = m_keys[path];
-    std::wstring name(longestName + 1, L'\0');
-    std::vector<BYTE> data(largest + 1);
+    RAW& raw = m_keys[path];
+    raw.reserve(count * (sizeof(HEADER) + largest + 1 + longestName * sizeof(wchar_t)));
+    wchar_t name[16384];
     for (DWORD i = 0; i < count; ++i)
     {
-        RAV_TEST_VALUE value;
-        DWORD length = longestName + 1;
-        DWORD size = largest + 1;
-        check(RegEnumValueW(key, i, name.data(), &length, nullptr, &value.type, data.data(), &size));
-        value.data.assign(data.begin(), data.begin() + size);
-        values[Utf8(std::wstring_view(name).substr(0, length))] = std::move(value);
+        HEADER header = {longestName + 1, REG_NONE, largest};
+        const size_t place = raw.size();
+        raw.resize(place + sizeof(header) + header.size + 1); // room for a value without data too
+        BYTE* const data = raw.data() + place + sizeof(header);
+        check(RegEnumValueW(key, i, name, &header.length, nullptr, &header.type, data, &header.size));
+        std::memcpy(raw.data() + place, &header, sizeof(header));
+        raw.resize(place + sizeof(header) + header.size);
+        const auto* const text = reinterpret_cast<const BYTE*>(name);
+        raw.insert(raw.end(), text, text + header.length * sizeof(wchar_t));
     }
     wchar_t child[256];
+    const size_t length = path.size();
     for (DWORD i = 0; i < children; ++i)
     {
-        DWORD length = 256;
-        check(RegEnumKeyExW(key, i, child, &length, nullptr, nullptr, nullptr, nullptr));
+        DWORD size = 256;
+        check(RegEnumKeyExW(key, i, child, &size, nullptr, nullptr, nullptr, nullptr));
         HKEY opened = nullptr;
-        const std::string childPath = (path.empty() ? "" : path + '\\') + Utf8(child);
-        if (RegOpenKeyExW(key, child, 0, KEY_READ, &opened) != ERROR_SUCCESS)
-            throw std::runtime_error("a key can't be opened: " + childPath);
-        Read(opened, childPath);
+        path += (path.empty() ? "" : "\\") + Utf8(child);
+        check(RegOpenKeyExW(key, child, 0, KEY_READ, &opened));
+        Read(opened, path);
         RegCloseKey(opened);
+        path.resize(length);
     }
+}
+
+RAV_TEST_KEY CRegistrySnapshot::Values(const RAW& raw)
+{
+    RAV_TEST_KEY values;
+    for (size_t place = 0; place < raw.size();)
+    {
+        HEADER header;
+        std::memcpy(&header, raw.data() + place, sizeof(header));
+        const BYTE* const data = raw.data() + place + sizeof(header);
+        std::wstring name(header.length, L'\0');
+        std::memcpy(name.data(), data + header.size, header.length * sizeof(wchar_t));
+        values[Utf8(name)] = {header.type, {data, data + header.size}};
+        place += sizeof(header) + header.size + header.length * sizeof(wchar_t);
+    }
+    return values;
 }
 
 bool CRegistrySnapshot::IsLeaf(const std::string& path) const
@@ -107,11 +137,11 @@ bool CRegistrySnapshot::IsLeaf(const std::string& path) const
 std::string CRegistrySnapshot::Text() const
 {
     std::string text;
-    for (const auto& [path, values] : m_keys)
+    for (const auto& [path, raw] : m_keys)
     {
-        if (values.empty() && !path.empty() && IsLeaf(path))
+        if (raw.empty() && !path.empty() && IsLeaf(path))
             text += Shorten(path) + '\n';
-        for (const auto& [name, value] : values)
+        for (const auto& [name, value] : Values(raw))
             text += ValueLine(path, name, value);
     }
     return text;
@@ -120,17 +150,17 @@ std::string CRegistrySnapshot::Text() const
 std::string CRegistrySnapshot::Difference(const CRegistrySnapshot& before, const CRegistrySnapshot& after)
 {
     std::map<std::string, std::string, RAV_TEST_LESS_I> changes;
-    for (const auto& [path, values] : before.m_keys)
+    for (const auto& [path, raw] : before.m_keys)
         if (!after.m_keys.contains(path))
             changes[path] = "- " + Shorten(path) + '\n';
-    for (const auto& [path, values] : after.m_keys)
+    for (const auto& [path, raw] : after.m_keys)
     {
         const auto old = before.m_keys.find(path);
         const bool isNew = old == before.m_keys.end();
-        if (isNew && values.empty() && after.IsLeaf(path))
+        if (isNew && raw.empty() && after.IsLeaf(path))
             changes[path] = "+ " + Shorten(path) + '\n';
-        else
-            changes[path] = KeyDifference(path, isNew ? RAV_TEST_KEY() : old->second, values);
+        else if (isNew || old->second != raw)
+            changes[path] = KeyDifference(path, isNew ? RAV_TEST_KEY() : Values(old->second), Values(raw));
     }
     std::string text;
     for (const auto& change : changes)

@@ -31,10 +31,14 @@ class CRegistrySnapshot
     static std::string Difference(const CRegistrySnapshot& before, const CRegistrySnapshot& after);
 
   private:
-    bool IsLeaf(const std::string& path) const;
-    void Read(HKEY key, const std::string& path);
+    // The values of a key as they were read: few keys of two snapshots differ, the others are never taken apart.
+    using RAW = std::vector<BYTE>;
 
-    std::map<std::string, RAV_TEST_KEY, RAV_TEST_LESS_I> m_keys;
+    bool IsLeaf(const std::string& path) const;
+    void Read(HKEY key, std::string& path);
+    static RAV_TEST_KEY Values(const RAW& raw);
+
+    std::map<std::string, RAW, RAV_TEST_LESS_I> m_keys;
 };
 
 // What has changed below HKEY_LOCAL_MACHINE since this object was made.

@@ -25,7 +25,8 @@ CTempFolder::CTempFolder() : m_strBefore(Environment(L"Temp"))
 {
     wchar_t program[MAX_PATH] = {};
     GetModuleFileNameW(nullptr, program, MAX_PATH);
-    m_strFolder = m_strBefore + L'\\' + std::filesystem::path(program).stem().wstring();
+    m_strFolder =
+        m_strBefore + L'\\' + std::filesystem::path(program).stem().wstring() + Environment(L"GTEST_SHARD_INDEX");
     // What an earlier run has left; a file that is still open in this process stays.
     std::error_code ignored;
     std::filesystem::remove_all(m_strFolder, ignored);

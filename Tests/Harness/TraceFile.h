@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-// An empty folder of this test program's own, to which the environment variable Temp points; Temp is restored at the
-// end.
+// An empty folder of this test program's own, or of this one of its shards, to which the environment variable Temp
+// points; Temp is restored at the end.
 class CTempFolder
 {
   public:

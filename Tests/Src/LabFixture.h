@@ -19,6 +19,13 @@
 #include <memory>
 #include <regex>
 
+// Patterns are kept: to make one takes longer than to use it.
+inline std::string Replaced(const std::string& text, const std::string& pattern, const std::string& by)
+{
+    static std::map<std::string, std::regex> s_patterns;
+    return std::regex_replace(text, s_patterns.try_emplace(pattern, pattern).first->second, by);
+}
+
 // Offers the lab's COM server to the whole process.
 class CLabServer : public testing::Environment
 {
@@ -217,16 +224,17 @@ class CLabHost
     // Puts {V1}, {V2}, ... for the keys of VLANs, in the order of their creation, and leaves out the lab's own notes.
     static std::string Readable(const std::string& text, const std::vector<CRavString>& vlans)
     {
-        std::string readable;
-        for (std::string line : SplitLines(text))
+        std::string named = text;
+        for (size_t index = 0; index < vlans.size(); ++index)
         {
-            for (size_t index = 0; index < vlans.size(); ++index)
-                line = std::regex_replace(line, std::regex(Escaped(Utf8(vlans[index]))),
-                                          "{V" + std::to_string(index + 1) + "}");
-            if (line.find(" Lab") == std::string::npos)
-                readable += line + "\n";
+            const std::string vlan = Utf8(vlans[index]);
+            for (size_t at = 0; !vlan.empty() && (at = named.find(vlan, at)) != std::string::npos;)
+                named.replace(at, vlan.size(), "{V" + std::to_string(index + 1) + "}");
         }
-        return Lines(readable);
+        std::string readable;
+        for (const std::string& line : SplitLines(named))
+            readable += line.find(" Lab") == std::string::npos ? line + "\n" : "";
+        return readable;
     }
 
     // The lines that only one of two texts has: "- " and the line, or "+ " and the line.
@@ -288,10 +296,6 @@ class CLabHost
         CRavString path;
         path.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
         return path;
-    }
-    static std::string Escaped(const std::string& text)
-    {
-        return std::regex_replace(text, std::regex(R"([{}])"), R"(\$&)");
     }
 
     const BUILT& m_built;

@@ -36,7 +36,7 @@ std::set<std::string> Said()
 {
     std::set<std::string> said;
     for (const std::string& line : SplitLines(s_trace->Text()))
-        said.insert(std::regex_replace(line.substr(line.find(' ')), std::regex("[0-9A-F]+"), "#"));
+        said.insert(Replaced(line.substr(line.find(' ')), "[0-9A-F]+", "#"));
     return said;
 }
 

@@ -10,11 +10,6 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Tests/Src/LabFixture.h"
 
-inline std::string Replaced(const std::string& text, const char* pattern, const char* by)
-{
-    return std::regex_replace(text, std::regex(pattern), by);
-}
-
 class CVlanLab final : public CLabHost, public CRavVlanAgentServices
 {
   public:
@@ -36,10 +31,11 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
     // "PATH NAME TYPE DATA" adds, "- PATH NAME" and "- PATH" delete.
     void Change(const std::string& text)
     {
+        static const std::regex parts(R"((- )?(\S+) ?(\S*) ?(\S*) ?(.*))");
         for (const std::string& line : SplitLines(Replaced(text, "; ", "\n")))
         {
             std::smatch part;
-            std::regex_match(line, part, std::regex(R"((- )?(\S+) ?(\S*) ?(\S*) ?(.*))"));
+            std::regex_match(line, part, parts);
             const std::string path =
                 Long(Replaced(Replaced(part[2], R"(^(?=\{))", "XMS\\Adapters\\"), R"(^(?=\d{4}))", "Class\\"));
             if (!part[1].matched)
@@ -59,8 +55,9 @@ class CVlanLab final : public CLabHost, public CRavVlanAgentServices
     }
     static std::string Long(const std::string& text)
     {
+        static const std::regex numbered(R"(\{(\d{1,3})\})");
         std::smatch number;
-        if (!std::regex_search(text, number, std::regex(R"(\{(\d{1,3})\})")))
+        if (!std::regex_search(text, number, numbered))
             return text;
         return number.prefix().str() + Utf8(LabGuid(std::stoul(number[1]))) + Long(number.suffix());
     }
