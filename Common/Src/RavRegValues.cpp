@@ -14,7 +14,7 @@ CRavRegValues::CRavRegValues(HKEY hKey, std::initializer_list<CRavString> names)
     m_values.reserve(names.size());
     for (const CRavString& name : names)
         m_values.emplace_back().name = name;
-    if (!ReadTogether(hKey))
+    if (hKey != nullptr && !ReadTogether(hKey))
         ReadEach(hKey);
 }
 

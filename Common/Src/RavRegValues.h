@@ -13,6 +13,7 @@
 class CRavRegValues
 {
   public:
+    // Nothing is there of a null key.
     CRavRegValues(HKEY hKey, std::initializer_list<CRavString> names);
 
     // By the position of the name. Both leave the output as it was when there is no such value.
@@ -28,7 +29,7 @@ class CRavRegValues
     struct VALUE
     {
         CRavString name;
-        LONG status = ERROR_FILE_NOT_FOUND;
+        LONG status = ERROR_INVALID_HANDLE;
         DWORD type = REG_NONE;
         std::vector<BYTE> data;
     };

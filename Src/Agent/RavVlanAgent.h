@@ -65,7 +65,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     // Opens the parameter key of the component with the GUID, through a session of its own.
     bool OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key);
 
-    // --- inventory (RavVlanAgentInventory.cpp) --------------------------------------------------------------------
+    // --- inventory (RavVlanAgentInventory.cpp, RavVlanAgentLoad.cpp)
+    // --------------------------------------------------------------------
 
     void EnumerateVlans(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys) override;
     void GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
@@ -87,7 +88,8 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info);
     void EnumVlansPvt1(CResult& result, const CRavString& strParentKey, std::vector<CRavString>& vlanKeys);
     static CRavString GetParentKeyofThisOpenOOOKey(HKEY hKey);
-    void GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool bFeatureFlag);
+    // Fills what the open key tells of a VLAN; pKnown: its values, where they have been read before.
+    void GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool bFeatureFlag, const CRavRegValues* pKnown = nullptr);
     // Forgets which VLANs there are; ClearVlanCache forgets what is known of them as well.
     void PurgeLocalVlanCache();
     void ClearVlanCache();
@@ -252,14 +254,12 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void AddToCache(std::shared_ptr<CRavXmsVlan> pVlan);
     CResult LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info);
     static bool ReadParentKey(CRavXmsVlan& vlan);
-    static void ReadVlanId(CRavXmsVlan& vlan, HKEY hKey);
-    static void TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex);
-    static int ReadJumboPacket(CRavXmsVlan& vlan);
 
     bool IsFilteredOut(const CRavString& strParentKey);
     CResult DoesTeamSupportVlans(const CRavString& strTeam, bool& bSupports, bool& bNotLoaded, bool& bTeamFlag,
                                  const RAV_CLIENT_ID& client);
     CResult DoesAdapterSupportVlans(const CRavString& strAdapter, bool& bSupports, bool& bNotLoaded);
+    bool HasVlans(const CRavString& strAdapter);
     bool AddSupportingTeams(CRavTeamAgentPvtIntf& team, std::vector<CRavString>& parents, const RAV_CLIENT_ID& client,
                             CResult& result);
     bool AddSupportingAdapters(std::vector<CRavString>& parents, const RAV_CLIENT_ID& client, CResult& result);

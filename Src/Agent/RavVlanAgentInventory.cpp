@@ -2,9 +2,7 @@
 
 #include "Src/Agent/RavVlanAgent.h"
 
-#include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/RavKey.h"
-#include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
@@ -19,20 +17,6 @@ namespace
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
 constexpr int LOAD_ATTEMPTS = 3;
 constexpr DWORD PARENT_KEY_CHARACTERS = 512;
-constexpr size_t MINIPORT_KEY_CHARACTERS = 256;
-constexpr size_t NAME_CHARACTERS = 256;
-
-bool QueryNumber(HKEY key, const CRavString& name, DWORD& value)
-{
-    DWORD type = REG_NONE;
-    DWORD data = 0;
-    DWORD size = sizeof(data);
-    if (RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(&data), &size) != ERROR_SUCCESS ||
-        type != REG_DWORD || size != sizeof(data))
-        return false;
-    value = data;
-    return true;
-}
 
 // The text up to its first NUL; what is longer than the buffer, or no text, counts as missing.
 template <DWORD Characters>
@@ -208,92 +192,6 @@ std::shared_ptr<CRavXmsVlan> CVlanAgentWin::GetVlan(const CRavString& strVlanKey
     return vlan;
 }
 
-// --- loading --------------------------------------------------------------------------------------------------------
-
-// The keys of the last enumeration are trusted, so that reading many VLANs one by one enumerates once and not for each.
-// When a VLAN among them cannot be loaded, another enumeration decides whether it still exists.
-void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanKey, RAV_VLAN_INFO& info)
-{
-    const CRavTraceScope trace(L"CVlanAgentWin::LoadThisVlanInfo", &result);
-    result = CResult();
-    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::LoadThisVlanInfo", result, [&] {
-        if (IsVlanInfoAvailable(strVlanKey, info))
-        {
-            RavTrace().Print(L"LoadThisVlanInfo - vlan is already loaded");
-            result = CResult::Success();
-            return;
-        }
-        if (IsBound(strVlanKey))
-            result = LoadVlan(strVlanKey, false, info);
-        if (result.Succeeded())
-            return;
-        result = FindVlan(strVlanKey);
-        if (result.Succeeded())
-            result = LoadVlan(strVlanKey, true, info);
-    });
-}
-
-CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
-{
-    CResult result;
-    std::vector<CRavString> keys;
-    EnumVlansPvt1(result, L"", keys);
-    if (!result.Succeeded())
-    {
-        RavTrace().Print(L"LoadThisVlanInfo - call to EnumVlansPvt1() failed.");
-        return result;
-    }
-    Bind(keys);
-    if (std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(strVlanKey); }))
-        return CResult::Success();
-    RavTrace().Print(L"LoadThisVlanInfo - invalid vlan guid.");
-    return CResult();
-}
-
-// A VLAN whose device or driver key cannot be found is damaged but exists: it is loaded with defaults for what cannot
-// be read, so that it can be shown and removed.
-CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info)
-{
-    std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
-    const CNetCfgSession session(*this);
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    if (!vlan || netCfg == nullptr)
-    {
-        RavTrace().Print(L"LoadThisVlanInfo - invalid vlan.");
-        return CResult();
-    }
-    const bool found = vlan->InitializeComponent(*netCfg);
-    vlan->Init();
-    vlan->m_strVlanKey = strVlanKey;
-    if (!(ReadParentKey(*vlan) && found))
-    {
-        RavTrace().Print(L"LoadThisVlanInfo - %s is gone or damaged.", strVlanKey.c_str());
-        if (!bDamagedToo)
-            return CResult();
-    }
-    const HKEY key = vlan->GetParentClassKey();
-    vlan->m_ravVlanInfo.vlanKey = strVlanKey;
-    vlan->m_ravVlanInfo.supportedFeatures = vlan->GetSupportedFeatures();
-    if (!found) // the device was not found; the key may have been all the same
-        QueryNumber(key, RavName(RAV_NAME_SUPPORTED_FEATURES), vlan->m_ravVlanInfo.supportedFeatures);
-    vlan->m_bFeatureFlag = (vlan->m_ravVlanInfo.supportedFeatures & FEATURE_OVER_TEAM) != 0;
-    vlan->m_iParentType = vlan->m_bFeatureFlag ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER;
-    GetOtherVlanDetails(*vlan, key, vlan->m_bFeatureFlag);
-    vlan->CloseParentClassKey();
-    info = vlan->m_ravVlanInfo;
-    RavTrace().Print(L"vlanInfo.vlanId= %d", info.vlanId);
-    AddToCache(std::move(vlan));
-    return CResult::Success();
-}
-
-// Resolves the VLAN's own key, which stays open, and reads whose VLAN it is.
-bool CVlanAgentWin::ReadParentKey(CRavXmsVlan& vlan)
-{
-    const bool resolved = SUCCEEDED(vlan.GetOOOKeyFromVk(L""));
-    vlan.m_strParentKey = GetParentKeyofThisOpenOOOKey(vlan.GetParentClassKey());
-    return resolved;
-}
-
 void CVlanAgentWin::ForgetVlan(const CRavXmsVlan& vlan)
 {
     const std::lock_guard guard(m_cacheLock);
@@ -308,81 +206,6 @@ void CVlanAgentWin::AddToCache(std::shared_ptr<CRavXmsVlan> pVlan)
     if (std::none_of(m_vlanCache.begin(), m_vlanCache.end(),
                      [&](const auto& vlan) { return vlan->m_strVlanKey == pVlan->m_strVlanKey; }))
         m_vlanCache.Add(std::move(pVlan));
-}
-
-void CVlanAgentWin::GetOtherVlanDetails(CRavXmsVlan& vlan, HKEY hKey, bool /*bFeatureFlag*/)
-{
-    if (hKey == nullptr)
-    {
-        RavTrace().Print(L"CVlanAgentWin::GetOtherVlanDetails, hKey is NULL");
-        return;
-    }
-    RAV_VLAN_INFO& info = vlan.m_ravVlanInfo;
-    ReadVlanId(vlan, hKey);
-    const CRavRegValues values(hKey, {RavName(RAV_NAME_VLAN_NAME), RavName(RAV_NAME_VLAN_DISPLAY_NAME),
-                                      RavName(RAV_NAME_LOGICAL_GROUP_ID), RavName(RAV_NAME_XMS_MINIPORT_KEY),
-                                      RavName(RAV_NAME_VLAN_TYPE)});
-    values.AnyText(0, info.vlanName, NAME_CHARACTERS);
-    values.AnyText(1, info.displayName, NAME_CHARACTERS);
-    values.Number(2, info.logicalGroupId);
-    TakeMiniportKey(vlan, values, 3);
-    DWORD type = 0;
-    if (values.Number(4, type))
-        info.vlanType = RavClientVlanType(type);
-    if (vlan.GetComponent() != nullptr)
-        vlan.GetComponent()->GetDescription(*GetNetCfgInterface(), info.description);
-    info.jumboPacket = ReadJumboPacket(vlan);
-
-    vlan.m_iVlanId = static_cast<int>(info.vlanId);
-    vlan.m_strVlanName = info.vlanName;
-    vlan.m_strVlanDisplayName = info.displayName;
-    vlan.m_dwLogicalGroupId = info.logicalGroupId;
-    vlan.m_dwVlanType = type;
-}
-
-void CVlanAgentWin::ReadVlanId(CRavXmsVlan& vlan, HKEY hKey)
-{
-    DWORD& id = vlan.m_ravVlanInfo.vlanId;
-    DWORD size = sizeof(id);
-    DWORD type = REG_NONE;
-    const LONG status =
-        RegQueryValueExW(hKey, RavName(RAV_NAME_VLAN_ID), nullptr, &type, reinterpret_cast<BYTE*>(&id), &size);
-    if (status == ERROR_SUCCESS && type == REG_DWORD && size == sizeof(id))
-    {
-        RavTrace().Print(L"pVlan->m_ravVlanInfo.vlanId= %d", id);
-        return;
-    }
-    RavTrace().Print(L"RegQueryValueEx failed. err= %d", status != ERROR_SUCCESS ? status : ERROR_INVALID_DATA);
-    if (vlan.m_iVlanId != -1)
-    {
-        id = static_cast<DWORD>(vlan.m_iVlanId);
-        RavTrace().Print(L"Vlan ID already set to %d", id);
-        return;
-    }
-    id = 0;
-    RavTrace().Print(L"Assumed this to be an untagged vlan. Set ID to 0.");
-}
-
-// A missing value is written again; a value of another type is left as it is.
-void CVlanAgentWin::TakeMiniportKey(CRavXmsVlan& vlan, const CRavRegValues& values, size_t uIndex)
-{
-    CRavString text;
-    const bool isText = values.Text(uIndex, text, MINIPORT_KEY_CHARACTERS);
-    if (!text.IsEmpty())
-        vlan.m_ravVlanInfo.xmsMiniportKey = text;
-    else if (isText || values.Status(uIndex) == ERROR_FILE_NOT_FOUND)
-        CRavNetCfgComponent(vlan.m_strVlanKey)
-            .SetParameterValue(RavName(RAV_NAME_NETWORK_CLASS_KEY) + L"\\", RavName(RAV_NAME_XMS_MINIPORT_KEY),
-                               RavCanonicalKey(vlan.m_strMiniportInst));
-}
-
-int CVlanAgentWin::ReadJumboPacket(CRavXmsVlan& vlan)
-{
-    std::unique_ptr<RAV_SETTING> setting;
-    if (vlan.GetMiniportReg() == nullptr || !vlan.GetMiniportReg()->GetSetting(JUMBO_PACKET, setting).Succeeded())
-        return -1;
-    return setting->GetType() == RAV_SETTING_TYPE_ENUM ? static_cast<const RAV_SETTING_ENUM&>(*setting).iCurrent
-                                                       : static_cast<const RAV_SETTING_INT&>(*setting).iCurrent;
 }
 
 // --- queries --------------------------------------------------------------------------------------------------------
@@ -412,6 +235,14 @@ void CVlanAgentWin::GetVlanParent(CResult& result, const RAV_CLIENT_ID& client, 
         if (const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey))
             result = vlan->GetParent(parent);
     });
+}
+
+// Resolves the VLAN's own key, which stays open, and reads whose VLAN it is.
+bool CVlanAgentWin::ReadParentKey(CRavXmsVlan& vlan)
+{
+    const bool resolved = SUCCEEDED(vlan.GetOOOKeyFromVk(L""));
+    vlan.m_strParentKey = GetParentKeyofThisOpenOOOKey(vlan.GetParentClassKey());
+    return resolved;
 }
 
 void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey, DWORD& dwStatus)

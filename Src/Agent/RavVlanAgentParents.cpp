@@ -129,18 +129,25 @@ CResult CVlanAgentWin::DoesAdapterSupportVlans(const CRavString& strAdapter, boo
         return result;
     }
     bNotLoaded = true;
+    bSupports = HasVlans(strAdapter);
+    return result;
+}
+
+// An adapter that has VLANs supports them, loaded or not.
+bool CVlanAgentWin::HasVlans(const CRavString& strAdapter)
+{
     std::vector<CRavString> vlans;
     CResult enumerated;
     EnumerateVlans(enumerated, strAdapter, vlans);
     if (!enumerated.Succeeded())
-        RavTrace().Print(L"DoesParentSupportVlans(), EnumerateVlans() fails");
-    else if (!vlans.empty())
     {
-        bSupports = true;
-        RavTrace().Print(L"DoesParentSupportVlans() - this parent already has a Vlan, so it supports vlans - "
-                         L"exiting");
+        RavTrace().Print(L"DoesParentSupportVlans(), EnumerateVlans() fails");
+        return false;
     }
-    return result;
+    if (vlans.empty())
+        return false;
+    RavTrace().Print(L"DoesParentSupportVlans() - this parent already has a Vlan, so it supports vlans - exiting");
+    return true;
 }
 
 void CVlanAgentWin::EnumerateVlanSupportingParents(CResult& result, std::vector<CRavString>& parents,

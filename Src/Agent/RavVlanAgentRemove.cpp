@@ -9,6 +9,7 @@
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Src/Agent/RavSuiteLock.h"
+#include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
 #include <algorithm>
@@ -83,6 +84,8 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
             return;
         }
         const CNetCfgSession whole(*this); // one for all that follows
+        if (CRavHostSession* const host = ThreadSession())
+            host->View().Deepen(CRavHostView::DEPTH::Parents); // the parent's VLANs will be counted
         const CacheCleaner cleaner(*this);
         const CRavString key = RavCanonicalKey(strVlanKey);
         if (!MayRemove(result, key, lock.client))

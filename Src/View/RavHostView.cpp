@@ -46,12 +46,13 @@ bool ReadParent(HKEY key, RAV_HOST_ADAPTER& adapter)
     return IsAnswer(values.Status(0));
 }
 
-bool ReadParentAndNames(HKEY key, RAV_HOST_ADAPTER& adapter)
+// Whether the names could be read is told apart from the answer, which is the parent's.
+bool ReadParentAndNames(HKEY key, RAV_HOST_ADAPTER& adapter, bool& named)
 {
     const CRavRegValues values(key, {XmsValue::VlanParentKey, XmsValue::VlanName});
     values.Text(0, adapter.parentKey, PARENT_CHARACTERS);
     values.AnyText(1, adapter.vlanName, NAME_CHARACTERS);
-    adapter.named = IsAnswer(values.Status(1)) && IsAnswer(QueryNumber(key, XmsValue::VlanId, adapter.vlanId));
+    named = IsAnswer(values.Status(1)) && IsAnswer(QueryNumber(key, XmsValue::VlanId, adapter.vlanId));
     return IsAnswer(values.Status(0));
 }
 } // namespace
@@ -64,7 +65,7 @@ HRESULT CRavHostView::EnumerateVlans(const CRavString& strParentKey, std::vector
         return status;
     for (const CRavString& guid : guids)
     {
-        const RAV_HOST_ADAPTER* const adapter = Find(guid);
+        const RAV_HOST_ADAPTER* const adapter = Find(guid, strParentKey.IsEmpty() ? DEPTH::Kinds : DEPTH::Parents);
         if (adapter == nullptr || !adapter->IsVlan())
             continue;
         if (strParentKey.IsEmpty() || adapter->parentKey == strParentKey)
@@ -77,19 +78,17 @@ HRESULT CRavHostView::EnumerateVlans(const CRavString& strParentKey, std::vector
 
 const RAV_HOST_ADAPTER* CRavHostView::Find(const CRavString& strGuid, DEPTH depth)
 {
-    const auto isEnough = [depth](const RAV_HOST_ADAPTER& adapter) {
-        return depth == DEPTH::Parents || adapter.named || !adapter.IsVlan();
-    };
+    const auto isEnough = [depth](const KNOWN& known) { return known.depth >= depth || !known.adapter.IsVlan(); };
     const CRavString guid = RavCanonicalKey(strGuid);
-    auto known = m_adapters.find(guid);
-    if (known == m_adapters.end() || !isEnough(known->second))
+    auto found = m_adapters.find(guid);
+    if (found == m_adapters.end() || !isEnough(found->second))
     {
-        RAV_HOST_ADAPTER adapter;
-        if (!Read(guid, std::max(depth, m_depth), adapter))
+        KNOWN known;
+        if (!Read(guid, std::max(depth, m_depth), known))
             return nullptr;
-        known = m_adapters.insert_or_assign(guid, adapter).first;
+        found = m_adapters.insert_or_assign(guid, known).first;
     }
-    return isEnough(known->second) ? &known->second : nullptr;
+    return isEnough(found->second) ? &found->second.adapter : nullptr;
 }
 
 void CRavHostView::Forget(const CRavString& strGuid)
@@ -97,17 +96,22 @@ void CRavHostView::Forget(const CRavString& strGuid)
     m_adapters.erase(RavCanonicalKey(strGuid));
 }
 
-bool CRavHostView::Read(const CRavString& strGuid, DEPTH depth, RAV_HOST_ADAPTER& adapter)
+bool CRavHostView::Read(const CRavString& strGuid, DEPTH depth, KNOWN& known)
 {
     ComPtr<INetCfgComponent> component;
     CRavKeyHandle key;
+    RAV_HOST_ADAPTER& adapter = known.adapter;
     if (FAILED(m_netCfg.FindNetworkComponentByGUID(strGuid, component)) || !component ||
         FAILED(component->OpenParamKey(key.Receive())))
         return false;
     if (!IsAnswer(QueryNumber(key.Get(), XmsValue::SupportedFeatures, adapter.features)))
         return false;
     adapter.kind = KindOf(adapter.features);
-    if (!adapter.IsVlan())
+    if (!adapter.IsVlan() || depth == DEPTH::Kinds)
         return true;
-    return depth == DEPTH::Names ? ReadParentAndNames(key.Get(), adapter) : ReadParent(key.Get(), adapter);
+    bool named = false;
+    const bool done =
+        depth == DEPTH::Names ? ReadParentAndNames(key.Get(), adapter, named) : ReadParent(key.Get(), adapter);
+    known.depth = named ? DEPTH::Names : DEPTH::Parents;
+    return done;
 }

@@ -22,10 +22,9 @@ struct RAV_HOST_ADAPTER
 {
     DWORD features = 0; // 0 also for an adapter without the value
     RAV_ADAPTER_KIND kind = RAV_ADAPTER_KIND::Adapter;
-    // Of a VLAN alone.
+    // Of a VLAN alone, as far as they have been read.
     CRavString parentKey;
-    bool named = false; // the two below have been read
-    DWORD vlanId = 0;   // 0 untagged
+    DWORD vlanId = 0; // 0 untagged
     CRavString vlanName;
 
     bool IsVlan() const { return kind == RAV_ADAPTER_KIND::VlanOnAdapter || kind == RAV_ADAPTER_KIND::VlanOnTeam; }
@@ -39,7 +38,8 @@ class CRavHostView
   public:
     enum class DEPTH
     {
-        Parents, // whose VLAN each is
+        Kinds,   // what each adapter is
+        Parents, // and of a VLAN, whose it is
         Names    // and its id and name
     };
 
@@ -57,11 +57,16 @@ class CRavHostView
     void Forget(const CRavString& strGuid);
 
   private:
-    bool Read(const CRavString& strGuid, DEPTH depth, RAV_HOST_ADAPTER& adapter);
+    struct KNOWN
+    {
+        RAV_HOST_ADAPTER adapter;
+        DEPTH depth = DEPTH::Kinds;
+    };
+    bool Read(const CRavString& strGuid, DEPTH depth, KNOWN& known);
 
     CRavNetCfgInterface& m_netCfg;
-    DEPTH m_depth = DEPTH::Parents;
-    std::map<CRavString, RAV_HOST_ADAPTER> m_adapters; // by canonical GUID
+    DEPTH m_depth = DEPTH::Kinds;
+    std::map<CRavString, KNOWN> m_adapters; // by canonical GUID
 };
 
 // A thread's session with what its operation has read of the host.

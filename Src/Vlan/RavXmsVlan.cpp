@@ -2,7 +2,6 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
-#include "Common/Src/RavRegValues.h"
 #include "Src/RavNameTable.h"
 #include "Src/RavShielded.h"
 
@@ -63,17 +62,6 @@ CResult CRavXmsVlan::ReloadMiniport(bool bLoad, bool& bReboot)
     if (!result.Succeeded())
         RavTrace().Print(L"CRavXmsVlan::ReloadMiniport, ReloadDevice fails for %s.", m_strMiniportInst.c_str());
     return result;
-}
-
-DWORD CRavXmsVlan::GetSupportedFeatures()
-{
-    const CRavTraceScope trace(L"CRavXmsVlan::GetSupportedFeatures");
-    DWORD features = 0;
-    if (GetInstancePath().IsEmpty() ||
-        !RavReadNumberAt(GetInstancePath(), RavName(RAV_NAME_SUPPORTED_FEATURES), features))
-        RavTrace().Print(L"CRavXmsVlan::GetSupportedFeatures, the features of %s cannot be read.",
-                         m_strVlanKey.c_str());
-    return features;
 }
 
 bool CRavXmsVlan::LoadTeamAgent()

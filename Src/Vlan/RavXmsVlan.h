@@ -11,6 +11,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -159,7 +160,6 @@ class CRavXmsVlan : public CRavAdapter
     CResult IsHyperV_Enabled(bool& bEnabled);
     // Starts (bLoad) or stops the VLAN's miniport now.
     CResult ReloadMiniport(bool bLoad, bool& bReboot);
-    DWORD GetSupportedFeatures(); // 0 when the VLAN's key does not tell
     bool LoadTeamAgent();
 
     CRavString m_strParentKey;            // the parent's GUID, adapter or team
@@ -198,6 +198,7 @@ class CRavXmsVlan : public CRavAdapter
     bool HasTeamTaggedVlan(bool& bTagged);
     void FinishDisplayName(const CRavString& strParentName);
     bool QueryParentName(CRavString& strParentName);
+    bool QueryPermanentAddress(std::optional<CRavString>& address);
 
     CResult CreateJumboSetting(RAV_SETTING& setting);
     CResult FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING** ppSetting, bool& bFound);

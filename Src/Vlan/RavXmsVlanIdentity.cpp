@@ -251,35 +251,48 @@ void CRavXmsVlan::GetCurrentMACAddress(int& status)
     }
     RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress, NA is Empty");
     m_strNetworkAddress.ClearString();
-    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
-    if (core == nullptr)
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no core agent.");
+    std::optional<CRavString> permanent;
+    if (!QueryPermanentAddress(permanent))
         return failed();
-    }
-    bool isVirtual = false;
-    if (!RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
-                     [&] { isVirtual = core->IsVirtualDevice(m_strParentKey); }))
-        return failed();
-    RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress bIsVirtual_Device - %d", isVirtual);
-    if (isVirtual)
-    {
-        RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress Is A Virtual_Device - %d", isVirtual);
+    if (!permanent)
         return;
-    }
-    RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress Is Not a Virtual_Device - %d", isVirtual);
-    const CResult result = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
-                                     [&] { return core->GetPermMacAddress(m_strParentKey, address); });
-    if (!result.Succeeded())
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress GetPermMacAddress failed (%u)",
-                         result.ulErrCode);
-        return failed();
-    }
-    if (!key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), address, false))
+    if (!key.SetValue(RavName(RAV_NAME_NETWORK_ADDRESS), *permanent, false))
     {
         RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress, NA set fails.");
         return failed();
     }
-    m_strNetworkAddress = address;
+    m_strNetworkAddress = *permanent;
+}
+
+// The parent's own address; none of a virtual device. False when the core agent cannot tell.
+bool CRavXmsVlan::QueryPermanentAddress(std::optional<CRavString>& address)
+{
+    CRavCoreAgentPvtIntf* const core = GetCoreInterface();
+    if (core == nullptr)
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no core agent.");
+        return false;
+    }
+    bool isVirtual = false;
+    if (!RavShielded(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
+                     [&] { isVirtual = core->IsVirtualDevice(m_strParentKey); }))
+        return false;
+    RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress bIsVirtual_Device - %d", isVirtual);
+    if (isVirtual)
+    {
+        RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress Is A Virtual_Device - %d", isVirtual);
+        return true;
+    }
+    RavTrace().Print(L"CRavXmsVlan::GetCurrentMACAddress Is Not a Virtual_Device - %d", isVirtual);
+    CRavString permanent;
+    const CResult result = RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress",
+                                     [&] { return core->GetPermMacAddress(m_strParentKey, permanent); });
+    if (!result.Succeeded())
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"CRavXmsVlan::GetCurrentMACAddress GetPermMacAddress failed (%u)",
+                         result.ulErrCode);
+        return false;
+    }
+    address = permanent;
+    return true;
 }

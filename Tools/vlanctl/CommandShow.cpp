@@ -8,8 +8,6 @@
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
 
-#include <algorithm>
-
 using Json = nlohmann::ordered_json;
 
 namespace
@@ -112,7 +110,7 @@ ExitStatus RunList(CSession& session, const ListOptions& options)
 {
     const CRavString parent = options.parent.empty() ? CRavString() : FindParent(session, options.parent).key;
     std::vector<VlanRow> rows = ReadVlans(session, parent);
-    std::for_each(rows.begin(), rows.end(), [&](VlanRow& row) { ReadStatus(session, row); });
+    ReadStatuses(session, rows);
     if (options.json)
     {
         Json array = Json::array();

@@ -1,5 +1,6 @@
 #include "Tools/vlanctl/Inventory.h"
 
+#include "Common/Library/RavAdapter.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
 #include "Tools/vlanctl/Messages.h"
@@ -98,6 +99,19 @@ void ReadStatus(CSession& session, VlanRow& row)
     DWORD status = 0;
     session.Agent().GetVlanStatus(result, row.info.vlanKey, status);
     row.status = StatusText(result.Succeeded() ? status : 0);
+}
+
+void ReadStatuses(CSession& session, std::vector<VlanRow>& rows)
+{
+    CRavNetCfgInterface netCfg;
+    const bool open = SUCCEEDED(netCfg.Initialize());
+    for (VlanRow& row : rows)
+    {
+        if (open)
+            row.status = StatusText(CRavAdapter(row.info.vlanKey).GetLoadStatus(netCfg));
+        else
+            ReadStatus(session, row);
+    }
 }
 
 bool IsThere(CSession& session, const CRavString& vlanKey)

@@ -31,6 +31,8 @@ struct ParentRow
 // error.
 std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey = {});
 void ReadStatus(CSession& session, VlanRow& row);
+// The same for many, where the agent would look at all adapters for each.
+void ReadStatuses(CSession& session, std::vector<VlanRow>& rows);
 bool IsThere(CSession& session, const CRavString& vlanKey);
 // "Port A - VLAN : Sales (id 10)"
 std::string VlanText(const RAV_VLAN_INFO& info);
