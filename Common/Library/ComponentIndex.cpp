@@ -39,43 +39,52 @@ HRESULT CRavComponentIndex::Find(INetCfg& netCfg, const CRavString& guid, ComPtr
 HRESULT CRavComponentIndex::List(INetCfg& netCfg, std::vector<CRavString>& guids)
 {
     HRESULT status = Start(netCfg);
-    if (FAILED(status))
-        return status;
+    if (status != S_OK)
+        return FAILED(status) ? status : E_POINTER;
     while ((status = Advance(netCfg)) == S_OK)
     {
     }
     guids = m_order;
-    return FAILED(status) ? S_FALSE : S_OK;
+    return m_complete ? S_OK : S_FALSE;
 }
 
+// S_FALSE when the class has no enumerator to give.
 HRESULT CRavComponentIndex::Start(INetCfg& netCfg)
 {
     if (m_complete || m_walk)
         return S_OK;
+    m_unnamed = false;
     const HRESULT status = RavStartWalk(netCfg, GUID_DEVCLASS_NET, m_walk);
-    return SUCCEEDED(status) && !m_walk ? E_POINTER : status;
+    return SUCCEEDED(status) && !m_walk ? S_FALSE : status;
 }
 
 // Reads one more component: S_OK, or S_FALSE after the last one. A walk that fails is dropped, and the next question
-// begins another.
+// begins another; so it does behind a walk that has met a component without a GUID, which may tell it then.
 HRESULT CRavComponentIndex::Advance(INetCfg& netCfg)
 {
     HRESULT status = Start(netCfg);
-    if (FAILED(status) || m_complete)
+    if (status != S_OK || m_complete)
         return FAILED(status) ? status : S_FALSE;
-    ComPtr<INetCfgComponent> component;
-    ULONG fetched = 0;
-    status = m_walk->Next(1, &component, &fetched);
-    if (FAILED(status))
+    try
     {
-        m_walk.Reset();
-        return status;
+        ComPtr<INetCfgComponent> component;
+        CRavString guid;
+        ULONG fetched = 0;
+        status = m_walk->Next(1, &component, &fetched);
+        if (component && RavGuidOf(*component.Get(), guid))
+            Take(guid, *component.Get());
+        else if (component)
+            m_unnamed = true;
     }
-    m_complete = status != S_OK;
-    CRavString guid;
-    if (component && RavGuidOf(*component.Get(), guid))
-        Take(guid, *component.Get());
-    return m_complete ? S_FALSE : S_OK;
+    catch (...)
+    {
+        Clear(); // or what was passed over would never be seen again
+        throw;
+    }
+    m_complete = status == S_FALSE && !m_unnamed;
+    if (status != S_OK)
+        m_walk.Reset();
+    return SUCCEEDED(status) && status != S_OK ? S_FALSE : status;
 }
 
 void CRavComponentIndex::Take(const CRavString& guid, INetCfgComponent& component)
@@ -89,7 +98,15 @@ void CRavComponentIndex::Take(const CRavString& guid, INetCfgComponent& componen
 void CRavComponentIndex::Add(const CRavString& guid, INetCfgComponent& component)
 {
     m_walk.Reset();
-    Take(guid, component);
+    try
+    {
+        Take(guid, component);
+    }
+    catch (...)
+    {
+        Clear();
+        throw;
+    }
 }
 
 void CRavComponentIndex::Remove(const CRavString& guid)

@@ -17,8 +17,8 @@ class CRavComponentIndex
   public:
     // The component with the instance GUID; null and S_FALSE when there is none.
     HRESULT Find(INetCfg& netCfg, const CRavString& guid, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
-    // The instance GUIDs of all components, in the order of the class. S_FALSE when the walk broke off: they are those
-    // before that.
+    // The instance GUIDs of all components, in the order of the class. S_FALSE when they need not be all: the walk
+    // broke off, or a component does not tell its GUID.
     HRESULT List(INetCfg& netCfg, std::vector<CRavString>& guids);
     // A component that was installed, or removed, since the walk.
     void Add(const CRavString& guid, INetCfgComponent& component);
@@ -32,6 +32,7 @@ class CRavComponentIndex
 
     Microsoft::WRL::ComPtr<IEnumNetCfgComponent> m_walk;
     bool m_complete = false;
+    bool m_unnamed = false; // the walk has met a component that does not tell its GUID
     std::vector<CRavString> m_order;
     std::unordered_map<std::wstring, Microsoft::WRL::ComPtr<INetCfgComponent>> m_components; // by GUID in upper case
 };

@@ -94,7 +94,7 @@ void CRavNetCfgInterface::LeaveApartment()
 bool CRavNetCfgInterface::IsReading()
 {
     if (!m_bViewStarted && m_bGoesOnReading)
-        StartView();
+        m_bGoesOnReading = FAILED(StartView());
     return m_bViewStarted;
 }
 
@@ -253,16 +253,36 @@ HRESULT CRavNetCfgInterface::ListNetworkComponents(std::vector<CRavString>& guid
     return status;
 }
 
+// The list counts again once it is true: not when something is thrown on the way.
 void CRavNetCfgInterface::NoteInstalled(const CRavString& strGuid, INetCfgComponent& component)
 {
+    const bool listed = std::exchange(m_bListed, false);
     m_components.Add(strGuid, component);
     m_guids.push_back(strGuid);
+    m_bListed = listed;
 }
 
 void CRavNetCfgInterface::NoteRemoved(const CRavString& strGuid)
 {
+    const bool listed = std::exchange(m_bListed, false);
     m_components.Remove(strGuid);
     std::erase_if(m_guids, [&](const CRavString& guid) { return guid.CompareI(strGuid); });
+    m_bListed = listed;
+}
+
+void CRavNetCfgInterface::ReadAnew()
+{
+    if (m_iWriteLocks > 0 || !m_bViewStarted)
+        return;
+    EndView();
+    m_bListed = false;
+    m_bGoesOnReading = true;
+}
+
+void CRavNetCfgInterface::SearchAnew()
+{
+    m_components.Clear();
+    m_bListed = false;
 }
 
 HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)

@@ -45,6 +45,11 @@ class CRavNetCfgInterface
     // and they are those before that. What was read under the write
     // lock holds on behind it; taking the lock reads anew what others may have changed.
     HRESULT ListNetworkComponents(std::vector<CRavString>& guids);
+    // Forgets which components there are: behind a time in which other programs may have changed that. Nothing under
+    // the write lock, which keeps them out.
+    void ReadAnew();
+    // Forgets what was found so far in this view; the next question looks at each component again.
+    void SearchAnew();
     // Tells of a component that was installed, or removed, through this session.
     void NoteInstalled(const CRavString& strGuid, INetCfgComponent& component);
     void NoteRemoved(const CRavString& strGuid);

@@ -1,5 +1,6 @@
 // What a network configuration session knows and changes of the intermediate driver.
 
+#include "Common/Library/ParamKey.h"
 #include "Common/Library/RavNetCfgInterface.h"
 
 #include "Common/Src/RavDebug.h"
@@ -140,7 +141,7 @@ HRESULT CRavNetCfgInterface::GetTeamMode(const CRavString& strTeam, DWORD& dwMod
     CRavKeyHandle handle;
     status = FindNetworkComponentByGUID(strTeam, team);
     if (SUCCEEDED(status))
-        status = team ? team->OpenParamKey(handle.Receive()) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
+        status = team ? RavOpenParamKey(*team.Get(), handle) : HRESULT_FROM_WIN32(ERROR_NOT_FOUND);
     if (SUCCEEDED(status))
     {
         CRavRegKey key(std::move(handle));

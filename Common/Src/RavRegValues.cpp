@@ -4,9 +4,8 @@
 
 namespace
 {
-constexpr size_t FIRST_BUFFER_BYTES = 2048;
+constexpr DWORD MOST_BYTES = 2048; // longer values are none that anybody asks for
 constexpr DWORD TEXT_CHARACTERS = 256;
-constexpr int ATTEMPTS = 3; // a value that grows between two calls
 } // namespace
 
 CRavRegValues::CRavRegValues(HKEY hKey, std::initializer_list<CRavString> names)
@@ -23,17 +22,10 @@ bool CRavRegValues::ReadTogether(HKEY hKey)
     std::vector<VALENTW> entries(m_values.size());
     for (size_t index = 0; index < entries.size(); ++index)
         entries[index].ve_valuename = m_values[index].name.data();
-    std::vector<BYTE> buffer(FIRST_BUFFER_BYTES);
-    LONG status = ERROR_MORE_DATA;
-    for (int attempt = 0; status == ERROR_MORE_DATA && attempt < ATTEMPTS; ++attempt)
-    {
-        auto size = static_cast<DWORD>(buffer.size());
-        status = RegQueryMultipleValuesW(hKey, entries.data(), static_cast<DWORD>(entries.size()),
-                                         reinterpret_cast<wchar_t*>(buffer.data()), &size);
-        if (status == ERROR_MORE_DATA)
-            buffer.resize(size);
-    }
-    if (status != ERROR_SUCCESS)
+    std::vector<BYTE> buffer(MOST_BYTES);
+    auto room = static_cast<DWORD>(buffer.size());
+    if (RegQueryMultipleValuesW(hKey, entries.data(), static_cast<DWORD>(entries.size()),
+                                reinterpret_cast<wchar_t*>(buffer.data()), &room) != ERROR_SUCCESS)
         return false;
     for (size_t index = 0; index < entries.size(); ++index)
     {
@@ -50,16 +42,10 @@ void CRavRegValues::ReadEach(HKEY hKey)
 {
     for (VALUE& value : m_values)
     {
-        value.data.resize(FIRST_BUFFER_BYTES);
-        value.status = ERROR_MORE_DATA;
-        for (int attempt = 0; value.status == ERROR_MORE_DATA && attempt < ATTEMPTS; ++attempt)
-        {
-            auto size = static_cast<DWORD>(value.data.size());
-            value.status = RegQueryValueExW(hKey, value.name, nullptr, &value.type, value.data.data(), &size);
-            value.data.resize(size);
-        }
-        if (value.status != ERROR_SUCCESS)
-            value.data.clear();
+        value.data.resize(MOST_BYTES);
+        DWORD size = MOST_BYTES;
+        value.status = RegQueryValueExW(hKey, value.name, nullptr, &value.type, value.data.data(), &size);
+        value.data.resize(value.status == ERROR_SUCCESS ? size : 0);
     }
 }
 
@@ -91,7 +77,7 @@ bool CRavRegValues::AnyText(size_t uIndex, CRavString& strValue, size_t uMostCha
 bool RavReadTextAt(const CRavString& strPath, const wchar_t* pName, CRavString& strText)
 {
     wchar_t buffer[TEXT_CHARACTERS + 1] = {};
-    DWORD size = TEXT_CHARACTERS * sizeof(wchar_t);
+    DWORD size = sizeof(buffer);
     const bool done = RegGetValueW(HKEY_LOCAL_MACHINE, strPath, pName, RRF_RT_ANY | RRF_NOEXPAND, nullptr, buffer,
                                    &size) == ERROR_SUCCESS;
     strText = done ? buffer : L"";

@@ -2,6 +2,7 @@
 
 #include "Src/Agent/RavVlanAgent.h"
 
+#include "Common/Library/ParamKey.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/Helper.h"
 #include "Common/Src/OsVersion.h"
@@ -162,8 +163,12 @@ void CVlanAgentWin::ReleaseNetCfgInterfaceObj(CResult& result, bool& bRelease)
     if (!TlsSetValue(m_dwThreadSlot, nullptr))
     {
         // The slot still points to the session, so the session must not be deleted: the thread's next operation uses
-        // it.
+        // it, and finds it as if it were new.
         RavTrace().Print(L"CreateNetCfgInterfaceObj Error TlsSetValue NULL!!");
+        auto* const session = static_cast<CRavHostSession*>(held);
+        session->UnInitialize();
+        session->View().ForgetAll();
+        session->Initialize();
         return;
     }
     const std::unique_ptr<CRavHostSession> session(static_cast<CRavHostSession*>(held));
@@ -252,7 +257,7 @@ bool CVlanAgentWin::OpenMiniportKey(const CRavString& strGuid, CRavRegKey& key)
         RavTrace().Print(L"OpenMiniportKey() CRavNetCfgInterface->FindNetworkComponentByGUID() failed.");
     else if (!component)
         RavTrace().Print(L"OpenMiniportKey() could not create INetCfgComponent object.");
-    else if (FAILED(component->OpenParamKey(handle.Receive())))
+    else if (FAILED(RavOpenParamKey(*component.Get(), handle)))
         RavTrace().Print(L"OpenMiniportKey() INetCfgComponent->OpenParamKey() failed.");
     else
     {

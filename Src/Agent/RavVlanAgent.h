@@ -247,6 +247,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool MissesListedVlan(const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
     static bool MissesVlanOfEntry(CRavHostSession& session, const CRavString& strAdapterKey,
                                   const CRavString& strParentKey, const std::vector<CRavString>& vlanKeys);
+    static bool IsVlanOf(CRavHostSession& session, const CRavString& strVlanKey, const CRavString& strParentKey);
     bool IsBound(const CRavString& strVlanKey);
     void Bind(const std::vector<CRavString>& vlanKeys);
     CResult FindVlan(const CRavString& strVlanKey);

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 
+using Microsoft::WRL::ComPtr;
+
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
@@ -100,6 +102,19 @@ CResult CVlanAgentWin::EnumerateComponents(const CRavString& strParentKey, std::
     return SUCCEEDED(session->View().EnumerateVlans(strParentKey, vlanKeys)) ? CResult::Success() : CResult();
 }
 
+// Whether a VLAN of the parent is there, or may be. What an enumeration did not show is looked for once more, at each
+// component: the answer decides whether the parent's first VLAN is created, or its last one removed.
+bool CVlanAgentWin::IsVlanOf(CRavHostSession& session, const CRavString& strVlanKey, const CRavString& strParentKey)
+{
+    ComPtr<INetCfgComponent> component;
+    session.SearchAnew();
+    if (FAILED(session.FindNetworkComponentByGUID(strVlanKey, component)))
+        return true;
+    const RAV_HOST_ADAPTER* const adapter =
+        component ? session.View().Find(strVlanKey, CRavHostView::DEPTH::Parents) : nullptr;
+    return adapter != nullptr && adapter->IsVlan() && adapter->parentKey == strParentKey;
+}
+
 // An enumeration misses a VLAN that the network configuration does not show at the moment. Then a parent with VLANs
 // would seem to have none, or only one: creating its "first" VLAN would overwrite, and removing its "last" one delete,
 // what the driver keeps of the others.
@@ -130,8 +145,7 @@ bool CVlanAgentWin::MissesVlanOfEntry(CRavHostSession& session, const CRavString
         const CRavString guid = binding.Length() > prefix ? binding.c_str() + prefix : L"";
         if (std::any_of(vlanKeys.begin(), vlanKeys.end(), [&](const CRavString& key) { return key.CompareI(guid); }))
             return false;
-        const RAV_HOST_ADAPTER* const adapter = session.View().Find(guid);
-        return adapter != nullptr && adapter->IsVlan() && adapter->parentKey == strParentKey;
+        return IsVlanOf(session, guid, strParentKey);
     });
 }
 
@@ -251,7 +265,10 @@ void CVlanAgentWin::GetVlanStatus(CResult& result, const CRavString& strVlanKey,
     result = CResult();
     dwStatus = 0;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetVlanStatus", result, [&] {
-        bool release = true; // ends the thread's session, so that the one below sees the present state
+        // Ends the thread's session, so that the one below sees the present state; but not one whose lock is held:
+        // those who hold it go on with it.
+        const CRavNetCfgInterface* const held = ThreadSession();
+        bool release = held == nullptr || !held->IsLockedForWrite();
         ReleaseNetCfgInterfaceObj(result, release);
         CRavXmsVlan vlan(strVlanKey, *this);
         const CNetCfgSession session(*this);

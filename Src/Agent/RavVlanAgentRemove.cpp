@@ -91,6 +91,8 @@ void CVlanAgentWin::RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, con
         if (!MayRemove(result, key, lock.client))
             return;
         WaitForApplyDone(lock.client);
+        if (CRavHostSession* const host = ThreadSession())
+            host->ReadAnew(); // the wait may have been a long one
         const CNetCfgSession session(*this);
         if (!session.IsOpen())
         {

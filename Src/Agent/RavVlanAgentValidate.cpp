@@ -56,6 +56,7 @@ void CVlanAgentWin::ValidateNewVlan(CResult& result, const CRavString& strParent
     const CRavTraceScope trace(L"CVlanAgentWin::ValidateNewVlan", &result);
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::ValidateNewVlan", result, [&] {
         const CRavString parent = RavCanonicalKey(strParentKey);
+        WaitForApplyDone(client); // before anything is read
         const CNetCfgSession session(*this);
         ValidateParent(messages, parent, client);
         // When a rule could not be checked the validation fails: without messages it would look like permission.

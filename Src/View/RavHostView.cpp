@@ -1,5 +1,6 @@
 #include "Src/View/RavHostView.h"
 
+#include "Common/Library/ParamKey.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
 #include "Common/Src/RavKeyHandle.h"
@@ -65,7 +66,7 @@ HRESULT CRavHostView::EnumerateVlans(const CRavString& strParentKey, std::vector
         return status;
     for (const CRavString& guid : guids)
     {
-        const RAV_HOST_ADAPTER* const adapter = Find(guid, strParentKey.IsEmpty() ? DEPTH::Kinds : DEPTH::Parents);
+        const RAV_HOST_ADAPTER* const adapter = Known(guid, strParentKey.IsEmpty() ? DEPTH::Kinds : DEPTH::Parents);
         if (adapter == nullptr || !adapter->IsVlan())
             continue;
         if (strParentKey.IsEmpty() || adapter->parentKey == strParentKey)
@@ -76,17 +77,25 @@ HRESULT CRavHostView::EnumerateVlans(const CRavString& strParentKey, std::vector
     return status;
 }
 
+// What is known of an adapter does not say that it is still there.
 const RAV_HOST_ADAPTER* CRavHostView::Find(const CRavString& strGuid, DEPTH depth)
 {
+    ComPtr<INetCfgComponent> component;
+    if (FAILED(m_netCfg.FindNetworkComponentByGUID(strGuid, component)) || !component)
+        return nullptr;
+    return Known(RavCanonicalKey(strGuid), depth);
+}
+
+const RAV_HOST_ADAPTER* CRavHostView::Known(const CRavString& strGuid, DEPTH depth)
+{
     const auto isEnough = [depth](const KNOWN& known) { return known.depth >= depth || !known.adapter.IsVlan(); };
-    const CRavString guid = RavCanonicalKey(strGuid);
-    auto found = m_adapters.find(guid);
+    auto found = m_adapters.find(strGuid);
     if (found == m_adapters.end() || !isEnough(found->second))
     {
         KNOWN known;
-        if (!Read(guid, std::max(depth, m_depth), known))
+        if (!Read(strGuid, std::max(depth, m_depth), known))
             return nullptr;
-        found = m_adapters.insert_or_assign(guid, known).first;
+        found = m_adapters.insert_or_assign(strGuid, known).first;
     }
     return isEnough(found->second) ? &found->second.adapter : nullptr;
 }
@@ -96,22 +105,21 @@ void CRavHostView::Forget(const CRavString& strGuid)
     m_adapters.erase(RavCanonicalKey(strGuid));
 }
 
+// A VLAN of which no more can be read is known as one all the same.
 bool CRavHostView::Read(const CRavString& strGuid, DEPTH depth, KNOWN& known)
 {
     ComPtr<INetCfgComponent> component;
     CRavKeyHandle key;
     RAV_HOST_ADAPTER& adapter = known.adapter;
     if (FAILED(m_netCfg.FindNetworkComponentByGUID(strGuid, component)) || !component ||
-        FAILED(component->OpenParamKey(key.Receive())))
-        return false;
-    if (!IsAnswer(QueryNumber(key.Get(), XmsValue::SupportedFeatures, adapter.features)))
+        FAILED(RavOpenParamKey(*component.Get(), key)) ||
+        !IsAnswer(QueryNumber(key.Get(), XmsValue::SupportedFeatures, adapter.features)))
         return false;
     adapter.kind = KindOf(adapter.features);
     if (!adapter.IsVlan() || depth == DEPTH::Kinds)
         return true;
     bool named = false;
-    const bool done =
-        depth == DEPTH::Names ? ReadParentAndNames(key.Get(), adapter, named) : ReadParent(key.Get(), adapter);
-    known.depth = named ? DEPTH::Names : DEPTH::Parents;
-    return done;
+    if (depth == DEPTH::Names ? ReadParentAndNames(key.Get(), adapter, named) : ReadParent(key.Get(), adapter))
+        known.depth = named ? DEPTH::Names : DEPTH::Parents;
+    return true;
 }

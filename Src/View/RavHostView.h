@@ -31,8 +31,9 @@ struct RAV_HOST_ADAPTER
 };
 
 // The adapters of the host, read once: the first question walks the network class, later ones are answered from what it
-// has found. What was read of a VLAN holds until Forget; which adapters there are holds until the session takes its
-// write lock. Used by one thread, for one operation.
+// has found. Which adapters there are holds until the session takes its write lock, before which other programs may
+// change it. What was read of a VLAN holds until Forget: the suite alone writes it, and whoever of the suite changes
+// VLANs holds its lock. Used by one thread, for one operation.
 class CRavHostView
 {
   public:
@@ -55,6 +56,7 @@ class CRavHostView
     const RAV_HOST_ADAPTER* Find(const CRavString& strGuid, DEPTH depth = DEPTH::Parents);
     // For whoever has written values of the adapter: what was read of it is dropped.
     void Forget(const CRavString& strGuid);
+    void ForgetAll() { m_adapters.clear(); }
 
   private:
     struct KNOWN
@@ -62,6 +64,7 @@ class CRavHostView
         RAV_HOST_ADAPTER adapter;
         DEPTH depth = DEPTH::Kinds;
     };
+    const RAV_HOST_ADAPTER* Known(const CRavString& strGuid, DEPTH depth);
     bool Read(const CRavString& strGuid, DEPTH depth, KNOWN& known);
 
     CRavNetCfgInterface& m_netCfg;

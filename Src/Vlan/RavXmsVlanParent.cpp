@@ -1,5 +1,6 @@
 #include "Src/Vlan/RavXmsVlan.h"
 
+#include "Common/Library/ParamKey.h"
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/XmsNames.h"
@@ -51,7 +52,7 @@ CResult CRavXmsVlan::GetParentType(int& iParentType)
     CRavRegKey key;
     DWORD features = 0;
     CRavKeyHandle handle;
-    if (SUCCEEDED(component->OpenParamKey(handle.Receive())))
+    if (SUCCEEDED(RavOpenParamKey(*component.Get(), handle)))
         key.Adopt(std::move(handle));
     // Without features the parent is an adapter. A key that cannot be read is a failure: it may be a team's.
     if (!key.GetValue(RavName(RAV_NAME_SUPPORTED_FEATURES), features) && key.LastResult() != ERROR_FILE_NOT_FOUND)

@@ -2,6 +2,7 @@
 
 #include "Src/Vlan/RavXmsVlan.h"
 
+#include "Common/Library/ParamKey.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
@@ -42,14 +43,18 @@ HRESULT OpenInstanceKey(CRavNetCfgInterface* session, const wchar_t* routine, co
     status = netCfg.FindNetworkComponentByGUID(guid, component);
     if (FAILED(status))
     {
-        const HRESULT queried = netCfg.GetNetCfg()->QueryNetCfgClass(
-            &GUID_DEVCLASS_NET, IID_INetCfgClass, reinterpret_cast<void**>(networkClass.GetAddressOf()));
-        return FAILED(queried) ? failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status)
-                               : failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status);
+        // Which step it was: each has its line, and a walk that breaks off finds nothing.
+        ComPtr<IEnumNetCfgComponent> walk;
+        if (FAILED(netCfg.GetNetCfg()->QueryNetCfgClass(&GUID_DEVCLASS_NET, IID_INetCfgClass,
+                                                        reinterpret_cast<void**>(networkClass.GetAddressOf()))))
+            return failed(L"CRavXmsVlan::%s, pNetCfg->QueryNetCfgClass fails.", status);
+        return FAILED(networkClass->EnumComponents(&walk))
+                   ? failed(L"CRavXmsVlan::%s, pNetCfgClass->EnumComponents fails.", status)
+                   : failed(L"CRavXmsVlan::%s, pComponent is NULL.", status);
     }
     if (!component)
         return failed(L"CRavXmsVlan::%s, pComponent is NULL.", HRESULT_FROM_WIN32(ERROR_NOT_FOUND));
-    status = component->OpenParamKey(key.Receive());
+    status = RavOpenParamKey(*component.Get(), key);
     if (FAILED(status))
         return failed(L"CRavXmsVlan::%s, pComponent->OpenParamKey fails.", status);
     RavTrace().Print(L"CRavXmsVlan::%s, key opened successfully. Returning...", routine);
@@ -129,7 +134,7 @@ bool CRavXmsVlan::OpenThisMiniportRegKey()
     ComPtr<INetCfgComponent> component;
     CRavKeyHandle key;
     done = netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(m_strVlanNetCfgInstanceId, component)) &&
-           component && SUCCEEDED(component->OpenParamKey(key.Receive()));
+           component && SUCCEEDED(RavOpenParamKey(*component.Get(), key));
     if (done)
         m_ownKey.Adopt(std::move(key));
     else
