@@ -67,15 +67,13 @@ LSTATUS ReadComponentNames(const GUID& classGuid, std::vector<std::wstring>& nam
 LSTATUS ReadComponent(const GUID& classGuid, const std::wstring& name, LAB_COMPONENT& component)
 {
     component = {classGuid, {}, classPath(classGuid) + L'\\' + name};
-    std::optional<std::wstring> guid = name;
+    std::wstring guid = name;
+    LSTATUS status = ERROR_SUCCESS;
     if (component.IsAdapter())
-    {
-        CRegistryKey key;
-        if (const LSTATUS status = component.Open(key); status != ERROR_SUCCESS)
-            return status;
-        guid = key.Text(L"NetCfgInstanceId");
-    }
-    const bool known = guid && SUCCEEDED(IIDFromString(guid->c_str(), &component.guidInstance));
+        status = ReadTextAt(component.strKeyPath, L"NetCfgInstanceId", guid);
+    if (status != ERROR_SUCCESS && status != ERROR_UNSUPPORTED_TYPE && status != ERROR_MORE_DATA)
+        return status;
+    const bool known = SUCCEEDED(IIDFromString(guid.c_str(), &component.guidInstance));
     return known ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
 }
 

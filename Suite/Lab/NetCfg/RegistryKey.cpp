@@ -148,6 +148,15 @@ LSTATUS CRegistryKey::DeleteValue(const wchar_t* name)
     return RegDeleteValueW(m_hKey, name);
 }
 
+LSTATUS ReadTextAt(const std::wstring& path, const wchar_t* name, std::wstring& text)
+{
+    wchar_t buffer[256] = {};
+    DWORD size = sizeof(buffer);
+    const LSTATUS status = RegGetValueW(HKEY_LOCAL_MACHINE, path.c_str(), name, RRF_RT_REG_SZ, nullptr, buffer, &size);
+    text = status == ERROR_SUCCESS ? buffer : L"";
+    return status;
+}
+
 LSTATUS DeleteKeyTree(const std::wstring& path)
 {
     const LSTATUS status = RegDeleteTreeW(HKEY_LOCAL_MACHINE, path.c_str());

@@ -45,6 +45,10 @@ class CRegistryKey
     HKEY m_hKey = nullptr;
 };
 
+/// A text of up to 255 characters, of a key that need not be opened for it. A Win32 error, and an empty text, when
+/// there is none.
+LSTATUS ReadTextAt(const std::wstring& path, const wchar_t* name, std::wstring& text);
+
 /// Deletes a key with all below it; a missing key is no error.
 LSTATUS DeleteKeyTree(const std::wstring& path);
 

@@ -30,10 +30,10 @@ struct CEILING
 const std::map<std::string, CEILING> CEILINGS = {
     // clang-format off
     //           calls  per VLAN  below  sessions  per VLAN
-    {"create",   { 150,        4,    16,        1,        0}},
+    {"create",   { 150,        4,    12,        1,        0}},
     {"list",     {   5,       13,    18,        1,        1}},
     {"parents",  {  16,        0,     1,        1,        0}},
-    {"remove",   { 100,        3,    20,        1,        0}},
+    {"remove",   { 100,        3,    16,        1,        0}},
     {"validate", {  13,        4,     9,        1,        0}},
     // clang-format on
 };
