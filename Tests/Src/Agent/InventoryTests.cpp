@@ -118,9 +118,11 @@ TEST(Inventory, AVlanWhoseDeviceIsDamagedIsShownAndRemoved)
     EXPECT_EQ(RAV_LOAD_STATUS_LOADED, status);
     {
         CJournal journal;
-        journal.Hook(GetModuleHandleW(L"NetCfg.dll"));
         // Where its device has no driver its key is asked for: it is not found, either.
-        journal.Before("RegGetValueW", 2, [&] { journal.FailNext("RegOpenKeyExW", ERROR_FILE_NOT_FOUND, 2); });
+        journal.Before("RegGetValueW", 2, [&] {
+            journal.Hook(GetModuleHandleW(L"NetCfg.dll"));
+            journal.FailNext("RegOpenKeyExW", ERROR_FILE_NOT_FOUND, 2);
+        });
         journal.Start();
         s_trace->Forget();
         EXPECT_EQ("0 0|||0|0|0||-1", Record(host, key));
