@@ -253,7 +253,12 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult FindVlan(const CRavString& strVlanKey);
     void ForgetVlan(const CRavXmsVlan& vlan);
     void AddToCache(std::shared_ptr<CRavXmsVlan> pVlan);
-    CResult LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info);
+    enum class Damaged // VLANs
+    {
+        Fail,
+        Load
+    };
+    CResult LoadVlan(const CRavString& strVlanKey, Damaged damaged, RAV_VLAN_INFO& info);
     static bool ReadParentKey(CRavXmsVlan& vlan);
 
     bool IsFilteredOut(const CRavString& strParentKey);
@@ -268,7 +273,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
 
     void ValidateParent(CRavVlanMessages& messages, const CRavString& strParentKey, const RAV_CLIENT_ID& client);
     bool ValidateAdapter(CRavVlanMessages& messages, const CRavString& strAdapter);
-    void WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam);
+    void WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, RAV_PARENT_TYPE type);
     bool IsVmqSettingOn(const CRavString& strAdapter);
     bool ValidateIds(CRavVlanMessages& messages, const CRavString& strParentKey, const CRavString& strVlanNumbers,
                      const CRavString& strVlanName);
@@ -279,10 +284,12 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
                       const CRavString& strExceptKey);
 
-    bool MayCreate(CResult& result, const wchar_t* operation, const CRavString& strParentKey,
-                   const CRavString& strVlanNumbers, const CRavString& strVlanName, const RAV_LOCK_RECORD& lock);
-    void CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
-                    const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress);
+    struct Creation;
+    template <typename Work>
+    void CreateUnderLock(CResult& result, const Creation& creation, Work&& work);
+    bool MayCreate(CResult& result, const Creation& creation);
+    void CreateEach(CResult& result, const Creation& creation, const std::vector<DWORD>& ids,
+                    CRavVlanProgress* pProgress);
     void TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock);
     bool ReadVlanNames(const CRavString& strParentKey, std::vector<CRavString>& names);
     CResult CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,

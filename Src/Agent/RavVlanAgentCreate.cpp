@@ -45,30 +45,55 @@ CRavString GenerateVlanName(DWORD id, const std::vector<CRavString>& taken)
 }
 } // namespace
 
-// What both creating operations do before they create: under the suite lock, validation and the client check.
-bool CVlanAgentWin::MayCreate(CResult& result, const wchar_t* operation, const CRavString& strParentKey,
-                              const CRavString& strVlanNumbers, const CRavString& strVlanName,
-                              const RAV_LOCK_RECORD& lock)
+// What a client asks for, as both creating operations have it.
+struct CVlanAgentWin::Creation
+{
+    const wchar_t* operation;
+    CRavString parentKey; // canonical
+    CRavString vlanNumbers;
+    CRavString vlanName;
+    DWORD vlanType;
+    RAV_LOCK_RECORD lock;
+};
+
+// Under the suite lock: validation, the client check, and then the work.
+template <typename Work>
+void CVlanAgentWin::CreateUnderLock(CResult& result, const Creation& creation, Work&& work)
+{
+    std::optional<CNetCfgSession> session; // one session for all of it, the passes at the end of the lock included
+    const CRavSuiteLock suiteLock(*this, creation.lock, result);
+    if (!suiteLock.IsHeld())
+    {
+        RavTrace().Print(L"CreateTeam() - error unable to create the lock");
+        return;
+    }
+    session.emplace(*this);
+    if (IsVlanType(result, creation.vlanType) && MayCreate(result, creation))
+        work();
+}
+
+bool CVlanAgentWin::MayCreate(CResult& result, const Creation& creation)
 {
     // Others may have changed the host until this call had the lock: what was read before is dropped.
     ClearVlanCache();
     CRavVlanMessages messages;
-    ValidateNewVlan(result, strParentKey, strVlanNumbers, strVlanName, messages, lock.client);
+    ValidateNewVlan(result, creation.parentKey, creation.vlanNumbers, creation.vlanName, messages,
+                    creation.lock.client);
     const auto stop = std::find_if(messages.begin(), messages.end(), [](const RAV_VALIDATION_MESSAGE& message) {
         return message.dwSeverity == RAV_SEVERITY_STOP;
     });
     if (!result.Succeeded() || stop != messages.end())
     {
-        RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", operation);
+        RavTrace().Print(L"ERROR:  %s returned stop errors to prevent vlan creation!", creation.operation);
         // ValidateNewVlan has code 0 also when it finds stop errors; the refusal needs a code of its own.
         if (result.Succeeded())
             result = CResult(stop->dwCode);
         return false;
     }
-    VerifyClientID(result, lock.client);
+    VerifyClientID(result, creation.lock.client);
     if (result.ulErrCode != CResult::FAILED)
         return true;
-    RavTrace().Print(L"CVlanAgentWin::%s - VerifyClientID failed", operation);
+    RavTrace().Print(L"CVlanAgentWin::%s - VerifyClientID failed", creation.operation);
     return false;
 }
 
@@ -77,23 +102,14 @@ void CVlanAgentWin::CreateVlan(CResult& result, const CRavString& strParentKey, 
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateVlan", &result);
-    const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateVlan", result, [&] {
-        std::optional<CNetCfgSession> session; // one session for all of it, the passes at the end of the lock included
-        const CRavSuiteLock suiteLock(*this, record, result);
-        if (!suiteLock.IsHeld())
-        {
-            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
-            return;
-        }
-        session.emplace(*this);
-        const CRavString parent = RavCanonicalKey(strParentKey);
-        CRavString numbers;
-        numbers.FormatString(L"%u", dwVlanId);
-        if (!IsVlanType(result, dwVlanType) || !MayCreate(result, L"CreateVlan", parent, numbers, strVlanName, record))
-            return;
-        TellTeamAgent(parent, record);
-        CreateSingleVlan(result, parent, dwVlanId, strVlanName, dwVlanType);
+        CRavString number;
+        number.FormatString(L"%u", dwVlanId);
+        const Creation creation{L"CreateVlan", RavCanonicalKey(strParentKey), number, strVlanName, dwVlanType, lock};
+        CreateUnderLock(result, creation, [&] {
+            TellTeamAgent(creation.parentKey, creation.lock);
+            CreateSingleVlan(result, creation.parentKey, dwVlanId, creation.vlanName, creation.vlanType);
+        });
     });
 }
 
@@ -103,48 +119,37 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
 {
     result = CResult();
     const CRavTraceScope trace(L"CVlanAgentWin::CreateMultipleVLANs", &result);
-    const RAV_LOCK_RECORD record = lock;
     Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::CreateMultipleVLANs", result, [&] {
-        std::optional<CNetCfgSession> session; // one session for all of it, the passes at the end of the lock included
-        const CRavSuiteLock suiteLock(*this, record, result);
-        if (!suiteLock.IsHeld())
-        {
-            RavTrace().Print(L"CreateTeam() - error unable to create the lock");
-            return;
-        }
-        session.emplace(*this);
-        const CRavString parent = RavCanonicalKey(strParentKey);
-        if (!IsVlanType(result, dwVlanType) ||
-            !MayCreate(result, L"CreateMultipleVLANs", parent, strVlanNumbers, strVlanName, record))
-            return;
-        std::vector<DWORD> ids;
-        if (!GetVlanIDsFromRange(strVlanNumbers, ids))
-        {
-            RavTrace().Print(L"ERROR:  Unable to parse the vlanNumbers! = %s", strVlanNumbers.c_str());
+        const Creation creation{
+            L"CreateMultipleVLANs", RavCanonicalKey(strParentKey), strVlanNumbers, strVlanName, dwVlanType, lock};
+        CreateUnderLock(result, creation, [&] {
+            std::vector<DWORD> ids;
+            if (GetVlanIDsFromRange(creation.vlanNumbers, ids))
+                return CreateEach(result, creation, ids, pProgress);
+            RavTrace().Print(L"ERROR:  Unable to parse the vlanNumbers! = %s", creation.vlanNumbers.c_str());
             result = CResult();
-            return;
-        }
-        CreateEach(result, parent, ids, strVlanName, dwVlanType, pProgress);
+        });
     });
 }
 
 // Stops at the first VLAN that fails; those created before it stay.
-void CVlanAgentWin::CreateEach(CResult& result, const CRavString& strParentKey, const std::vector<DWORD>& ids,
-                               const CRavString& strVlanName, DWORD dwVlanType, CRavVlanProgress* pProgress)
+void CVlanAgentWin::CreateEach(CResult& result, const Creation& creation, const std::vector<DWORD>& ids,
+                               CRavVlanProgress* pProgress)
 {
-    const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
+    const bool generated = creation.vlanName == RAV_AUTO_VLAN_NAMES;
     std::vector<CRavString> taken;
-    if (generated && !ReadVlanNames(strParentKey, taken))
+    if (generated && !ReadVlanNames(creation.parentKey, taken))
     {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read", strParentKey.c_str());
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read",
+                         creation.parentKey.c_str());
         result = CResult();
         return;
     }
     size_t done = 0;
     for (const DWORD id : ids)
     {
-        taken.push_back(generated ? GenerateVlanName(id, taken) : strVlanName);
-        CreateSingleVlan(result, strParentKey, id, taken.back(), dwVlanType);
+        taken.push_back(generated ? GenerateVlanName(id, taken) : creation.vlanName);
+        CreateSingleVlan(result, creation.parentKey, id, taken.back(), creation.vlanType);
         if (!result.Succeeded())
         {
             RavTrace().Error(SOURCE_FILE, __LINE__,

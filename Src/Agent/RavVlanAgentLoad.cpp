@@ -105,12 +105,12 @@ void CVlanAgentWin::LoadThisVlanInfo(CResult& result, const CRavString& strVlanK
             return;
         }
         if (IsBound(strVlanKey))
-            result = LoadVlan(strVlanKey, false, info);
+            result = LoadVlan(strVlanKey, Damaged::Fail, info);
         if (result.Succeeded())
             return;
         result = FindVlan(strVlanKey);
         if (result.Succeeded())
-            result = LoadVlan(strVlanKey, true, info);
+            result = LoadVlan(strVlanKey, Damaged::Load, info);
     });
 }
 
@@ -133,7 +133,7 @@ CResult CVlanAgentWin::FindVlan(const CRavString& strVlanKey)
 
 // A VLAN whose device or driver key cannot be found is damaged but exists: it is loaded with defaults for what cannot
 // be read, so that it can be shown and removed.
-CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, RAV_VLAN_INFO& info)
+CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, Damaged damaged, RAV_VLAN_INFO& info)
 {
     std::shared_ptr<CRavXmsVlan> vlan(new (std::nothrow) CRavXmsVlan(strVlanKey, *this));
     const CNetCfgSession session(*this);
@@ -149,7 +149,7 @@ CResult CVlanAgentWin::LoadVlan(const CRavString& strVlanKey, bool bDamagedToo, 
     if (!(SUCCEEDED(vlan->GetOOOKeyFromVk(L"")) && found))
     {
         RavTrace().Print(L"LoadThisVlanInfo - %s is gone or damaged.", strVlanKey.c_str());
-        if (!bDamagedToo)
+        if (damaged == Damaged::Fail)
             return CResult();
     }
     const CRavRegValues values = ReadVlanValues(vlan->GetParentClassKey());

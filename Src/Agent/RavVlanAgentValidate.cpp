@@ -104,7 +104,7 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     else if (!ValidateAdapter(messages, strParentKey))
         return;
     if (vmqEnabled)
-        WarnOfVmq(messages, strParentKey, isTeam);
+        WarnOfVmq(messages, strParentKey, isTeam ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER);
 }
 
 // False when this message makes further ones about the adapter pointless.
@@ -122,14 +122,15 @@ bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
 
 // Warns that queues are in use; and, where the setting of the parent or of a member is on, that creation switches it
 // off.
-void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, bool bIsTeam)
+void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strParentKey, RAV_PARENT_TYPE type)
 {
-    const DWORD code = bIsTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
+    const bool isTeam = type == RAV_PARENT_TEAM;
+    const DWORD code = isTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
     Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
     std::vector<CRavString> adapters{strParentKey};
-    const auto team = bIsTeam ? GetTeamAgentPvtIntf() : nullptr;
+    const auto team = isTeam ? GetTeamAgentPvtIntf() : nullptr;
     const auto members = [&] { return team->GetTeamMembers(strParentKey, adapters); };
-    if (bIsTeam &&
+    if (isTeam &&
         (team == nullptr || !RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::WarnOfVmq", members).Succeeded()))
         return;
     if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))
