@@ -38,10 +38,10 @@ HRESULT CRavComponentIndex::Find(INetCfg& netCfg, const CRavString& guid, ComPtr
 
 HRESULT CRavComponentIndex::List(INetCfg& netCfg, std::vector<CRavString>& guids)
 {
-    HRESULT status = Start(netCfg);
-    if (status != S_OK)
-        return FAILED(status) ? status : E_POINTER;
-    while ((status = Advance(netCfg)) == S_OK)
+    const HRESULT started = Start(netCfg);
+    if (started != S_OK)
+        return FAILED(started) ? started : E_POINTER;
+    while (Advance(netCfg) == S_OK)
     {
     }
     guids = m_order;

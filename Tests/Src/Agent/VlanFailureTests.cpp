@@ -90,7 +90,7 @@ std::string Short(const CRegistrySnapshot& before, const CRegistrySnapshot& afte
 {
     std::string text = CVlanLab::Short(CLabHost::Readable(CRegistrySnapshot::Difference(before, after), {}));
     if (!five.IsEmpty())
-        text = Replaced(text, ("\\" + Utf8(five)).c_str(), "{5}");
+        text = Replaced(text, "\\" + Utf8(five), "{5}");
     return Replaced(text, R"(\{[0-9A-F]{8}-[0-9A-F-]+\})", "{V}");
 }
 

@@ -110,7 +110,7 @@ TEST(VlanSettings, TemplatesBecomeTheDriversSettings)
               R"(*Other ParamDesc SZ ""; *Other Type SZ "enum"; *Other\Enum 0 SZ "Off"; )"
               R"(*Wild Default SZ "2147483647"; *Wild(help); *Wild Max SZ "8"; *Wild Min SZ "0"; )"
               R"(*Wild ParamDesc SZ ""; *Wild Type SZ "int")",
-              Replaced(stored, help.c_str(), "(help)"));
+              Replaced(stored, help, "(help)"));
     std::string told;
     for (std::smatch line; const std::string& text : SplitLines(s_trace->Text()))
         if (std::regex_match(text, line, std::regex("0 C\\S+ - (?!Inside|Setting type)(.*)")))
