@@ -41,9 +41,9 @@ class CRavNetCfgInterface
 
     // Finds the network adapter component with the instance GUID. S_FALSE and a null component when there is none.
     HRESULT FindNetworkComponentByGUID(const CRavString& strGuid, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
-    // The instance GUIDs of all network adapter components, in the order of the class; S_FALSE when the walk broke off
-    // and they are those before that. What was read under the write
-    // lock holds on behind it; taking the lock reads anew what others may have changed.
+    // The instance GUIDs of all network adapter components, in the order of the class; S_FALSE when they need not
+    // be all. What was read under the write lock holds on behind it; taking the lock reads anew what others may have
+    // changed.
     HRESULT ListNetworkComponents(std::vector<CRavString>& guids);
     // Forgets which components there are: behind a time in which other programs may have changed that. Nothing under
     // the write lock, which keeps them out.

@@ -261,6 +261,7 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     CResult LoadVlan(const CRavString& strVlanKey, Damaged damaged, RAV_VLAN_INFO& info);
     static bool ReadParentKey(CRavXmsVlan& vlan);
 
+    int TypeOfParent(const CRavString& strParentKey);
     bool IsFilteredOut(const CRavString& strParentKey);
     CResult DoesTeamSupportVlans(const CRavString& strTeam, bool& bSupports, bool& bNotLoaded, bool& bTeamFlag,
                                  const RAV_CLIENT_ID& client);

@@ -3,6 +3,7 @@
 #include "Src/Agent/RavVlanAgent.h"
 
 #include "Common/Src/RavKey.h"
+#include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
 #include "Common/Settings/RavSetting.h"
@@ -18,23 +19,7 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentInventory";
 constexpr int LOAD_ATTEMPTS = 3;
-constexpr DWORD PARENT_KEY_CHARACTERS = 512;
-
-// The text up to its first NUL; what is longer than the buffer, or no text, counts as missing.
-template <DWORD Characters>
-LONG QueryText(HKEY key, const CRavString& name, CRavString& text)
-{
-    wchar_t buffer[Characters + 1] = {};
-    DWORD size = Characters * sizeof(wchar_t);
-    DWORD type = REG_NONE;
-    const LONG status = RegQueryValueExW(key, name, nullptr, &type, reinterpret_cast<BYTE*>(buffer), &size);
-    if (status != ERROR_SUCCESS)
-        return status;
-    if (type != REG_SZ)
-        return ERROR_INVALID_DATA;
-    text = buffer;
-    return ERROR_SUCCESS;
-}
+constexpr size_t PARENT_KEY_CHARACTERS = 512;
 } // namespace
 
 // --- enumeration ----------------------------------------------------------------------------------------------------
@@ -152,7 +137,8 @@ bool CVlanAgentWin::MissesVlanOfEntry(CRavHostSession& session, const CRavString
 CRavString CVlanAgentWin::GetParentKeyofThisOpenOOOKey(HKEY hKey)
 {
     CRavString parent;
-    QueryText<PARENT_KEY_CHARACTERS>(hKey, RavName(RAV_NAME_VLAN_PARENT_KEY), parent);
+    const CRavRegValues values(hKey, {RavName(RAV_NAME_VLAN_PARENT_KEY)});
+    values.Text(0, parent, PARENT_KEY_CHARACTERS);
     return parent;
 }
 

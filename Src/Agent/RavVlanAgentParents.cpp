@@ -45,16 +45,23 @@ void CVlanAgentWin::DoesParentSupportVlans(CResult& result, const CRavString& st
             return;
         }
         const CNetCfgSession session(*this);
-        CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
-        vlan.m_strParentKey = strParentKey;
-        int type = RAV_PARENT_UNKNOWN;
-        vlan.GetParentType(type);
+        const int type = TypeOfParent(strParentKey);
         if (type == RAV_PARENT_TEAM)
             result = DoesTeamSupportVlans(strParentKey, bSupports, bNotLoaded, bTeamFlag, client);
         else if (type == RAV_PARENT_ADAPTER)
             result = DoesAdapterSupportVlans(strParentKey, bSupports, bNotLoaded);
     });
     RavTrace().Print(L"Exiting CVlanAgentWin::DoesParentSupportVlans() bSupports value is: %d", bSupports ? 1 : 0);
+}
+
+// Adapter or team, as the network configuration has it; needs the thread's session.
+int CVlanAgentWin::TypeOfParent(const CRavString& strParentKey)
+{
+    CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
+    vlan.m_strParentKey = strParentKey;
+    int type = RAV_PARENT_UNKNOWN;
+    vlan.GetParentType(type);
+    return type;
 }
 
 // A parent is only ruled out by a filter that can be read and says so.
@@ -245,10 +252,7 @@ void CVlanAgentWin::IsParentVmqEnabled(CResult& result, const CRavString& strPar
             return;
         }
         const CNetCfgSession session(*this);
-        CRavXmsVlan vlan(RAV_NEW_VLAN_KEY, *this);
-        vlan.m_strParentKey = strParentKey;
-        int type = RAV_PARENT_UNKNOWN;
-        vlan.GetParentType(type);
+        const int type = TypeOfParent(strParentKey);
         if (type == RAV_PARENT_ADAPTER)
         {
             result = Core().IsDeviceVmqEnabled(strParentKey, bVmqEnabled);
