@@ -6,7 +6,9 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
 scripts/setup.sh
-scripts/build.sh release >&2
+targets=(programs)
+[ "${1:-}" != bench ] || targets+=(bench)
+scripts/build.sh release "${targets[@]}" >&2
 export RAV_WINEPREFIX="$PWD/build/wine"
 bin=build/release/bin
 # The session outlasts its last program by five minutes, so that one command after another is quick. Only a server that is

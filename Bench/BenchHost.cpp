@@ -3,6 +3,7 @@
 #include "Common/Src/SuiteNames.h"
 #include "Src/Agent/RavVlanAgent.h"
 #include "Suite/Lab/LabTool/HostBuilder.h"
+#include "Suite/Lab/LabTool/LabCommands.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -30,15 +31,18 @@ std::string HostWith(size_t vlans, size_t vlansPerPort)
     }
     return R"({ "adapters": [)" + adapters + R"(], "vlans": [)" + list + "] }";
 }
-} // namespace
 
-CRavString ProgramFolder()
+// Gives the VLAN a setting with a range.
+void AddSetting(const CRavString& strVlanKey)
 {
-    wchar_t folder[MAX_PATH] = {};
-    GetModuleFileNameW(nullptr, folder, MAX_PATH);
-    *wcsrchr(folder, L'\\') = L'\0';
-    return folder;
+    const CRavString instance = LabInstancePath(strVlanKey);
+    const CRavString description = LabPath(LabPath(LabPath(instance, L"Ndi"), L"Params"), CBenchHost::SETTING);
+    LabSetText(instance, CBenchHost::SETTING, L"2");
+    LabSetText(description, L"Type", L"int");
+    LabSetText(description, L"Min", L"1");
+    LabSetText(description, L"Max", L"8");
 }
+} // namespace
 
 HMODULE NetCfgModule()
 {
@@ -61,9 +65,15 @@ void RegisterNetCfg()
     CoRegisterClassObject(CLSID_CNetCfg, factory.Get(), CLSCTX_INPROC_SERVER, REGCLS_MULTIPLEUSE, &cookie);
 }
 
-CBenchHost::CBenchHost(size_t vlans, size_t vlansPerPort)
+CBenchHost::CBenchHost(size_t vlans, size_t vlansPerPort) : CBenchHost(HostWith(vlans, vlansPerPort))
 {
-    BuildHost(ParseHost(HostWith(vlans, vlansPerPort)), ProgramFolder());
+    if (vlans >= WITH_SETTING)
+        AddSetting(Vlan(WITH_SETTING));
+}
+
+CBenchHost::CBenchHost(const std::string& text)
+{
+    BuildHost(ParseHost(text), ProgramFolder());
     LabSetText(CLASS_KEY, L"Installer32", L"NetCfg.dll,NetClassInstaller");
     LabSetNumber(SUITE_KEY, SuiteValue::Trace, 0);
     CRavString client;

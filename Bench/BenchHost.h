@@ -6,6 +6,7 @@
 #include "Tests/Harness/PrivateHive.h"
 
 #include <memory>
+#include <string>
 
 class CVlanAgentWin;
 
@@ -13,8 +14,6 @@ class CVlanAgentWin;
 void RegisterNetCfg();
 // The module of the lab's COM server.
 HMODULE NetCfgModule();
-// Where the program and the modules are.
-CRavString ProgramFolder();
 
 // A host in a private hive. Its VLANs have the ids from 1 on; "Port 1", the first parent, carries 64 of them or what is
 // asked for, and so do the ports after it.
@@ -24,8 +23,13 @@ class CBenchHost
     static constexpr DWORD PARENT_INSTANCE = 2; // the parent's instance number
 
     static constexpr size_t VLANS_PER_PORT = 64;
+    // The VLAN that has a setting, where there are so many: 2, from 1 to 8.
+    static constexpr size_t WITH_SETTING = 5;
+    static constexpr wchar_t SETTING[] = L"Rate";
 
     explicit CBenchHost(size_t vlans, size_t vlansPerPort = VLANS_PER_PORT);
+    // The host of a host file's text.
+    explicit CBenchHost(const std::string& text);
     ~CBenchHost();
 
     // The key that stands for HKEY_LOCAL_MACHINE.

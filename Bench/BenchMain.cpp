@@ -12,8 +12,9 @@ struct Group
     void (*run)();
 };
 const Group GROUPS[] = {{"foundation", BenchFoundation}, {"listing", BenchInventory}, {"parents", BenchParents},
-                        {"creation", BenchCreation},     {"removal", BenchRemoval},   {"growth", BenchGrowth},
-                        {"programs", BenchPrograms},     {"module", BenchModule}};
+                        {"creation", BenchCreation},     {"change", BenchChange},     {"removal", BenchRemoval},
+                        {"growth", BenchGrowth},         {"programs", BenchPrograms}, {"apply", BenchApply},
+                        {"module", BenchModule}};
 } // namespace
 
 // Figures for those who change the code; they depend on the machine, so compare ratios and calls, not times.

@@ -5,6 +5,7 @@
 
 #include "Common/Intf/RavCoreAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
+#include "Suite/Lab/LabTool/LabCommands.h"
 
 #include <netcfgx.h>
 #include <wrl/client.h>

@@ -48,9 +48,11 @@ void BenchFoundation();
 void BenchInventory();
 void BenchParents();
 void BenchCreation();
+void BenchChange();
 void BenchRemoval();
 void BenchGrowth();
 void BenchPrograms();
+void BenchApply();
 void BenchModule();
 // The part of it that runs in a process of its own, started with this argument: the time in tenths of microseconds, or
 // negative when it failed.

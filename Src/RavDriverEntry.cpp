@@ -20,12 +20,6 @@ CRavString RavDeviceOf(const CRavString& vlanKey)
     return RavName(RAV_NAME_DEVICE) + RavCanonicalKey(vlanKey);
 }
 
-bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list)
-{
-    list.clear();
-    return key.GetRegType(name) == REG_MULTI_SZ && key.GetValue(name, list);
-}
-
 bool RavKeepListed(const CRavString& adapter, std::vector<CRavString>& vlanKeys)
 {
     CRavRegKey entry;

@@ -2,6 +2,7 @@
 // The entry that the intermediate driver keeps of an adapter it serves, and lists of text as it reads them.
 
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/RavRegValues.h"
 #include "Src/RavNameTable.h"
 
 #include <vector>
@@ -18,10 +19,6 @@ inline bool RavIsNoNumber(LONG status)
 {
     return status == ERROR_FILE_NOT_FOUND || status == ERROR_SUCCESS || status == ERROR_MORE_DATA;
 }
-
-// Reads a REG_MULTI_SZ. A value of another type is not read: the result is false, and the key's last result
-// ERROR_SUCCESS tells it from a list that is missing or cannot be read.
-bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list);
 
 // Drops the keys of VLANs that the entry of the adapter does not list; all of them when there is no entry or no list.
 // False, with nothing dropped, when the list cannot be read.

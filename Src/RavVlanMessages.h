@@ -31,7 +31,14 @@ enum RAV_VLAN_MESSAGE : DWORD
     RAV_MSG_NAME_TOO_LONG = 0x33000099,           // 153
     RAV_MSG_NAME_EMPTY = 0x3300009A,              // 154
     RAV_MSG_NOT_OUR_DEVICE = 0x340000AB,          // 171
-    RAV_MSG_DRIVER_TOO_OLD = 0x340000AE           // 174
+    RAV_MSG_DRIVER_TOO_OLD = 0x340000AE,          // 174
+    // About advanced settings, a family of their own; in braces the parameters, decimal texts where they are numbers.
+    RAV_MSG_SETTING_UNKNOWN = 0x35000001,      // 1 {name}: the VLAN has no such setting
+    RAV_MSG_SETTING_NO_CHOICE = 0x35000002,    // 2 {name}: the value is none of the choices
+    RAV_MSG_SETTING_OUT_OF_RANGE = 0x35000003, // 3 {min, max}
+    RAV_MSG_SETTING_OFF_STEP = 0x35000004,     // 4 {min, step}: in range, but not min and a multiple of step
+    RAV_MSG_SETTING_WRONG_KIND = 0x35000005,   // 5 {name}: no number where one is needed
+    RAV_MSG_SETTING_ABOVE_PARENT = 0x35000006 // 6 {size in bytes}: frames larger than the parent carries, which is this
 };
 
 // Whether a result's code is that of a message.
@@ -44,3 +51,4 @@ inline constexpr DWORD RAV_CATEGORY_VLAN = 16;
 // Of the two warnings: queues are in use; a setting that creation switches off has them on.
 inline constexpr DWORD RAV_CATEGORY_VMQ = 33;
 inline constexpr DWORD RAV_CATEGORY_VMQ_SETTING = 36;
+inline constexpr DWORD RAV_CATEGORY_SETTING = 64; // of the family about settings

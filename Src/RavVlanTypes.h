@@ -60,6 +60,13 @@ class CRavVlanProgress
     virtual ~CRavVlanProgress() = default;
     // uDone of uTotal VLANs exist; vlanId is the one that was created last.
     virtual void OnVlanCreated(DWORD vlanId, size_t uDone, size_t uTotal) = 0;
+    // Asked before each VLAN whether it is to be created. After a false no further one is, and the call ends with
+    // ERROR_CANCELLED.
+    virtual bool GoesOn() { return true; }
+    // Asked for the name of each VLAN where the agent is to name them (RAV_AUTO_VLAN_NAMES); it names one itself whose
+    // name is left empty. All names are asked for before the first VLAN is created: one that the rules of a single
+    // creation refuse ends the call with the refusal's code.
+    virtual void NameVlan(DWORD /*vlanId*/, CRavString& /*name*/) {}
 };
 
 // Stands for a VLAN that does not exist yet.
@@ -69,6 +76,7 @@ inline constexpr wchar_t RAV_AUTO_VLAN_NAMES[] = L"AutoGenerateVlanNames";
 // Limits of 802.1Q and of the intermediate driver: the largest id, and how many VLANs one parent carries, a virtual
 // device fewer than others.
 inline constexpr DWORD RAV_MAX_VLAN_ID = 4094;
+inline constexpr DWORD RAV_MAX_VLAN_TYPE = 2;
 inline constexpr DWORD RAV_MAX_VLANS = 64;
 inline constexpr DWORD RAV_MAX_VLANS_OF_VIRTUAL_DEVICE = 63;
 

@@ -20,8 +20,10 @@ rooms='
     Src/Agent         stands on Src/Vlan
     Src/Exports       stands on Src/Agent
 
+    Plan              stands on Src/Vlan
+
     Suite/Lab         stands on Common/Library, public headers
-    Tools             stands on Common/Library, public headers
+    Tools             stands on Plan
 
     Tests/Harness     stands on Src/Exports, Suite/Lab, Tools
     Tests             stands on Tests/Harness

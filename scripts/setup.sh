@@ -5,6 +5,7 @@ set -euo pipefail
 
 packages=(
     g++-mingw-w64-x86-64-posix # compiler for Windows
+    lld                        # its linker
     clang-14                   # the module as Microsoft's compiler sees it
     wine64                     # runs what it makes
     cmake ninja-build          # build
@@ -12,6 +13,7 @@ packages=(
     libcli11-dev               # command lines of the tools
     nlohmann-json3-dev         # host files, --json
     libspdlog-dev              # the benchmarks' yardstick for the trace log
+    python3-jsonschema         # the schema of desired state, as editors see it
 )
 [ "${1:-}" != checks ] || packages+=(clang-format clang-tidy)
 

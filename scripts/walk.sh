@@ -85,7 +85,6 @@ staying() {
     - *PriorityVLANTag    REG_SZ    1
     + *PriorityVLANTag    REG_SZ    3
     + NetworkAddress    REG_SZ
-+ XMS\Configuration
 END
 }
 
@@ -105,7 +104,7 @@ cat <<'END'
 
 -- What the first VLAN of an adapter changes in HKLM\SYSTEM\CurrentControlSet: - went, + came. docs/registry.md explains it.
    (Class and Network are short for the network class's keys below Control\Class and Control\Network, XMS for
-   Services\oXMSProtocol\Parameters. The templates of the VLAN's settings, Class\0012\Ndi, are left out.)
+   Services\oXMSProtocol\Parameters. The templates of the VLAN's settings, Class\0013\Ndi, are left out.)
 END
 changes before first
 
@@ -126,10 +125,25 @@ show vlanctl list
 snapshot after
 cat <<'END'
 
--- What stays behind, of all keys of devices and drivers: the adapter's address is empty (its own again), its priority
-   tagging stays as the VLANs left it, and so does the key for what the driver kept of it.
+-- What stays behind, of all keys of devices and drivers: the adapter's address is empty (its own again), and its priority
+   tagging stays as the VLANs left it.
 END
 changes before after | sed 's/ *$//' | tee "$folder/staying.txt"
 staying | cmp -s - "$folder/staying.txt" || fail "this is not what should stay behind"
 ! grep -q 'Ndi' "$folder/changes.txt" || fail "templates of settings stay behind"
+
+heading "A creation that is killed, and what mends it"
+printf '\n$ ./run.sh vlanctl create --parent "Port B" --id 40-49 --auto-names --yes    (killed after its second VLAN)\n'
+scripts/wine.sh "$bin/vlanctl.exe" create --parent "Port B" --id 40-49 --auto-names --yes >"$folder/killed.txt" 2>&1 </dev/null &
+killed=$!
+until grep -q '2 of 10' "$folder/killed.txt" || ! kill -0 $killed 2>/dev/null; do
+    sleep 0.05
+done
+kill -9 $killed 2>/dev/null || fail "the creation was over before it could be killed"
+wait $killed 2>/dev/null || true
+sed 's/\r$//' "$folder/killed.txt"
+show vlanctl doctor --repair --yes
+show vlanctl doctor
+show vlanctl list
+show vlanctl remove --all --parent "Port B" --yes
 show lab down

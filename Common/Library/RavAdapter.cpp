@@ -3,6 +3,7 @@
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegValues.h"
 #include "Common/Library/NetCfgClasses.h"
+#include "Common/Library/RestartNote.h"
 #include "Common/Src/NetworkNames.h"
 
 #include <setupapi.h>
@@ -95,10 +96,29 @@ CResult ChangeState(const CRavString& device, DWORD state, bool& reboot)
     parameters.cbSize = sizeof(parameters);
     if (SetupDiGetDeviceInstallParamsW(list.Get(), &data, &parameters) &&
         (parameters.Flags & (DI_NEEDREBOOT | DI_NEEDRESTART)) != 0)
+    {
         reboot = true;
+        RavNoteRestart();
+    }
     return CResult::Success();
 }
 } // namespace
+
+RAV_LOAD_STATUS RavLoadStatusOf(INetCfgComponent& component, ULONG* pProblem)
+{
+    ULONG problem = 0;
+    const HRESULT status = component.GetDeviceStatus(&problem);
+    if (FAILED(status))
+    {
+        RavTrace().Print(L"RavLoadStatusOf - GetDeviceStatus fails, 0x%X", status);
+        return RAV_LOAD_STATUS_UNKNOWN;
+    }
+    if (pProblem != nullptr)
+        *pProblem = problem;
+    return problem == 0                  ? RAV_LOAD_STATUS_LOADED
+           : problem == PROBLEM_DISABLED ? RAV_LOAD_STATUS_DISABLED
+                                         : RAV_LOAD_STATUS_NOT_LOADED;
+}
 
 CRavAdapter::CRavAdapter(const CRavString& strInstance) : m_strInstance(strInstance) {}
 
@@ -212,16 +232,11 @@ CResult CRavAdapter::Unopened(const wchar_t* operation, const CRavRegKey& key) c
 DWORD CRavAdapter::GetLoadStatus(CRavNetCfgInterface& netCfg)
 {
     ComPtr<INetCfgComponent> component;
-    ULONG problem = 0;
-    HRESULT status = netCfg.FindNetworkComponentByGUID(m_strInstance, component);
-    if (FAILED(status) || !component || FAILED(status = component->GetDeviceStatus(&problem)))
-    {
-        RavTrace().Print(L"CRavAdapter::GetLoadStatus - %s, 0x%X", m_strInstance.c_str(), status);
-        return RAV_LOAD_STATUS_UNKNOWN;
-    }
-    return problem == 0                  ? RAV_LOAD_STATUS_LOADED
-           : problem == PROBLEM_DISABLED ? RAV_LOAD_STATUS_DISABLED
-                                         : RAV_LOAD_STATUS_NOT_LOADED;
+    const HRESULT status = netCfg.FindNetworkComponentByGUID(m_strInstance, component);
+    if (SUCCEEDED(status) && component)
+        return RavLoadStatusOf(*component.Get());
+    RavTrace().Print(L"CRavAdapter::GetLoadStatus - %s, 0x%X", m_strInstance.c_str(), status);
+    return RAV_LOAD_STATUS_UNKNOWN;
 }
 
 bool CRavAdapter::IsDriverLoaded(CRavNetCfgInterface& netCfg)

@@ -18,6 +18,10 @@ enum RAV_LOAD_STATUS : DWORD
     RAV_LOAD_STATUS_DISABLED = 3    // disabled by an administrator
 };
 
+// The load state of a component of the network configuration, and the device's problem code behind it.
+RAV_LOAD_STATUS RavLoadStatusOf(INetCfgComponent& component, ULONG* pProblem = nullptr);
+inline constexpr ULONG RAV_PROBLEM_STOPPED = 31; // CM_PROB_FAILED_ADD: of a device that was stopped, and not started
+
 // One network adapter or miniport, named by its instance GUID. Used by one thread at a time.
 class CRavAdapter
 {

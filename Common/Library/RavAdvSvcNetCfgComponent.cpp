@@ -63,6 +63,23 @@ HRESULT Bind(INetCfgComponent& protocol, INetCfgComponent& adapter, RavBinding b
     return FAILED(status) ? status : S_OK;
 }
 
+// Calls visit(protocol, id) for each ordinary protocol that is bound to the adapter, until it fails.
+template <typename Visit>
+HRESULT ForEachOrdinaryProtocol(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, Visit&& visit)
+{
+    HRESULT status = S_OK;
+    const auto look = [&](INetCfgComponent& protocol) {
+        bool bound = false;
+        CNetCfgText id;
+        if (!IsLeftAlone(protocol) && SUCCEEDED(status = IsBound(protocol, adapter, bound)) && bound &&
+            SUCCEEDED(status = protocol.GetId(id.Out())))
+            status = visit(protocol, id.Get());
+        return SUCCEEDED(status);
+    };
+    const HRESULT walked = RavForEachComponent(*netCfg.GetNetCfg(), GUID_DEVCLASS_NETTRANS, look);
+    return FAILED(walked) ? walked : status;
+}
+
 // Which protocols an adapter gets back: those of its record, and without one TCP/IP if the driver was bound to it.
 std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBound)
 {
@@ -73,14 +90,13 @@ std::vector<CRavString> ProtocolsToRestore(const CRavString& adapter, bool wasBo
 }
 
 // Adds the protocols that were just taken off to the adapter's record. A parent without a record became one under a
-// release that kept none: its record begins with what such a parent is given back.
+// release that kept none: its record begins with what such a parent is given back. A record of an adapter that is not
+// bound comes of an interrupted change: what that took off is not bound any more.
 bool Remember(const CRavString& adapter, bool wasBound, const std::vector<CRavString>& taken)
 {
     if (wasBound && taken.empty())
         return true;
-    std::vector<CRavString> protocols;
-    if (wasBound)
-        protocols = ProtocolsToRestore(adapter, true);
+    std::vector<CRavString> protocols = ProtocolsToRestore(adapter, wasBound);
     for (const CRavString& id : taken)
     {
         if (std::none_of(protocols.begin(), protocols.end(),
@@ -138,19 +154,20 @@ HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, 
 
 HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& taken)
 {
-    HRESULT status = S_OK;
-    const auto takeOff = [&](INetCfgComponent& protocol) {
-        bool bound = false;
-        CNetCfgText id;
-        if (IsLeftAlone(protocol) || FAILED(status = IsBound(protocol, adapter, bound)) || !bound)
-            return SUCCEEDED(status);
-        if (SUCCEEDED(status = protocol.GetId(id.Out())) &&
-            SUCCEEDED(status = Bind(protocol, adapter, RavBinding::Off)))
-            taken.push_back(id.Get());
-        return SUCCEEDED(status);
-    };
-    const HRESULT walked = RavForEachComponent(*netCfg.GetNetCfg(), GUID_DEVCLASS_NETTRANS, takeOff);
-    return FAILED(walked) ? walked : status;
+    return ForEachOrdinaryProtocol(netCfg, adapter, [&](INetCfgComponent& protocol, const wchar_t* id) {
+        const HRESULT status = Bind(protocol, adapter, RavBinding::Off);
+        if (SUCCEEDED(status))
+            taken.push_back(id);
+        return status;
+    });
+}
+
+HRESULT RavListProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& protocols)
+{
+    return ForEachOrdinaryProtocol(netCfg, adapter, [&](INetCfgComponent&, const wchar_t* id) {
+        protocols.push_back(id);
+        return S_OK;
+    });
 }
 
 HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,

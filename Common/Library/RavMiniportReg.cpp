@@ -290,6 +290,21 @@ CResult CRavMiniportReg::EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTI
     return result = CResult::Success();
 }
 
+bool CRavMiniportReg::IsCurrentStored(const RAV_SETTING& setting)
+{
+    CRavRegKey instance;
+    CRavString text;
+    int32_t number = 0;
+    if (!instance.Open(HKEY_LOCAL_MACHINE, m_strInstancePath, false))
+        return false;
+    const DWORD type = instance.GetRegType(setting.strName);
+    if (type == REG_DWORD || instance.LastResult() == ERROR_FILE_NOT_FOUND)
+        return true;
+    const int base =
+        setting.GetType() == RAV_SETTING_TYPE_INT ? BaseOf(static_cast<const RAV_SETTING_INT&>(setting)) : DECIMAL;
+    return instance.GetValue(setting.strName, text) && ParseNumber(text, number, base);
+}
+
 CResult CRavMiniportReg::SetSetting(const CRavString& strName, const RAV_SETTING_VAL& value)
 {
     std::unique_ptr<RAV_SETTING> setting;

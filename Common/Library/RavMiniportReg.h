@@ -29,6 +29,9 @@ class CRavMiniportReg
     CResult GetSetting(const CRavString& strName, std::unique_ptr<RAV_SETTING>& setting);
     // Reads all settings, in registry order. Damaged ones are traced and left out.
     CResult EnumerateSettings(std::vector<std::unique_ptr<RAV_SETTING>>& settings);
+    // Whether the current value that was read is the stored one, or there is none: what is stored and is no number
+    // reads as the default.
+    bool IsCurrentStored(const RAV_SETTING& setting);
     // Writes the current value after the setting itself has accepted it.
     CResult SetSetting(const CRavString& strName, const RAV_SETTING_VAL& value);
     // Deletes description and current value.

@@ -4,6 +4,7 @@
 #include "Common/Src/RavRegKey.h"
 #include "Common/Library/BindingRecord.h"
 #include "Common/Library/NetCfgClasses.h"
+#include "Common/Library/RestartNote.h"
 
 #include <algorithm>
 #include <utility>
@@ -229,6 +230,7 @@ void CRavNetCfgInterface::NoteReboot(HRESULT hStatus)
         return;
     RavTrace().Print(L"CRavNetCfgInterface: the change needs a restart of the system");
     m_bNeedsReboot = true;
+    RavNoteRestart();
 }
 
 HRESULT CRavNetCfgInterface::FindNetworkComponentByGUID(const CRavString& strGuid, ComPtr<INetCfgComponent>& component)

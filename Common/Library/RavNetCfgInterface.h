@@ -69,7 +69,8 @@ class CRavNetCfgInterface
     // The team's mode as its miniport's key has it.
     HRESULT GetTeamMode(const CRavString& strTeam, DWORD& dwMode);
 
-    // Remembers the answer of a changing INetCfg call that asks for a restart of the system (NETCFG_S_REBOOT).
+    // Remembers the answer of a changing INetCfg call that asks for a restart of the system (NETCFG_S_REBOOT),
+    // and notes it for others.
     void NoteReboot(HRESULT hStatus);
     // Notes whether an adapter has got back what was taken off it: its record goes when that is applied, and not
     // before, so that what could not be applied can be done again.

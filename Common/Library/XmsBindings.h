@@ -17,6 +17,8 @@ HRESULT RavIsBoundToXms(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, 
 // Takes the ordinary protocols off: all but the intermediate driver, those that only watch, and those that hand the
 // adapter to somebody else. `taken` gets the component ids of those that were really bound, also on failure.
 HRESULT RavTakeProtocolsOff(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& taken);
+// The component ids of the ordinary protocols that are bound to the adapter: what a parent of VLANs gives up.
+HRESULT RavListProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter, std::vector<CRavString>& protocols);
 // Binds protocols by component id; one that has been uninstalled since is passed over.
 HRESULT RavBindProtocols(CRavNetCfgInterface& netCfg, INetCfgComponent& adapter,
                          const std::vector<CRavString>& protocols);

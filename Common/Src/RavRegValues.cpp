@@ -69,7 +69,8 @@ bool CRavRegValues::AnyText(size_t uIndex, CRavString& strValue, size_t uMostCha
     if (value.status != ERROR_SUCCESS || value.data.size() > uMostCharacters * sizeof(wchar_t))
         return false;
     std::vector<wchar_t> text(value.data.size() / sizeof(wchar_t) + 2, L'\0'); // half a character, and the NUL
-    std::memcpy(text.data(), value.data.data(), value.data.size());
+    if (!value.data.empty())                                                   // then it need not point anywhere
+        std::memcpy(text.data(), value.data.data(), value.data.size());
     strValue = text.data();
     return true;
 }
@@ -92,4 +93,10 @@ bool RavReadNumberAt(const CRavString& strPath, const wchar_t* pName, DWORD& dwN
         return false;
     dwNumber = number;
     return true;
+}
+
+bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list)
+{
+    list.clear();
+    return key.GetRegType(name) == REG_MULTI_SZ && key.GetValue(name, list);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Common/Src/RavRegKey.h"
 #include "Common/Src/RavString.h"
 
 #include <windows.h>
@@ -43,3 +44,7 @@ class CRavRegValues
 // and at most 255 characters: empty when it is not to be had. A REG_DWORD, left as it was when it is not to be had.
 bool RavReadTextAt(const CRavString& strPath, const wchar_t* pName, CRavString& strText);
 bool RavReadNumberAt(const CRavString& strPath, const wchar_t* pName, DWORD& dwNumber);
+
+// Reads a REG_MULTI_SZ. A value of another type is not read: the result is false, and the key's last result
+// ERROR_SUCCESS tells it from a list that is missing or cannot be read.
+bool RavReadList(CRavRegKey& key, const CRavString& name, std::vector<CRavString>& list);

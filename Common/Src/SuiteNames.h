@@ -11,6 +11,15 @@ inline constexpr wchar_t SUITE_KEY[] = RAV_SUITE_PATH;
 inline constexpr wchar_t DCB_KEY[] = RAV_SUITE_PATH L"\\DCB\\";
 inline constexpr wchar_t TEMPLATES_KEY[] = RAV_SUITE_PATH L"\\Agents\\Kirvel\\Settings"; // of the VLANs' settings
 
+// Below the suite's key: the protocols that adapters gave up for their VLANs, a list for each.
+#define RAV_BINDINGS L"Bindings"
+inline constexpr wchar_t BINDINGS_NAME[] = RAV_BINDINGS;
+inline constexpr wchar_t BINDING_RECORDS_KEY[] = RAV_SUITE_PATH L"\\" RAV_BINDINGS;
+#undef RAV_BINDINGS
+
+// Below the suite's key, and volatile: it is there until the system starts again, if something waits for that.
+inline constexpr wchar_t RESTART_NEEDED_NAME[] = L"RestartNeeded";
+
 #undef RAV_SUITE_PATH
 #undef RAV_SUITES
 #undef RAV_MAKER

@@ -108,6 +108,18 @@ CRavCoreInterface& CVlanAgentWin::Core() const
     return published != nullptr ? *published : none;
 }
 
+// --- what does nothing by design ------------------------------------------------------------------------------------
+
+void CVlanAgentWin::Reserved(CResult& result)
+{
+    result = CResult::Success();
+}
+
+CResult CVlanAgentWin::QueryHookThree()
+{
+    return CResult::Success();
+}
+
 // --- the thread's network configuration session ---------------------------------------------------------------------
 
 bool CVlanAgentWin::HoldsThreadSlot() const

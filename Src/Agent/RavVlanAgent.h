@@ -75,10 +75,6 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void GetVlanStatus(CResult& result, const CRavString& strVlanKey, DWORD& dwStatus) override;
     bool IsVlanEnabled(const CRavString& strVlanKey) override;
     void GetDriverInfo(CResult& result, const CRavString& strVlanKey, CRavString& strInfo) override;
-    void EnumerateSettings(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
-                           std::vector<RAV_SETTING*>& settings) override;
-    void GetSetting(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
-                    const CRavString& strName, RAV_SETTING** ppSetting) override;
 
     // The cached object of a VLAN, loaded first if need be; null if it cannot be. It stays the agent's, and good for
     // the caller however the cache changes meanwhile.
@@ -125,40 +121,42 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void LoadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot) override;
     void UnloadDeviceMiniport(CResult& result, const CRavString& strMiniportInst, bool& bReboot) override;
 
-    // --- removal (RavVlanAgentRemove.cpp) -------------------------------------------------------------------------
+    // --- removal (RavVlanAgentRemove.cpp, of a team's VLANs from RavVlanAgentMembers.cpp) ----------------------------
 
     void RemoveVlan(CResult& result, const RAV_LOCK_RECORD& lock, const CRavString& strVlanKey) override;
     void IsHyperV_EnabledOnVlan(CResult& result, const CRavString& strVlanKey, bool& bBound) override;
     void RemoveAllVlansOnTeam(CResult& result, const CRavString& strTeamKey) override;
     void RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
                                   const CRavString& strVlanKey) override;
+    void AddVlanToTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
+                             const CRavString& strVlanKey) override;
     // The untagged VLAN that must not stay alone once the VLAN is removed; null with bNeeded false when there is none.
     std::shared_ptr<CRavXmsVlan> DoesUntaggedVlanNeedToBeRemoved(CRavXmsVlan& vlan, bool& bNeeded);
 
-    // --- operations that do nothing, or are not offered (RavVlanAgentPending.cpp) ---------------------------------
+    // --- changes (RavVlanAgentChange.cpp) -------------------------------------------------------------------------
 
-    void Reserved(CResult& result) override;
-    CResult QueryHookThree() override;
+    void SetVLANName(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName,
+                     const RAV_LOCK_RECORD& lock) override;
+    void SetVLANId(CResult& result, const CRavString& strVlanKey, DWORD dwVlanId, const RAV_LOCK_RECORD& lock) override;
+    void SetVlanType(CResult& result, const CRavString& strVlanKey, DWORD dwVlanType,
+                     const RAV_LOCK_RECORD& lock) override;
+    void ValidateUpdate(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName, DWORD dwVlanId,
+                        std::vector<RAV_VALIDATION_MESSAGE>& messages) override;
+
+    // --- settings (RavVlanAgentSettings.cpp) ----------------------------------------------------------------------
+
+    void EnumerateSettings(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
+                           std::vector<RAV_SETTING*>& settings) override;
+    void GetSetting(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
+                    const CRavString& strName, RAV_SETTING** ppSetting) override;
     void SetSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
                     const RAV_SETTING_VAL* pValue, const RAV_LOCK_RECORD& lock) override;
     void SetSettingToDefault(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
                              const RAV_LOCK_RECORD& lock) override;
-    void SetVlanType(CResult& result, const CRavString& strVlanKey, DWORD dwVlanType,
-                     const RAV_LOCK_RECORD& lock) override;
-    void SetVLANName(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName,
-                     const RAV_LOCK_RECORD& lock) override;
-    void SetVLANId(CResult& result, const CRavString& strVlanKey, DWORD dwVlanId, const RAV_LOCK_RECORD& lock) override;
     void ValidateSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
                          const RAV_SETTING_VAL* pValue, std::vector<RAV_VALIDATION_MESSAGE>& messages) override;
-    void ValidateUpdate(CResult& result, const CRavString& strVlanKey, const CRavString& strVlanName, DWORD dwVlanId,
-                        std::vector<RAV_VALIDATION_MESSAGE>& messages) override;
-    void AddVlanToTeamMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
-                             const CRavString& strVlanKey) override;
-    void SetTeamXMSSetting(CResult& result, const CRavString& strTeamKey, const CRavString& strName,
-                           const RAV_SETTING_VAL* pValue) override;
     void SetSettingOnVlan(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
                           const RAV_SETTING_VAL* pValue) override;
-    void GetTeamMembers(CResult& result, const CRavString& strTeamKey, std::vector<CRavString>& members) override;
     void CreateAdvSetting(CResult& result, const CRavString& strVlanKey, const RAV_SETTING* pSetting) override;
     void EnumerateAdvSettings(CResult& result, const CRavString& strVlanKey,
                               std::vector<RAV_SETTING*>& settings) override;
@@ -167,20 +165,37 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     void SetAdvSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName,
                        const RAV_SETTING_VAL* pValue) override;
     void RemoveAdvSetting(CResult& result, const CRavString& strVlanKey, const CRavString& strName) override;
-    void GetVoTDriver(CResult& result, const CRavString& strTeamKey, CRavString& strDriver) override;
-    void GetStatusOfVlansOnTeam(CResult& result, const CRavString& strTeamKey, DWORD& dwStatus) override;
+    void SetSetting(CResult& result, const CRavString& strVlanKey, const RAV_SETTING* pSetting) override;
+
+    // --- jumbo frames (RavVlanAgentJumbo.cpp) -----------------------------------------------------------------------
+
+    void ReSyncJumboFrameSettingEnumValues(CResult& result, const CRavString& strVlanKey,
+                                           const CRavString& strTopValue) override;
+    void SyncJumboFramesOnAllVlans(CResult& result, const CRavString& strParentKey) override;
+
+    // --- VLANs over a team (RavVlanAgentTeamVlans.cpp) --------------------------------------------------------------
+
+    void GetTeamMembers(CResult& result, const CRavString& strTeamKey, std::vector<CRavString>& members) override;
+    void SetTeamXMSSetting(CResult& result, const CRavString& strTeamKey, const CRavString& strName,
+                           const RAV_SETTING_VAL* pValue) override;
     void UpdateParentTeamNameAllVlans(CResult& result, const CRavString& strTeamKey,
                                       const CRavString& strTeamName) override;
+    void GetStatusOfVlansOnTeam(CResult& result, const CRavString& strTeamKey, DWORD& dwStatus) override;
+    void GetVoTDriver(CResult& result, const CRavString& strTeamKey, CRavString& strDriver) override;
+
+    // --- what a VLAN can do (RavVlanAgentCapabilities.cpp) ----------------------------------------------------------
+
+    void IsVlanVmqCapable(CResult& result, const CRavString& strVlanKey, bool& bCapable) override;
+    void IsVlanVmqEnabled(CResult& result, const CRavString& strVlanKey, bool& bEnabled) override;
+    void GetReceiveScaleCapabilitiesFlag(CResult& result, const CRavString& strVlanKey, DWORD& dwFlags) override;
     void IsOtherVlansBoundToVmSwitchProtocol(CResult& result, const CRavString& strVlanKey, bool& bBound) override;
     void GetParameter(CResult& result, const CRavString& strVlanKey, RAV_PARAMETER& parameter) override;
     void SetVlanFilteringSetting(CResult& result, const CRavString& strParentKey, bool bOn) override;
-    void IsVlanVmqCapable(CResult& result, const CRavString& strVlanKey, bool& bCapable) override;
-    void IsVlanVmqEnabled(CResult& result, const CRavString& strVlanKey, bool& bEnabled) override;
-    void ReSyncJumboFrameSettingEnumValues(CResult& result, const CRavString& strVlanKey,
-                                           const CRavString& strTopValue) override;
-    void SetSetting(CResult& result, const CRavString& strVlanKey, const RAV_SETTING* pSetting) override;
-    void SyncJumboFramesOnAllVlans(CResult& result, const CRavString& strParentKey) override;
-    void GetReceiveScaleCapabilitiesFlag(CResult& result, const CRavString& strVlanKey, DWORD& dwFlags) override;
+
+    // --- operations that do nothing (RavVlanAgent.cpp) ------------------------------------------------------------
+
+    void Reserved(CResult& result) override;
+    CResult QueryHookThree() override;
 
   private:
     // Opens the thread's network configuration session for a scope, or joins the one that is open.
@@ -239,7 +254,6 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     // The road to the core agent; without one, all it answers is failure.
     CRavCoreInterface& Core() const;
     bool HoldsThreadSlot() const;
-    void NotOffered(CResult& result, const wchar_t* operation);
 
     // The calling thread's session with what its operation has read; null when none is open.
     CRavHostSession* ThreadSession() const;
@@ -291,16 +305,48 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
     bool MayCreate(CResult& result, const Creation& creation);
     void CreateEach(CResult& result, const Creation& creation, const std::vector<DWORD>& ids,
                     CRavVlanProgress* pProgress);
+    CResult NameEach(const CRavString& strParentKey, const std::vector<DWORD>& ids, CRavVlanProgress* pProgress,
+                     std::vector<CRavString>& names);
     void TellTeamAgent(const CRavString& strParentKey, const RAV_LOCK_RECORD& lock);
     bool ReadVlanNames(const CRavString& strParentKey, std::vector<CRavString>& names);
     CResult CreateNewVlan(const CRavString& strParentKey, DWORD dwVlanId, const CRavString& strVlanName,
                           DWORD dwVlanType);
-    CResult CreateOnAdapter(CRavXmsVlan& vlan);
+    CResult CreateOnParent(CRavXmsVlan& vlan, void (CRavXmsVlan::*create)(int& status));
     static void IsFirstVlanOnAdapter(CRavXmsVlan& vlan);
     void NotifyXmsOfNewVlan(CRavXmsVlan* pVlan);
     struct MiniportPass;
     void ReloadDeviceMiniport(const MiniportPass& pass, CResult& result, const CRavString& strMiniportInst,
                               bool& bReboot);
+
+    struct Change;
+    struct SettingWish;
+    template <typename Judge, typename Work>
+    void ChangeVlan(CResult& result, const Change& change, Judge&& judge, Work&& work);
+    template <typename Work>
+    void RunForSibling(CResult& result, const wchar_t* operation, Work&& work);
+    template <typename Work>
+    void ForSibling(CResult& result, const wchar_t* operation, const CRavString& strVlanKey, Work&& work);
+    template <typename Work>
+    void ForEachVlanOf(CResult& result, const wchar_t* operation, const CRavString& strParentKey, Work&& work);
+    template <typename Answer, typename Ask, typename Share>
+    void AskBelow(CResult& result, const wchar_t* operation, const CRavString& strVlanKey, Answer& answer, Ask&& ask,
+                  Share&& share);
+    CResult SetFilteringOf(const CRavString& strAdapter, const CRavString& strValue);
+    static CRavString NameOfOperation(const wchar_t* operation);
+    static bool IsRefused(CResult& result, const CRavVlanMessages& messages, const wchar_t* operation);
+    bool IsKnownClient(CResult& result, const RAV_CLIENT_ID& client, const wchar_t* operation);
+    // The VLAN as it is now, out of the cache; null when it or its parent cannot be found.
+    std::shared_ptr<CRavXmsVlan> TakeVlan(const CRavString& strVlanKey);
+    void ReadNamesToo();
+    bool JudgeName(CRavVlanMessages& messages, const CRavXmsVlan& vlan, const CRavString& strName);
+    bool JudgeId(CRavVlanMessages& messages, const CRavXmsVlan& vlan, DWORD dwVlanId);
+    bool AreReadable(const std::vector<CRavString>& vlanKeys);
+    CResult ChangeId(CRavXmsVlan& vlan, int iVlanId);
+    bool FindReplacedId(CRavXmsVlan& vlan, std::vector<CRavString> ids);
+    CResult JudgeSetting(CRavVlanMessages& messages, CRavXmsVlan& vlan, SettingWish& wish);
+    static CResult JudgeJumboSize(CRavVlanMessages& messages, CRavXmsVlan& vlan, int32_t size);
+    CResult StoreSetting(CRavXmsVlan& vlan, const SettingWish& wish);
+    void ChangeSetting(CResult& result, const Change& change, SettingWish wish);
 
     bool MayRemove(CResult& result, const CRavString& strVlanKey, const RAV_CLIENT_ID& client);
     CResult RemoveUnderLock(const CRavString& strVlanKey);
@@ -311,7 +357,27 @@ class CVlanAgentWin final : public CRavVlanAgentIntf, public CRavVlanAgentPvtInt
                                        int iVlanId, bool bUnloadMembers);
     bool RemoveFromTeamAndMembers(CRavXmsVlan& vlan, bool bLastVlan, bool bUnloadMembers);
     void UpdateTeamMembers(CRavXmsVlan& vlan, const std::vector<CRavString>& members, bool bLastVlan);
+    bool IsMemberOf(const CRavString& strTeamKey, const CRavString& strAdapterKey);
     bool IsGone(const CRavString& strAdapterKey);
+    using MEMBER_CHANGE = CResult (CVlanAgentWin::*)(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                                                     const CRavString& strVlanKey,
+                                                     const std::vector<CRavString>& vlanKeys);
+    void ChangeMember(CResult& result, const CRavString& strTeamKey, const CRavString& strMemberKey,
+                      const CRavString& strVlanKey, MEMBER_CHANGE change, const wchar_t* operation);
+    enum class Member // that changes a team's size
+    {
+        Joins,
+        Leaves
+    };
+    CResult UpdateTeamSize(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                           const std::vector<CRavString>& vlanKeys, Member change);
+    CResult GiveVlansToMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                              const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys);
+    CResult GiveVlanToMember(const CRavString& strTeamKey, const CRavString& strMemberKey, const CRavString& strVlanKey,
+                             const std::vector<CRavString>& vlanKeys, bool bPrepare);
+    static std::vector<CRavString> InOrderOfTeam(const CRavString& strJoining, const std::vector<CRavString>& vlanKeys);
+    CResult TakeVlansOffMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
+                               const CRavString& strVlanKey, const std::vector<CRavString>& vlanKeys);
     CResult DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
                                      const std::vector<CRavString>& vlanKeys);
     CResult DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,

@@ -6,8 +6,9 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavKey.h"
+#include "Src/Agent/RavStopMessage.h"
 #include "Src/RavCoreInterface.h"
-#include "Src/Agent/RavSuiteLock.h"
+#include "Common/Src/RavSuiteLock.h"
 #include "Src/RavVlanMessages.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
@@ -20,15 +21,28 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentCreate";
 constexpr wchar_t AGENT_FILE[] = L"Src\\RavVlanAgent"; // of the lines that support looks for by file and number
 constexpr int LOAD_LINE = 3333;
 constexpr int UNLOAD_LINE = 3407;
-constexpr DWORD MAX_VLAN_TYPE = 2;
 
 bool IsVlanType(CResult& result, DWORD type)
 {
-    if (type <= MAX_VLAN_TYPE)
+    if (type <= RAV_MAX_VLAN_TYPE)
         return true;
     RavTrace().Print(L"CVlanAgentWin - there is no vlan type %u", type);
     result = CResult(RAV_CODE_NOT_VALID);
     return false;
+}
+
+// A client that cannot say whether to go on has not said to stop.
+bool GoesOn(CRavVlanProgress* progress)
+{
+    bool goesOn = true;
+    RavShielded(SOURCE_FILE, __LINE__, L"CRavVlanProgress::GoesOn",
+                [&] { goesOn = progress == nullptr || progress->GoesOn(); });
+    return goesOn;
+}
+
+bool IsTaken(const CRavString& name, const std::vector<CRavString>& taken)
+{
+    return std::any_of(taken.begin(), taken.end(), [&](const CRavString& other) { return other.CompareI(name); });
 }
 
 // "VLAN10", "Untagged"; a number is added when the parent already has a VLAN of that name.
@@ -38,8 +52,7 @@ CRavString GenerateVlanName(DWORD id, const std::vector<CRavString>& taken)
     if (id != 0)
         base.FormatString(L"VLAN%u", id);
     CRavString name = base;
-    const auto isTaken = [&](const CRavString& other) { return other.CompareI(name); };
-    for (int number = 2; std::any_of(taken.begin(), taken.end(), isTaken); ++number)
+    for (int number = 2; IsTaken(name, taken); ++number)
         name.FormatString(L"%s-%d", base.c_str(), number);
     return name;
 }
@@ -125,7 +138,10 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
         CreateUnderLock(result, creation, [&] {
             std::vector<DWORD> ids;
             if (GetVlanIDsFromRange(creation.vlanNumbers, ids))
+            {
+                TellTeamAgent(creation.parentKey, creation.lock);
                 return CreateEach(result, creation, ids, pProgress);
+            }
             RavTrace().Print(L"ERROR:  Unable to parse the vlanNumbers! = %s", creation.vlanNumbers.c_str());
             result = CResult();
         });
@@ -136,20 +152,23 @@ void CVlanAgentWin::CreateMultipleVLANs(CResult& result, const CRavString& strPa
 void CVlanAgentWin::CreateEach(CResult& result, const Creation& creation, const std::vector<DWORD>& ids,
                                CRavVlanProgress* pProgress)
 {
-    const bool generated = creation.vlanName == RAV_AUTO_VLAN_NAMES;
-    std::vector<CRavString> taken;
-    if (generated && !ReadVlanNames(creation.parentKey, taken))
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read",
-                         creation.parentKey.c_str());
-        result = CResult();
+    std::vector<CRavString> names(ids.size(), creation.vlanName);
+    if (creation.vlanName == RAV_AUTO_VLAN_NAMES)
+        result = NameEach(creation.parentKey, ids, pProgress, names);
+    else
+        result = CResult::Success();
+    if (!result.Succeeded())
         return;
-    }
     size_t done = 0;
     for (const DWORD id : ids)
     {
-        taken.push_back(generated ? GenerateVlanName(id, taken) : creation.vlanName);
-        CreateSingleVlan(result, creation.parentKey, id, taken.back(), creation.vlanType);
+        if (!GoesOn(pProgress))
+        {
+            RavTrace().Print(L"CVlanAgentWin::CreateMultipleVLANs - stopped by its client before VLAN %u", id);
+            result = CResult(ERROR_CANCELLED);
+            return;
+        }
+        CreateSingleVlan(result, creation.parentKey, id, names[done], creation.vlanType);
         if (!result.Succeeded())
         {
             RavTrace().Error(SOURCE_FILE, __LINE__,
@@ -163,6 +182,37 @@ void CVlanAgentWin::CreateEach(CResult& result, const Creation& creation, const 
                 pProgress->OnVlanCreated(id, done, ids.size());
         });
     }
+}
+
+// The client's names for the VLANs, or else names after their ids: all of them before the first VLAN is created.
+CResult CVlanAgentWin::NameEach(const CRavString& strParentKey, const std::vector<DWORD>& ids,
+                                CRavVlanProgress* pProgress, std::vector<CRavString>& names)
+{
+    std::vector<CRavString> taken;
+    if (!ReadVlanNames(strParentKey, taken))
+    {
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the VLAN names of %s cannot be read", strParentKey.c_str());
+        return CResult();
+    }
+    CRavVlanMessages messages;
+    for (size_t place = 0; place < ids.size(); ++place)
+    {
+        CRavString& name = names[place];
+        name.ClearString();
+        if (pProgress != nullptr && !RavShielded(SOURCE_FILE, __LINE__, L"CRavVlanProgress::NameVlan",
+                                                 [&] { pProgress->NameVlan(ids[place], name); }))
+            return CResult();
+        if (name.IsEmpty())
+            name = GenerateVlanName(ids[place], taken);
+        else
+        {
+            ValidateVlanName(messages, RAV_NEW_VLAN_KEY, name, {});
+            if (IsTaken(name, taken))
+                RavStop(messages, RAV_MSG_NAME_IN_USE);
+        }
+        taken.push_back(name);
+    }
+    return messages.empty() ? CResult::Success() : CResult(messages.front().dwCode);
 }
 
 // A notification: whatever the team agent answers or throws, the VLAN is created.
@@ -215,14 +265,19 @@ CResult CVlanAgentWin::CreateNewVlan(const CRavString& strParentKey, DWORD dwVla
     vlan.m_strVlanName = strVlanName;
     vlan.m_dwVlanType = dwVlanType + 1; // stored from 1 on
     vlan.GetParentType(vlan.m_iParentType);
-    if (vlan.m_iParentType == RAV_PARENT_ADAPTER)
-        return CreateOnAdapter(vlan);
-    // VLANs over teams are not offered yet, and nothing else can be a parent.
-    RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
-    return CResult(ERROR_NOT_SUPPORTED);
+    switch (vlan.m_iParentType)
+    {
+    case RAV_PARENT_ADAPTER:
+        return CreateOnParent(vlan, &CRavXmsVlan::CreatVlanOnAdapter);
+    case RAV_PARENT_TEAM:
+        return CreateOnParent(vlan, &CRavXmsVlan::CreatVlanOnTeam);
+    default: // nothing else can be a parent
+        RavTrace().Error(AGENT_FILE, __LINE__, L"ERROR: Invalid state");
+        return CResult(ERROR_NOT_SUPPORTED);
+    }
 }
 
-CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
+CResult CVlanAgentWin::CreateOnParent(CRavXmsVlan& vlan, void (CRavXmsVlan::*create)(int& status))
 {
     int status = -1;
     if (FAILED(vlan.GetParentOOOKey()))
@@ -237,7 +292,7 @@ CResult CVlanAgentWin::CreateOnAdapter(CRavXmsVlan& vlan)
         return CResult();
     }
     IsFirstVlanOnAdapter(vlan);
-    vlan.CreatVlanOnAdapter(status);
+    (vlan.*create)(status);
     if (status != 0)
     {
         RavTrace().Print(L"CVlanAgentWin::CreateVlan fails");
@@ -254,8 +309,9 @@ void CVlanAgentWin::IsFirstVlanOnAdapter(CRavXmsVlan& vlan)
     vlan.m_bFirstVlan = !(vlan.GetTotNoOfVlansOnThisParent(count) && count >= 1);
 }
 
-// Announces the new VLAN to the parent's loaded driver. If that fails the parent is queued for a reload, since a driver
-// reads its VLANs from the registry when it starts. The VLAN exists already, so a failure here is traced only.
+// Announces the new VLAN to the parent's loaded driver. If that fails the parent, or each member of the team, is queued
+// for a reload, since a driver reads its VLANs from the registry when it starts. The VLAN exists already, so a failure
+// here is traced only.
 void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
 {
     if (pVlan == nullptr)
@@ -267,7 +323,10 @@ void CVlanAgentWin::NotifyXmsOfNewVlan(CRavXmsVlan* pVlan)
     if (RavAnswer(SOURCE_FILE, __LINE__, L"CRavXmsVlan::SendNewVlanOid", tell))
         return;
     RavTrace().Print(L"CVlanAgentWin::NotifyXmsOfNewVlan,OidSend fails-reloading parent.");
-    const auto reload = [&] { return Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey); };
+    const auto reload = [&] {
+        return pVlan->m_iParentType == RAV_PARENT_TEAM ? pVlan->DoReload()
+                                                       : Core().UnloadMiniportDuringApplyDone(pVlan->m_strParentKey);
+    };
     if (!RavAnswer(SOURCE_FILE, __LINE__, L"UnloadMiniportDuringApplyDone", reload).Succeeded())
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: the parent %s cannot be reloaded.",
                          pVlan->m_strParentKey.c_str());

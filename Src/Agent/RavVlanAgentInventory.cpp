@@ -6,7 +6,6 @@
 #include "Common/Src/RavRegValues.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
-#include "Common/Settings/RavSetting.h"
 #include "Common/Src/XmsNames.h"
 #include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
@@ -292,47 +291,4 @@ bool CVlanAgentWin::IsVlanEnabled(const CRavString& strVlanKey)
 void CVlanAgentWin::GetDriverInfo(CResult& result, const CRavString& /*strVlanKey*/, CRavString& /*strInfo*/)
 {
     result = CResult::Success();
-}
-
-// --- settings, to read ----------------------------------------------------------------------------------------------
-
-void CVlanAgentWin::EnumerateSettings(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
-                                      std::vector<RAV_SETTING*>& settings)
-{
-    const CRavTraceScope trace(L"CVlanAgentWin::EnumerateSettings", &result);
-    result = CResult();
-    settings.clear();
-    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::EnumerateSettings", result, [&] {
-        WaitForApplyDone(client);
-        const CNetCfgSession session(*this);
-        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
-        if (!vlan || vlan->GetMiniportReg() == nullptr)
-            return;
-        std::vector<std::unique_ptr<RAV_SETTING>> owned;
-        result = vlan->GetMiniportReg()->EnumerateSettings(owned);
-        settings.reserve(
-            owned.size()); // so that push_back cannot throw below, which would leak the record just released
-        for (auto& setting : owned)
-            settings.push_back(setting.release());
-    });
-}
-
-void CVlanAgentWin::GetSetting(CResult& result, const RAV_CLIENT_ID& client, const CRavString& strVlanKey,
-                               const CRavString& strName, RAV_SETTING** ppSetting)
-{
-    const CRavTraceScope trace(L"CVlanAgentWin::GetSetting", &result);
-    result = CResult();
-    if (ppSetting == nullptr)
-        return;
-    *ppSetting = nullptr;
-    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::GetSetting", result, [&] {
-        WaitForApplyDone(client);
-        const CNetCfgSession session(*this);
-        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
-        std::unique_ptr<RAV_SETTING> setting;
-        if (!vlan || vlan->GetMiniportReg() == nullptr)
-            return;
-        result = vlan->GetMiniportReg()->GetSetting(strName, setting);
-        *ppSetting = setting.release();
-    });
 }

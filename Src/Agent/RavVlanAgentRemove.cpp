@@ -8,7 +8,7 @@
 #include "Src/RavCoreInterface.h"
 #include "Src/RavDriverEntry.h"
 #include "Src/RavNameTable.h"
-#include "Src/Agent/RavSuiteLock.h"
+#include "Common/Src/RavSuiteLock.h"
 #include "Src/View/RavHostView.h"
 #include "Src/Vlan/RavXmsVlan.h"
 
@@ -18,47 +18,10 @@ namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentRemove";
 
-bool Contains(const std::vector<CRavString>& keys, const CRavString& key)
-{
-    return std::find(keys.begin(), keys.end(), key) != keys.end();
-}
-
-// Makes the object stand for the VLAN on one team member.
-void MarkAsOnMember(CRavXmsVlan& vlan, const CRavString& team, const CRavString& member)
-{
-    RavTrace().Print(L"m_iVlanIdOfDummyVlan= %d", vlan.m_iVlanId);
-    if (vlan.m_iVlanId == -1)
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: invalid ID");
-        vlan.m_iVlanId = 0;
-    }
-    vlan.m_strParentKey = team;
-    vlan.m_iParentType = RAV_PARENT_TEAM;
-    vlan.m_bOnTeamMember = true;
-    vlan.m_strMemberKey = member;
-    vlan.m_bMiniportRemoved = false;
-    vlan.m_bStaysWithTeam = true;
-}
-
-CResult CannotLoad()
-{
-    RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-2. fails");
-    return CResult();
-}
-
 // The code alone does not tell: when the write lock could not be had it may be 0, and the class says so.
 bool IsRemoved(const CResult& result)
 {
     return result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED;
-}
-
-CResult TakeOffMember(CRavXmsVlan& vlan, bool bSkipMemberCleanup)
-{
-    if (IsRemoved(vlan.RemoveVLANonAdapter(bSkipMemberCleanup)))
-        return CResult::Success();
-    RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, RemoveVLANonAdapter fails for vlan-%s on Member- %s -2",
-                     vlan.m_strVlanKey.c_str(), vlan.m_strMemberKey.c_str());
-    return CResult();
 }
 } // namespace
 
@@ -366,119 +329,4 @@ void CVlanAgentWin::RemoveAllVlansOnTeam(CResult& result, const CRavString& strT
             ForgetVlan(*vlan);
         }
     });
-}
-
-// Takes one VLAN, or with an empty key every VLAN, of a team off one member. The VLANs themselves stay with the team.
-void CVlanAgentWin::RemoveVlanFromTeamMember(CResult& result, const CRavString& strTeamKey,
-                                             const CRavString& strMemberKey, const CRavString& strVlanKey)
-{
-    result = CResult();
-    const CRavTraceScope trace(L"CVlanAgentWin::RemoveVlanFromTeamMember", &result);
-    RavTrace().Print(L"CVlanAgentWin::RemoveVlanFromTeamMember, Member Key-%s", strMemberKey.c_str());
-    if (strTeamKey.IsEmpty() || strMemberKey.IsEmpty())
-    {
-        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: no team or no member is named");
-        return;
-    }
-    Shielded(SOURCE_FILE, __LINE__, L"CVlanAgentWin::RemoveVlanFromTeamMember", result, [&] {
-        const CRavString team = RavCanonicalKey(strTeamKey);
-        const CRavString member = RavCanonicalKey(strMemberKey);
-        const CRavString vlan = RavCanonicalKey(strVlanKey);
-        const CNetCfgSession session(*this);
-        const CacheCleaner cleaner(*this);
-        std::vector<CRavString> keys;
-        if (!EnumerateVlansOnParent(team, keys).Succeeded())
-        {
-            RavTrace().Print(L"CVlanAgentWin::RemoveVLANOnTeam, EnumerateVlans fails");
-            return;
-        }
-        std::vector<CRavString> carried = keys;
-        // A member that carries no VLAN is cleaned up below; one whose list cannot be read may carry some, and is left
-        // alone.
-        if (!RavKeepListed(member, carried))
-            return;
-        if (carried.empty())
-            result = CleanupDummyVlanFromMember(team, member);
-        else if (vlan.IsEmpty() || (carried.size() == 1 && carried.front() == vlan))
-            result = DeleteAllVlansFromMember(team, member, carried);
-        else if (Contains(keys, vlan))
-            result = DeleteVlanFromMember(team, member, vlan, Contains(carried, vlan));
-        else
-            result = CannotLoad();
-    });
-}
-
-// Whether the adapter was taken out of the machine. Only the driver's entries are left of it then.
-bool CVlanAgentWin::IsGone(const CRavString& strAdapterKey)
-{
-    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
-    Microsoft::WRL::ComPtr<INetCfgComponent> component;
-    return netCfg != nullptr && SUCCEEDED(netCfg->FindNetworkComponentByGUID(strAdapterKey, component)) && !component;
-}
-
-// The member leaves the team: all VLANs are taken off it, and after the last one the driver is unbound from it.
-CResult CVlanAgentWin::DeleteAllVlansFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                                const std::vector<CRavString>& vlanKeys)
-{
-    // The bindings and the DHCP flag that the member had before are kept in entries that the removals below delete:
-    // they are restored first.
-    CRavXmsVlan member(RAV_NEW_VLAN_KEY, *this);
-    if (!member.GiveMemberBack(strMemberKey))
-        return CResult();
-    for (const CRavString& key : vlanKeys)
-    {
-        if (IsGone(strMemberKey))
-            break; // its entries were all that was left of it, and GiveMemberBack has deleted them
-        const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(key);
-        if (!vlan)
-            return CannotLoad();
-        MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-        vlan->m_bSkipMiniportRemoval = true; // removal then deletes the member's driver entry whole
-        const CResult removed = TakeOffMember(*vlan, true);
-        if (!removed.Succeeded())
-            return removed;
-    }
-    return CleanupDummyVlanFromMember(strTeamKey, strMemberKey);
-}
-
-// Takes one of several VLANs off the member. It goes on where an earlier attempt was interrupted: the count of the
-// driver's entry is set to its list first, and a VLAN that the list no longer names is taken out of the instance key
-// alone.
-CResult CVlanAgentWin::DeleteVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey,
-                                            const CRavString& strVlanKey, bool bListed)
-{
-    const std::shared_ptr<CRavXmsVlan> vlan = GetVlan(strVlanKey);
-    if (!vlan)
-        return CannotLoad();
-    MarkAsOnMember(*vlan, strTeamKey, strMemberKey);
-    bool done = RavAlignCount(strMemberKey);
-    if (IsGone(strMemberKey))
-        done = done && (!bListed || vlan->UpdateTeamMemberoXmsProtocolKey2ReflectRemovedVlan(strMemberKey, false));
-    else if (done && bListed)
-        return TakeOffMember(*vlan, false);
-    else if (done)
-    {
-        vlan->GetOOOKeyFromVk(strMemberKey);
-        done = vlan->UpdOOOKeyAdptr(false);
-        vlan->CloseParentClassKey();
-    }
-    return done ? CResult::Success() : CResult();
-}
-
-// The member carries no VLAN of the team any more: its instance key and its bindings go back to what they were before.
-CResult CVlanAgentWin::CleanupDummyVlanFromMember(const CRavString& strTeamKey, const CRavString& strMemberKey)
-{
-    CRavXmsVlan placeholder(RAV_NEW_VLAN_KEY, *this);
-    placeholder.m_strParentKey = strTeamKey;
-    placeholder.m_iParentType = RAV_PARENT_TEAM;
-    placeholder.m_strMemberKey = strMemberKey;
-    placeholder.GetOOOKeyFromVk(strMemberKey);
-    const bool updated = IsGone(strMemberKey) || placeholder.UpdOOOKeyAdptr(true);
-    if (!updated || !placeholder.BindMemberToTCPIP(strMemberKey))
-    {
-        RavTrace().Print(L"CVlanAgentWin::RemoveVlan - Unabl to load vlan info-DumX. fails");
-        return CResult();
-    }
-    RavTrace().Print(L"Exiting CVlanAgentWin::RemoveVlanFromTeamMember-X");
-    return CResult::Success();
 }

@@ -10,6 +10,7 @@
 #include "Common/Src/RavKey.h"
 #include "Src/RavCoreInterface.h"
 #include "Common/Settings/RavSetting.h"
+#include "Src/Agent/RavStopMessage.h"
 #include "Src/Agent/RavVlanIdRange.h"
 #include "Src/RavVlanMessages.h"
 #include "Src/View/RavHostView.h"
@@ -24,25 +25,10 @@ constexpr wchar_t SOURCE_FILE[] = L"Src\\RavVlanAgentValidate";
 constexpr size_t MAX_NAME_LENGTH = 32;
 constexpr wchar_t FORBIDDEN_CHARACTERS[] = L"/\\*:><|?\"";
 
-void Add(CRavVlanMessages& messages, DWORD code, DWORD category, DWORD severity)
-{
-    RAV_VALIDATION_MESSAGE message;
-    message.dwCode = code;
-    message.dwCategory = category;
-    message.dwSeverity = severity;
-    message.parameters.emplace_back();
-    messages.push_back(message);
-}
-
-void Stop(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
-{
-    Add(messages, code, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP);
-}
-
 // Ends a check with its one message. True: the check itself could be made.
 bool StopAndEnd(CRavVlanMessages& messages, RAV_VLAN_MESSAGE code)
 {
-    Stop(messages, code);
+    RavStop(messages, code);
     return true;
 }
 
@@ -72,16 +58,15 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     bool supports = false;
     bool notLoaded = false;
     bool teamFlag = false;
-    const size_t before = messages.size();
     DoesParentSupportVlans(result, strParentKey, supports, notLoaded, teamFlag, client);
     if (!result.Succeeded())
         RavTrace().Print(L"DoesParentSupportVlans returned error!");
     else if (COSType::IsWin10WithXMSBlock())
-        Stop(messages, RAV_MSG_XMS_BLOCKED);
+        RavStop(messages, RAV_MSG_XMS_BLOCKED);
     else if (teamFlag)
-        Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
+        RavStop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
     else if (notLoaded)
-        Stop(messages, RAV_MSG_DRIVER_NOT_LOADED);
+        RavStop(messages, RAV_MSG_DRIVER_NOT_LOADED);
 
     bool vmqEnabled = false;
     bool isTeam = false;
@@ -89,19 +74,13 @@ void CVlanAgentWin::ValidateParent(CRavVlanMessages& messages, const CRavString&
     if (!result.Succeeded())
         RavTrace().Print(L"IsParentVmqEnabled returned error!");
 
-    if (isTeam)
-    {
-        // Creating VLANs over teams is not offered yet, whatever the team itself says. One reason is enough.
-        if (messages.size() == before)
-            Stop(messages, RAV_MSG_TEAM_WITHOUT_VLANS);
-    }
-    else if (!supports)
+    if (!supports && !isTeam)
     {
         bool member = false;
         Core().IsBoundToTeam(strParentKey, member);
-        Stop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
+        RavStop(messages, member ? RAV_MSG_PARENT_IN_TEAM : RAV_MSG_PARENT_WITHOUT_VLANS);
     }
-    else if (!ValidateAdapter(messages, strParentKey))
+    if (supports && !isTeam && !ValidateAdapter(messages, strParentKey))
         return;
     if (vmqEnabled)
         WarnOfVmq(messages, strParentKey, isTeam ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER);
@@ -112,11 +91,11 @@ bool CVlanAgentWin::ValidateAdapter(CRavVlanMessages& messages, const CRavString
 {
     if (!Core().IsDeviceCorvo(strAdapter))
     {
-        Stop(messages, RAV_MSG_NOT_OUR_DEVICE);
+        RavStop(messages, RAV_MSG_NOT_OUR_DEVICE);
         return false;
     }
     if (!Core().IsDriverSupportingVORN(strAdapter))
-        Stop(messages, RAV_MSG_DRIVER_TOO_OLD);
+        RavStop(messages, RAV_MSG_DRIVER_TOO_OLD);
     return true;
 }
 
@@ -126,7 +105,7 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
 {
     const bool isTeam = type == RAV_PARENT_TEAM;
     const DWORD code = isTeam ? RAV_MSG_VMQ_ON_TEAM : RAV_MSG_VMQ_ON_ADAPTER;
-    Add(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
+    RavAddMessage(messages, code, RAV_CATEGORY_VMQ, RAV_SEVERITY_WARNING);
     std::vector<CRavString> adapters{strParentKey};
     const auto team = isTeam ? GetTeamAgentPvtIntf() : nullptr;
     const auto members = [&] { return team->GetTeamMembers(strParentKey, adapters); };
@@ -134,7 +113,7 @@ void CVlanAgentWin::WarnOfVmq(CRavVlanMessages& messages, const CRavString& strP
         (team == nullptr || !RavAnswer(SOURCE_FILE, __LINE__, L"CVlanAgentWin::WarnOfVmq", members).Succeeded()))
         return;
     if (std::any_of(adapters.begin(), adapters.end(), [&](const CRavString& one) { return IsVmqSettingOn(one); }))
-        Add(messages, code, RAV_CATEGORY_VMQ_SETTING, RAV_SEVERITY_WARNING);
+        RavAddMessage(messages, code, RAV_CATEGORY_VMQ_SETTING, RAV_SEVERITY_WARNING);
 }
 
 bool CVlanAgentWin::IsVmqSettingOn(const CRavString& strAdapter)
@@ -153,7 +132,7 @@ bool CVlanAgentWin::ValidateIds(CRavVlanMessages& messages, const CRavString& st
     std::vector<DWORD> ids;
     if (!GetVlanIDsFromRange(strVlanNumbers, ids))
     {
-        Stop(messages, RAV_MSG_ID_NOT_VALID);
+        RavStop(messages, RAV_MSG_ID_NOT_VALID);
         return true;
     }
     if (ids.size() > 1)
@@ -241,15 +220,15 @@ void CVlanAgentWin::ValidateVlanName(CRavVlanMessages& messages, const CRavStrin
 {
     RavTrace().Print(L"ValidateVlan for vlanKey=%s, vlanName=%s", strVlanKey.c_str(), strVlanName.c_str());
     if (strVlanName.IsEmpty())
-        return Stop(messages, RAV_MSG_NAME_EMPTY);
+        return RavStop(messages, RAV_MSG_NAME_EMPTY);
     if (strVlanName.front() == L' ')
-        return Stop(messages, RAV_MSG_NAME_BEGINS_BLANK);
+        return RavStop(messages, RAV_MSG_NAME_BEGINS_BLANK);
     if (strVlanName.Length() > MAX_NAME_LENGTH)
-        return Stop(messages, RAV_MSG_NAME_TOO_LONG);
+        return RavStop(messages, RAV_MSG_NAME_TOO_LONG);
     if (wcscspn(strVlanName, FORBIDDEN_CHARACTERS) != strVlanName.Length())
-        return Stop(messages, RAV_MSG_NAME_CHARACTER);
+        return RavStop(messages, RAV_MSG_NAME_CHARACTER);
     if (HasVlanNamed(vlanKeys, strVlanName, strVlanKey))
-        return Stop(messages, RAV_MSG_NAME_IN_USE);
+        return RavStop(messages, RAV_MSG_NAME_IN_USE);
 }
 
 bool CVlanAgentWin::HasVlanNamed(const std::vector<CRavString>& vlanKeys, const CRavString& strVlanName,
@@ -266,23 +245,23 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
                                       const CRavString& strVlanName, const CRavString& strParentKey)
 {
     if (std::any_of(ids.begin(), ids.end(), [](DWORD id) { return id > RAV_MAX_VLAN_ID; }))
-        Stop(messages, RAV_MSG_ID_NOT_VALID);
+        RavStop(messages, RAV_MSG_ID_NOT_VALID);
     const CNetCfgSession session(*this);
     std::vector<CRavString> vlans;
     if (!EnumerateForValidation(strParentKey, vlans))
         return false;
     const size_t total = ids.size() + vlans.size();
     if (total > RAV_MAX_VLANS_OF_VIRTUAL_DEVICE && Core().IsVirtualDevice(strParentKey))
-        Stop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
+        RavStop(messages, RAV_MSG_VIRTUAL_PARENT_OVERFULL);
     if (total > RAV_MAX_VLANS)
-        Stop(messages, RAV_MSG_PARENT_OVERFULL);
+        RavStop(messages, RAV_MSG_PARENT_OVERFULL);
 
     const bool generated = strVlanName == RAV_AUTO_VLAN_NAMES;
     std::vector<DWORD> sorted(ids);
     std::sort(sorted.begin(), sorted.end());
     // An id that is named twice is in use as soon as its first VLAN exists.
     if (std::adjacent_find(sorted.begin(), sorted.end()) != sorted.end())
-        Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+        RavStop(messages, RAV_MSG_RANGE_ID_IN_USE);
     for (const CRavString& key : vlans)
     {
         DWORD id = 0;
@@ -290,9 +269,9 @@ bool CVlanAgentWin::ValidateVlanRange(CRavVlanMessages& messages, const std::vec
         if (!ReadForValidation(key, id, name))
             return false;
         if (std::binary_search(sorted.begin(), sorted.end(), id))
-            Stop(messages, RAV_MSG_RANGE_ID_IN_USE);
+            RavStop(messages, RAV_MSG_RANGE_ID_IN_USE);
         if (!generated && name.CompareI(strVlanName))
-            Stop(messages, RAV_MSG_NAME_IN_USE);
+            RavStop(messages, RAV_MSG_NAME_IN_USE);
     }
     return true;
 }

@@ -48,6 +48,9 @@ class CRavXmsVlan : public CRavAdapter
     bool GetTotNoOfVlansOnThisParent(int& iCount);
     // The team's member adapters, through the team agent, in the order in which they joined.
     bool GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavString>& members);
+    // The adapters that carry the VLAN's frames: its parent, or those of a team's members that are in the machine.
+    // False when they cannot be told.
+    bool FindCarriers(std::vector<CRavString>& adapters);
     // The core agent; null when there is none, which the caller traces.
     CRavCoreAgentPvtIntf* GetCoreInterface() const { return m_services.GetCoreInterface(); }
     CRavNetCfgInterface* GetNetCfgInterface() const { return m_services.GetNetCfgInterface(); }
@@ -102,7 +105,7 @@ class CRavXmsVlan : public CRavAdapter
     void ConstructVlanDisplayName(int& status);
     void ConstructVlanDisplayName(const CRavString& strParentName, int& status);
     void SetMiniportDisplayName(int& status);
-    // Changes of a VLAN that is there. The object has them for the suite; the agent does not offer them yet.
+    // Changes of a VLAN that is there. The first two need the write lock for the display name, and take it.
     void SetVLANName(const CRavString& strName, int& status);
     void UpdateVLANName(const CRavString& strParentName, int& status);
     void SetVLANId(int iVlanId, int& status);
@@ -110,15 +113,22 @@ class CRavXmsVlan : public CRavAdapter
     // Reads the parent's address from the parent key handle; an adapter that has none set gets its permanent one.
     void GetCurrentMACAddress(int& status);
 
-    // --- settings (RavXmsVlanSettings.cpp) ----------------------------------------------------------------------
+    // --- settings (RavXmsVlanSettings.cpp, RavXmsVlanJumbo.cpp)
+    // -----------------------------------------------------------
 
     CResult CreateVlanAdvancedSettings();
     CResult CreateSetting(RAV_SETTING* pSetting);
     // *ppSetting belongs to the caller; null with *pFound false when no member supports jumbo frames.
     CResult GetLCDJumboFramesForTeam(CRavString strTeamGuid, RAV_SETTING** ppSetting, bool* pFound);
-    // Makes the VLAN's jumbo-frame setting anew from its template, with no choice above strTopValue: for whoever
-    // changes the parent's. Not called here.
+    // Makes the VLAN's jumbo-frame setting anew from its template, with no choice above strTopValue. Its value is the
+    // default then.
     CResult ReSyncJumboFrameSettingEnumValues(CRavString strTopValue);
+    // The greatest frame that the parent carries at present, in bytes: for a team the least of its members'.
+    CResult GetParentJumboSize(int32_t& iSize);
+    // Brings the VLAN's jumbo-frame setting into line with the parent's present size: the parent's choices up to it; a
+    // value that is among them stays, any other comes down to the greatest. Nothing is written when that is so
+    // already, or when the VLAN has no such setting. One whose description is damaged, or lost, is described anew.
+    CResult FollowParentJumboSize(bool& bChanged);
 
     // --- creation (RavXmsVlanCreate.cpp, RavXmsVlanSave.cpp) ----------------------------------------------------
 
@@ -138,6 +148,20 @@ class CRavXmsVlan : public CRavAdapter
     // Queue the miniport for the passes that run when the transaction is applied.
     void UnloadMiniport();
     void UnloadMiniportDuringApplyDone();
+
+    // --- creation over a team (RavXmsVlanCreateTeam.cpp) ---------------------------------------------------------
+
+    // Creates the VLAN over its team, on each member that is in the machine, and queues its miniport for the apply
+    // passes, whatever the outcome. A creation that fails takes its miniport away again, and names in the trace what
+    // it has left on which member.
+    void CreatVlanOnTeam(int& status);
+    void CreatFirstVlanOnTeam(int& status);
+    void CreatFurtherVlanOnTeam(int& status);
+    // Gives the VLAN, which is there, to the team member that the object stands for. bPrepare: also all that a member
+    // needs for its first VLAN. What is there already stays, so that it can be repeated after a failure.
+    void AddToTeamMember(bool bPrepare, int& status);
+    // Writes how many adapters the team has into the VLAN's key.
+    bool UpdateTeamSize(DWORD dwAdapters);
 
     // --- removal (RavXmsVlanRemove.cpp, RavXmsVlanRemoveMember.cpp) -----------------------------------------------
 
@@ -178,7 +202,7 @@ class CRavXmsVlan : public CRavAdapter
     DWORD m_dwLogicalGroupId = 0;
     DWORD m_dwTotalPhysicalAdapters = 1;
     bool m_bFirstVlan = true;            // while the parent has no VLAN yet
-    bool m_bOnTeam = false;              // created over a team, which the agent does not offer yet: never set here
+    bool m_bOnTeam = false;              // created over a team
     bool m_bOnTeamMember = false;        // stands for the VLAN on m_strMemberKey
     bool m_bSkipMiniportRemoval = false; // removal leaves miniport and team agent alone, and deletes the entry whole
     bool m_bStaysWithTeam = false;       // removal takes it off the member alone: miniport and entry are still needed
@@ -196,11 +220,15 @@ class CRavXmsVlan : public CRavAdapter
     bool OpenKeyWithVlanIds(CRavRegKey& key);
     bool OpenTeamMemberKey(CRavRegKey& key);
     bool HasTeamTaggedVlan(bool& bTagged);
+    bool HasAdapterTaggedVlan(const CRavString& strAdapter, bool& bTagged);
     void FinishDisplayName(const CRavString& strParentName);
     bool QueryParentName(CRavString& strParentName);
     bool QueryPermanentAddress(std::optional<CRavString>& address);
 
     CResult CreateJumboSetting(RAV_SETTING& setting);
+    int32_t StoredJumboSize();
+    CResult ReadOwnJumboSetting(std::unique_ptr<RAV_SETTING>& setting, bool& bDamaged);
+    CResult FindParentJumboSetting(std::unique_ptr<RAV_SETTING>& setting);
     CResult FindTeamJumboSetting(const CRavString& strTeam, RAV_SETTING** ppSetting, bool& bFound);
 
     // One step of a sequence: what it runs, the number of its failure exit, and what is traced on failure, if anything.
@@ -225,7 +253,23 @@ class CRavXmsVlan : public CRavAdapter
     void TakeParentLogicalGroupId(int& status);
     void TraceTaggedVlans(int& status);
     CRavAdapter* ParentAdapter();
+    bool Tell(CRavAdapter& adapter);
     bool AddTeamMembers(std::vector<CRavString>& adapters);
+
+    // Steps of the sequences over a team.
+    bool FindMembers();
+    bool KeepPresent(std::vector<CRavString>& adapters);
+    bool AreAllCarriersThere();
+    void OnEachMember(const wchar_t* changes, void (CRavXmsVlan::*run)(int& status), int& status);
+    void SetupMembers(int& status);
+    void SetupMember(int& status);
+    void TakeTeamLogicalGroupId(int& status);
+    void FindTeamLogicalGroupId(int& status);
+    void SaveMembersToReg(int& status);
+    void SaveMemberToReg(int& status);
+    void MoveMemberDhcp(int& status);
+    void BindMembers(int& status);
+    bool TellMembers();
     CRavString TeamOfParent();
 
     bool MarkAsXmsLoaded(CRavRegKey& key);
@@ -240,6 +284,11 @@ class CRavXmsVlan : public CRavAdapter
     bool SaveOwnParams();
 
     class RemovalMark;
+    enum class Others // VLANs of the parent, when one is removed
+    {
+        None,
+        Stay
+    };
     bool IsOnTeamMember() const { return m_bOnTeamMember && m_iParentType == RAV_PARENT_TEAM; }
     // hLocked: negative when the write lock was not had.
     bool GiveMemberBack(const wchar_t* routine, const CRavString& strMember, HRESULT& hLocked);
@@ -247,10 +296,10 @@ class CRavXmsVlan : public CRavAdapter
     bool KeepThoseOnMember(std::vector<CRavString>& vlanKeys);
     void UpdateTaggingBeforeRemoval();
     CRavString RemovalPath() const;
-    bool UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, CResult& result);
+    bool UpdateRegistryForRemoval(Others others, bool bSkipMemberCleanup, CResult& result);
     bool UpdateForLastVlan(bool bSkipMemberCleanup, CResult& result);
     bool UpdateForOneOfSeveral(CResult& result);
-    bool UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result);
+    bool UpdateParentKey(Others others, const wchar_t* failure, CResult& result);
     bool CleanUpParent(bool bSkipMemberCleanup);
     void RemoveMiniportOnce(CResult& result);
     bool RemoveMiniportByCharacteristics(CRavFormat<DWORD> traceFormat);
@@ -267,6 +316,8 @@ class CRavXmsVlan : public CRavAdapter
     CRavRegKey m_ownKey;
     std::shared_ptr<CRavTeamAgentPvtIntf> m_pTeamAgentPvt; // ask LoadTeamAgent first
     std::unique_ptr<CRavAdapter> m_pParentAdapter;         // see ParentAdapter
+    std::vector<CRavString> m_members; // the team's members that an operation works on, in the order of the team
+    std::vector<std::pair<CRavString, const wchar_t*>> m_changes; // what a creation has changed on which member
     bool m_bBeingRemoved = false;
 };
 

@@ -226,6 +226,11 @@ CResult CRavXmsVlan::DoReload()
 bool CRavXmsVlan::AddTeamMembers(std::vector<CRavString>& adapters)
 {
     RavTrace().Print(L"reloading all member adapters.");
+    if (m_iParentType == RAV_PARENT_TEAM && !m_members.empty()) // they are known
+    {
+        adapters.insert(adapters.end(), m_members.begin(), m_members.end());
+        return true;
+    }
     const CRavString team = m_iParentType == RAV_PARENT_TEAM ? m_strParentKey : TeamOfParent();
     if (team.IsEmpty())
     {
@@ -287,7 +292,8 @@ bool CRavXmsVlan::BindParentAdapterToXms()
     const CRavTraceScope trace(L"CRavXmsVlan::BindParentAdapterToXms", &done);
     CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
     CRavAdvSvcNetCfgComponent component;
-    done = netCfg != nullptr && component.BindAdapterToXms(*netCfg, m_strParentKey) == 0;
+    const CRavString& adapter = m_iParentType == RAV_PARENT_TEAM ? m_strParentAdapterId : m_strParentKey;
+    done = netCfg != nullptr && component.BindAdapterToXms(*netCfg, adapter) == 0;
     if (!done)
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: BindAdapterToXms failed.");
     return done;
@@ -330,12 +336,23 @@ bool CRavXmsVlan::SendNewVlanOid()
 {
     bool done = false;
     const CRavTraceScope trace(L"CRavXmsVlan::SendNewVlanOid", &done);
-    CRavAdapter* const parent = ParentAdapter();
-    if (parent == nullptr || !parent->IsDriverLoaded(*GetNetCfgInterface()))
+    if (m_iParentType == RAV_PARENT_TEAM)
     {
-        RavTrace().Print(L"CRavXmsVlan::SendNewVlanOid, the driver of %s is not loaded.", m_strParentKey.c_str());
-        return false;
+        done = TellMembers();
+        return done;
     }
+    CRavAdapter* const parent = ParentAdapter();
+    if (parent != nullptr && parent->IsDriverLoaded(*GetNetCfgInterface()))
+        done = Tell(*parent);
+    else
+        RavTrace().Print(L"CRavXmsVlan::SendNewVlanOid, the driver of %s is not loaded.", m_strParentKey.c_str());
+    return done;
+}
+
+// Announces the VLAN to the driver, which is loaded, through one adapter.
+bool CRavXmsVlan::Tell(CRavAdapter& adapter)
+{
+    bool done = false;
     const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanNetCfgInstanceId;
     NEW_VLAN_ANNOUNCEMENT announcement = {};
     // GUID text is ASCII: each character is one byte.
@@ -343,7 +360,7 @@ bool CRavXmsVlan::SendNewVlanOid()
     std::transform(device.begin(), device.begin() + static_cast<ptrdiff_t>(length), announcement.name,
                    [](wchar_t character) { return static_cast<char>(character); });
     announcement.usLength = static_cast<USHORT>(length);
-    CRavMiniportDrv& driver = *parent->GetMiniportDrv();
+    CRavMiniportDrv& driver = *adapter.GetMiniportDrv();
     try
     {
         if (driver.OpenDriver())

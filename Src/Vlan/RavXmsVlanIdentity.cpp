@@ -186,12 +186,13 @@ void CRavXmsVlan::SetVLANId(int iVlanId, int& status)
     m_iVlanId = iVlanId;
     m_ravVlanInfo.vlanId = static_cast<DWORD>(iVlanId);
     RavTrace().Print(L"m_iVlanId= %d", m_iVlanId);
-    std::vector<CRavString> carriers{m_strParentKey};
-    if (m_iParentType == RAV_PARENT_TEAM && !GetTeamMembers_v(m_strParentKey, carriers))
+    if (m_iParentType == RAV_PARENT_TEAM && !FindMembers())
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: GetTeamMembers_v failed.");
         return;
     }
+    const std::vector<CRavString> carriers =
+        m_iParentType == RAV_PARENT_TEAM ? m_members : std::vector<CRavString>{m_strParentKey};
     for (const CRavString& carrier : carriers)
     {
         int listed = -1;

@@ -124,6 +124,27 @@ bool CRavXmsVlan::GetTeamMembers_v(const CRavString& strTeam, std::vector<CRavSt
     return done;
 }
 
+bool CRavXmsVlan::FindCarriers(std::vector<CRavString>& adapters)
+{
+    adapters = {m_strParentKey};
+    return m_iParentType != RAV_PARENT_TEAM || (GetTeamMembers_v(m_strParentKey, adapters) && KeepPresent(adapters));
+}
+
+// Drops the adapters that are not in the machine. False when that cannot be told.
+bool CRavXmsVlan::KeepPresent(std::vector<CRavString>& adapters)
+{
+    CRavNetCfgInterface* const netCfg = GetNetCfgInterface();
+    bool done = netCfg != nullptr;
+    std::erase_if(adapters, [&](const CRavString& adapter) {
+        ComPtr<INetCfgComponent> component;
+        done = done && SUCCEEDED(netCfg->FindNetworkComponentByGUID(adapter, component));
+        if (done && !component)
+            RavTrace().Print(L"CRavXmsVlan::KeepPresent, adapter %s is not in the machine", adapter.c_str());
+        return done && !component;
+    });
+    return done;
+}
+
 // The team that has the parent, an adapter, as a member; empty when none has.
 CRavString CRavXmsVlan::TeamOfParent()
 {

@@ -55,7 +55,7 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
         result.ulErrCode = FAILURE;
         return result;
     }
-    const bool last = count <= 1;
+    const Others others = count <= 1 ? Others::None : Others::Stay;
     const RemovalMark mark(*this);
     UpdateTaggingBeforeRemoval();
     if (GetNetCfgInterface() == nullptr)
@@ -64,11 +64,11 @@ CResult CRavXmsVlan::RemoveVLANonAdapter(bool bSkipMemberCleanup)
         result.ulErrCode = FAILURE;
         return result;
     }
-    if (!UpdateRegistryForRemoval(last, bSkipMemberCleanup, result))
+    if (!UpdateRegistryForRemoval(others, bSkipMemberCleanup, result))
         return result;
     if (m_bMiniportRemoved || m_bSkipMiniportRemoval || m_bStaysWithTeam)
         return result;
-    if (last && m_iParentType == RAV_PARENT_TEAM)
+    if (others == Others::None && m_iParentType == RAV_PARENT_TEAM)
         DoLastVoTTAOps(m_strParentKey);
     RemoveMiniportOnce(result);
     return result;
@@ -103,11 +103,11 @@ bool CRavXmsVlan::HasLock(const CRavNetCfgWriteLock& lock, CResult& result)
     return false;
 }
 
-bool CRavXmsVlan::UpdateRegistryForRemoval(bool bLast, bool bSkipMemberCleanup, CResult& result)
+bool CRavXmsVlan::UpdateRegistryForRemoval(Others others, bool bSkipMemberCleanup, CResult& result)
 {
     const CRavNetCfgWriteLock lock(*GetNetCfgInterface());
     return HasLock(lock, result) &&
-           (bLast ? UpdateForLastVlan(bSkipMemberCleanup, result) : UpdateForOneOfSeveral(result));
+           (others == Others::None ? UpdateForLastVlan(bSkipMemberCleanup, result) : UpdateForOneOfSeveral(result));
 }
 
 // The path for UpdoXMSProtocolKeyAdptr: the parent's entry or, for a team member, the key above its entry, since that
@@ -139,7 +139,7 @@ bool CRavXmsVlan::UpdateForLastVlan(bool bSkipMemberCleanup, CResult& result)
         result.ulErrCode = FAILURE;
         return false;
     }
-    return UpdateParentKey(true, L"CRavXmsVlan::RemoveVLANonAdapter(), UpdOOOKeyAdptr() fails. Extng.", result);
+    return UpdateParentKey(Others::None, L"CRavXmsVlan::RemoveVLANonAdapter(), UpdOOOKeyAdptr() fails. Extng.", result);
 }
 
 bool CRavXmsVlan::CleanUpParent(bool bSkipMemberCleanup)
@@ -171,14 +171,15 @@ bool CRavXmsVlan::UpdateForOneOfSeveral(CResult& result)
         result.ulErrCode = FAILURE;
         return false;
     }
-    return UpdateParentKey(false, L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdOOOKeyAdptr fails-3.Extng", result);
+    return UpdateParentKey(Others::Stay, L"CRavXmsVlan::RemoveVLANonAdapter() fails, UpdOOOKeyAdptr fails-3.Extng",
+                           result);
 }
 
-bool CRavXmsVlan::UpdateParentKey(bool bLast, const wchar_t* failure, CResult& result)
+bool CRavXmsVlan::UpdateParentKey(Others others, const wchar_t* failure, CResult& result)
 {
     if (m_iParentType == RAV_PARENT_TEAM)
         OpenKeyOf(m_strMemberKey);
-    const bool done = UpdOOOKeyAdptr(bLast);
+    const bool done = UpdOOOKeyAdptr(others == Others::None);
     CloseParentClassKey();
     if (!done)
     {

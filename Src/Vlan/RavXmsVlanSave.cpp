@@ -148,7 +148,9 @@ bool CRavXmsVlan::SetupVlanFiltering(CRavRegKey& key)
         RavTrace().Print(L"SetupVlanParentRegistry() - no team agent, VlanFiltering is left as it is");
         return true;
     }
-    const bool byTeam = m_pTeamAgentPvt->IsVlanFilteringDoneByTeam(m_strParentKey);
+    // The question is about an adapter: of a team each member is asked about.
+    const CRavString& adapter = m_iParentType == RAV_PARENT_TEAM ? m_strParentAdapterId : m_strParentKey;
+    const bool byTeam = m_pTeamAgentPvt->IsVlanFilteringDoneByTeam(adapter);
     return WriteTextParameter(key, XmsValue::VlanFiltering, byTeam ? L"0" : L"1");
 }
 
@@ -297,7 +299,8 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
 {
     if (key.Open(HKEY_LOCAL_MACHINE, strPath, true))
     {
-        if (m_iParentType == RAV_PARENT_TEAM)
+        // All members of a team have these alike: the first one's are taken.
+        if (m_iParentType == RAV_PARENT_TEAM && (m_members.empty() || strAdapter == m_members.front()))
         {
             key.GetValue(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId);
             key.GetValue(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), m_dwTotalPhysicalAdapters);
@@ -305,7 +308,7 @@ bool CRavXmsVlan::OpenDriverEntry(CRavRegKey& key, const CRavString& strPath, co
         return true;
     }
     if (key.LastResult() == ERROR_FILE_NOT_FOUND && key.Create(HKEY_LOCAL_MACHINE, strPath, true, false))
-        return MoveDhcp(strAdapter);
+        return IsOnTeamMember() || MoveDhcp(strAdapter); // of a member that joins it has been moved
     RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: Open failed. path: %s err= %d", strPath.c_str(), key.LastResult());
     return false;
 }
@@ -342,7 +345,10 @@ bool CRavXmsVlan::MoveDhcp(const CRavString& strAdapter)
 
 bool CRavXmsVlan::WriteDriverEntry(CRavRegKey& key, const CRavString& strAdapter)
 {
-    if (!m_bFirstVlan || m_iParentType == RAV_PARENT_TEAM)
+    const bool team = m_iParentType == RAV_PARENT_TEAM;
+    DWORD written = 0;
+    // The entry of a team's member was made with the team; one that is missing, or was not finished, is made here.
+    if (team ? key.GetValue(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), written) : !m_bFirstVlan)
         return true;
     CRavString instancePath;
     CRavString name;
@@ -360,19 +366,24 @@ bool CRavXmsVlan::WriteDriverEntry(CRavRegKey& key, const CRavString& strAdapter
                          .Number(RavName(RAV_NAME_LOGICAL_GROUP_ID), m_dwLogicalGroupId)
                          .Number(RavName(RAV_NAME_PHYSICAL_ADAPTER_ID), static_cast<DWORD>(_wtoi(number + 1)))
                          .Text(RavName(RAV_NAME_ADAPTER_NAME), name)
-                         .Number(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), 1));
+                         .Number(RavName(RAV_NAME_TOTAL_PHYSICAL_ADAPTERS), team ? m_dwTotalPhysicalAdapters : 1));
 }
 
 bool CRavXmsVlan::AddToBindingList(CRavRegKey& key)
 {
     const CRavString name = RavName(RAV_NAME_BINDING_LIST);
+    const CRavString device = RavName(RAV_NAME_DEVICE) + m_strVlanNetCfgInstanceId;
     std::vector<CRavString> bindings;
     if (!m_bFirstVlan && !RavReadList(key, name, bindings))
     {
         RavTrace().Print(L"CRavXmsVlan::SaveParentAdptrToReg, GetVlaue for MULTI_SZ fails. Extng");
         return false;
     }
-    bindings.push_back(RavName(RAV_NAME_DEVICE) + m_strVlanNetCfgInstanceId);
+    // The team's own miniport, by which members are known, stays in front of its VLANs.
+    if (m_bFirstVlan && m_iParentType == RAV_PARENT_TEAM)
+        bindings.push_back(RavDeviceOf(m_strParentKey));
+    std::erase(bindings, device); // a member may get a VLAN again behind a failure
+    bindings.push_back(device);
     if (!key.SetValue(name, bindings))
     {
         RavTrace().Print(L"CRavXmsVlan::SaveParentAdptrToReg, SetVlaue for MULTI_SZ fails. Extng");

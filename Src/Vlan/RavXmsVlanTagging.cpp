@@ -25,6 +25,44 @@ bool IsMissing(const CRavRegKey& key)
 {
     return key.LastResult() == ERROR_FILE_NOT_FOUND;
 }
+
+// Beside the instance keys the network class has others, which not everybody may read.
+bool IsInstance(const CRavString& name)
+{
+    return name.Length() == 4 && name.find_first_not_of(L"0123456789") == CRavString::npos;
+}
+
+// Whether the miniport with the instance key is a tagged VLAN over the team. False when its key cannot be read: it may
+// be one. A key that has gone in the meantime is none.
+bool IsTaggedVlanOf(const CRavString& path, const CRavString& team, bool& bTagged)
+{
+    CRavRegKey key;
+    CRavString parent;
+    CRavString guid;
+    DWORD id = 0;
+    if (!key.Open(HKEY_LOCAL_MACHINE, path, false))
+    {
+        if (!IsMissing(key))
+            RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed.");
+        return IsMissing(key);
+    }
+    const auto read = [&](const wchar_t* name, auto& value) {
+        if (key.GetValue(name, value) || RavIsNoNumber(key.LastResult()))
+            return true;
+        RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegQueryValueEx failed. err= %d", key.LastResult());
+        return false;
+    };
+    if (!read(XmsValue::VlanParentKey, parent))
+        return false;
+    if (!parent.CompareI(team))
+        return true;
+    if (!read(NetworkValue::NetCfgInstanceId, guid) || !read(XmsValue::VlanId, id))
+        return false;
+    if (IsMissing(key))
+        RavTrace().Print(L"EROR_FILE_NOT_FOUND for %s err= %d type= %d", XmsValue::VlanId, key.LastResult(), REG_NONE);
+    bTagged = !guid.IsEmpty() && !guid.CompareI(team) && id != 0;
+    return true;
+}
 } // namespace
 
 bool CRavXmsVlan::GetVlanIdArray(std::vector<CRavString>& ids)
@@ -182,14 +220,17 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
     const CRavTraceScope trace(L"CRavXmsVlan::IsParentWithTaggedVlan", &done);
     bTagged = false;
     RavTrace().Print(L"adapter_id: %s", m_strParentKey.c_str());
-    if (m_iParentType == RAV_PARENT_TEAM)
-    {
-        done = HasTeamTaggedVlan(bTagged);
-        return done;
-    }
-    const CRavParentKeyBorrow borrowed(*this);
+    done = m_iParentType != RAV_PARENT_TEAM ? HasAdapterTaggedVlan(m_strParentKey, bTagged)
+           : IsOnTeamMember()               ? HasAdapterTaggedVlan(m_strMemberKey, bTagged)
+                                            : HasTeamTaggedVlan(bTagged);
+    return done;
+}
+
+bool CRavXmsVlan::HasAdapterTaggedVlan(const CRavString& strAdapter, bool& bTagged)
+{
+    CRavKeyHandle handle;
     CRavRegKey key;
-    if (FAILED(GetParentOOOKey()) || !key.Open(GetParentClassKey(), L"", false))
+    if (FAILED(OpenKeyOf(strAdapter, handle)) || !key.Open(handle.Get(), L"", false))
     {
         RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: OpenThisMiniportRegKey failed.");
         return false;
@@ -198,8 +239,7 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
     if (IsMissing(key))
     {
         RavTrace().Print(L"EROR_FILE_NOT_FOUND for %s err= %d type= %d", XmsValue::VlanId, key.LastResult(), type);
-        done = true;
-        return done;
+        return true;
     }
     if (key.LastResult() != ERROR_SUCCESS || type != REG_MULTI_SZ)
     {
@@ -214,8 +254,7 @@ bool CRavXmsVlan::IsParentWithTaggedVlan(bool& bTagged)
         return false;
     }
     bTagged = std::any_of(ids.begin(), ids.end(), [](const CRavString& id) { return NumberOf(id) != 0; });
-    done = true;
-    return done;
+    return true;
 }
 
 // A team has no list of ids of its own: the miniports whose keys name it as their parent tell.
@@ -231,16 +270,13 @@ bool CRavXmsVlan::HasTeamTaggedVlan(bool& bTagged)
     CRavString instance;
     while (!bTagged && networkClass.EnumSubKey(instance))
     {
-        CRavRegKey key;
-        CRavString parent;
-        CRavString guid;
-        DWORD id = 0;
-        bTagged = key.Open(HKEY_LOCAL_MACHINE, path + L"\\" + instance, false) &&
-                  key.GetValue(XmsValue::VlanParentKey, parent) && parent.CompareI(m_strParentKey) &&
-                  key.GetValue(NetworkValue::NetCfgInstanceId, guid) && !guid.CompareI(m_strParentKey) &&
-                  key.GetValue(XmsValue::VlanId, id) && id != 0;
+        if (IsInstance(instance) && !IsTaggedVlanOf(path + L"\\" + instance, m_strParentKey, bTagged))
+            return false;
     }
-    return true;
+    if (bTagged || networkClass.LastResult() == ERROR_NO_MORE_ITEMS)
+        return true;
+    RavTrace().Error(SOURCE_FILE, __LINE__, L"ERROR: RegQueryValueEx failed. err= %d", networkClass.LastResult());
+    return false;
 }
 
 bool CRavXmsVlan::GetVlanMode(DWORD& dwMode)

@@ -3,6 +3,7 @@
 #include "Tests/Harness/JournalCalls.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <iterator>
 #include <map>
@@ -68,7 +69,7 @@ struct HANDLE_INFO
 struct PATCH
 {
     HMODULE module;
-    FUNCTION* slot;
+    unsigned char* slot;
     FUNCTION original;
 };
 
@@ -85,8 +86,10 @@ struct RAV_JOURNAL_STATE
     size_t failable = 0;
     size_t failIndex = 0;
     DWORD failStatus = 0;
+    std::vector<size_t> failFunctions; // that count; all when there is none
     std::function<void()> failAction;
     bool recording = false;
+    bool entries = true;
     bool failed = false;
     DWORD thread = 0;
 };
@@ -116,7 +119,9 @@ class CJournalHooks
 
     static bool MustFail(RAV_JOURNAL_STATE& journal, size_t function, DWORD& status)
     {
-        bool fail = ++journal.failable == journal.failIndex;
+        const auto& counted = journal.failFunctions;
+        const bool counts = counted.empty() || std::find(counted.begin(), counted.end(), function) != counted.end();
+        bool fail = counts && ++journal.failable == journal.failIndex;
         status = fail ? journal.failStatus : 0;
         for (RULE& rule : journal.failures)
             if (rule.function == function && rule.remaining && --rule.remaining == 0)
@@ -294,7 +299,7 @@ struct HOOK<Index, Style, Subject, Result(Args...)>
                        const std::tuple<Args...>& arguments, Result result, DWORD status)
     {
         const GUARD guard(journal.lock);
-        if (recorded)
+        if (recorded && journal.entries)
         {
             if (status)
                 entry += " -> " + (Style == STYLE::Com ? Hexadecimal(status) : std::to_string(status));
@@ -329,12 +334,21 @@ bool IsLoaded(HMODULE module)
     return GetModuleHandleExW(flags, reinterpret_cast<const wchar_t*>(module), &found) && found == module;
 }
 
-void Write(FUNCTION* slot, FUNCTION function)
+// A linker may align the tables of imports to less than their elements.
+template <typename T>
+T Read(const unsigned char* place)
+{
+    T value;
+    std::memcpy(&value, place, sizeof(value));
+    return value;
+}
+
+void Write(unsigned char* slot, FUNCTION function)
 {
     DWORD protection = 0;
-    VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
-    *slot = function;
-    VirtualProtect(slot, sizeof(*slot), protection, &protection);
+    VirtualProtect(slot, sizeof(function), PAGE_READWRITE, &protection);
+    std::memcpy(slot, &function, sizeof(function));
+    VirtualProtect(slot, sizeof(function), protection, &protection);
 }
 
 } // namespace
@@ -367,22 +381,25 @@ void CJournal::Hook(HMODULE module)
     for (const auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(module, directory.VirtualAddress); import->OriginalFirstThunk;
          ++import)
     {
-        const auto* name = At<IMAGE_THUNK_DATA>(module, import->OriginalFirstThunk);
-        auto* slot = At<FUNCTION>(module, import->FirstThunk);
-        for (; name->u1.AddressOfData; ++name, ++slot)
+        const auto* names = At<unsigned char>(module, import->OriginalFirstThunk);
+        auto* slot = At<unsigned char>(module, import->FirstThunk);
+        for (ULONGLONG name = 0; (name = Read<ULONGLONG>(names)) != 0;
+             names += sizeof(IMAGE_THUNK_DATA), slot += sizeof(FUNCTION))
         {
-            if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal))
+            if (IMAGE_SNAP_BY_ORDINAL(name))
                 continue;
-            const char* function = At<IMAGE_IMPORT_BY_NAME>(module, static_cast<DWORD>(name->u1.AddressOfData))->Name;
+            const char* function = reinterpret_cast<const char*>(At<unsigned char>(module, static_cast<DWORD>(name)) +
+                                                                 offsetof(IMAGE_IMPORT_BY_NAME, Name));
             const auto* found = std::find_if(std::begin(s_names), std::end(s_names),
                                              [function](const char* known) { return !std::strcmp(known, function); });
             if (found == std::end(s_names))
                 continue;
             const auto index = static_cast<size_t>(found - s_names);
-            if (*slot == s_hooks[index])
+            const auto original = Read<FUNCTION>(slot);
+            if (original == s_hooks[index])
                 continue;
-            s_real[index] = *slot;
-            m_pState->patches.push_back({module, slot, *slot});
+            s_real[index] = original;
+            m_pState->patches.push_back({module, slot, original});
             Write(slot, s_hooks[index]);
         }
     }
@@ -406,8 +423,15 @@ void CJournal::Stop()
     m_pState->recording = false;
     m_pState->failIndex = 0;
     m_pState->failAction = nullptr;
+    m_pState->failFunctions.clear();
     m_pState->failures.clear();
     m_pState->actions.clear();
+}
+
+void CJournal::CountOnly()
+{
+    const GUARD guard(m_pState->lock);
+    m_pState->entries = false;
 }
 
 std::string CJournal::Calls(std::initializer_list<std::string_view> functions) const
@@ -446,9 +470,12 @@ std::string CJournal::OpenHandles() const
     return text;
 }
 
-void CJournal::FailCall(size_t k, DWORD status, std::function<void()> action)
+void CJournal::FailCall(size_t k, DWORD status, std::function<void()> action,
+                        const std::vector<std::string_view>& functions)
 {
     const GUARD guard(m_pState->lock);
+    m_pState->failFunctions.clear();
+    std::transform(functions.begin(), functions.end(), std::back_inserter(m_pState->failFunctions), IndexOf);
     m_pState->failIndex = k;
     m_pState->failStatus = status;
     m_pState->failAction = std::move(action);

@@ -21,6 +21,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct RAV_JOURNAL_STATE;
 
@@ -49,18 +50,21 @@ class CJournal
     // reached.
     void Stop();
 
+    // From now on calls are counted by FailableCalls and their handles known, but no entries kept, which take memory.
+    void CountOnly();
     // One entry a line; with names given, those functions alone.
     std::string Calls(std::initializer_list<std::string_view> functions = {}) const;
     size_t Count(std::string_view function) const;
-    // How many recorded calls could have been made to fail.
+    // How many recorded calls could have been made to fail, of those that FailCall counts.
     size_t FailableCalls() const;
     // What was opened in the record and not closed, one line each: the function that opened it and the name.
     std::string OpenHandles() const;
 
     // The following three hold for the next record, or for the rest of the current one.
     // Fails the k-th failable call, k from 1. Status 0 is each function's usual refusal: access denied, E_FAIL, ... An
-    // action runs just before, and may throw in its place.
-    void FailCall(size_t k, DWORD status = 0, std::function<void()> action = {});
+    // action runs just before, and may throw in its place. With names given, calls of those functions alone count.
+    void FailCall(size_t k, DWORD status = 0, std::function<void()> action = {},
+                  const std::vector<std::string_view>& functions = {});
     // Fails the n-th coming call of one function.
     void FailNext(std::string_view function, DWORD status = 0, size_t n = 1);
     // Runs an action just before the n-th coming call of one function; what the action calls is not recorded.

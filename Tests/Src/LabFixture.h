@@ -150,6 +150,13 @@ class CLabHost
         ADD_FAILURE() << name;
         return CRavString();
     }
+    // By which the core agent knows the first client of this process.
+    static CRavString ClientKey()
+    {
+        CRavString path;
+        path.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
+        return path;
+    }
     RAV_CLIENT_ID Client() const { return {GetCurrentProcessId(), 1}; }
     RAV_LOCK_RECORD Lock() const { return {Client(), 0}; }
 
@@ -291,13 +298,6 @@ class CLabHost
         built.image = std::make_unique<CHiveImage>(hive);
         return built;
     }
-    static CRavString ClientKey()
-    {
-        CRavString path;
-        path.FormatString(L"%s\\%u", LAB_CLIENTS, GetCurrentProcessId());
-        return path;
-    }
-
     const BUILT& m_built;
     CPrivateHive m_hive;
     std::unique_ptr<CVlanAgentWin> m_agent;

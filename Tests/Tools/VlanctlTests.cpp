@@ -1,148 +1,8 @@
-// vlanctl and lab as an administrator has them: programs of their own on a host of the lab, with their output and exit
-// status. The lab is the whole machine's, so these tests run one at a time.
+// What vlanctl shows and refuses, creates and removes; and what the lab does.
 
-#include "Suite/Lab/State/ExclusiveFile.h"
-#include "Suite/Lab/State/LabNames.h"
-#include "Suite/Lab/State/LabState.h"
-#include "Tests/Harness/RegistryDiff.h"
-
-#include <netcfgx.h>
-#include <wrl/client.h>
-
-#include <gmock/gmock.h>
-#include <nlohmann/json.hpp>
+#include "Tests/Tools/Programs.h"
 
 #include <fstream>
-#include <functional>
-#include <tuple>
-
-using Json = nlohmann::json;
-using testing::ContainsRegex;
-using testing::HasSubstr;
-using testing::UnorderedElementsAreArray;
-
-namespace
-{
-const std::wstring TEMP = std::wstring(_wgetenv(L"TEMP")) + L"\\";
-
-// A program that runs: "vlanctl list --json". Its handles are kept for as long as the test program lives.
-class CProgram
-{
-  public:
-    static constexpr DWORD KILLED = 99;
-
-    explicit CProgram(const std::string& command, const wchar_t* folder = nullptr)
-    {
-        std::wstring line = Wide(command); // the folder of the test program is searched first
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdOutput = startup.hStdError = m_out;
-        EXPECT_TRUE(CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder, &startup, &m_run));
-    }
-    DWORD Id() const { return m_run.dwProcessId; }
-    void Kill() const { EXPECT_TRUE(TerminateProcess(m_run.hProcess, KILLED)); }
-    bool IsOver(DWORD milliseconds) const { return WaitForSingleObject(m_run.hProcess, milliseconds) == WAIT_OBJECT_0; }
-    DWORD Status() const
-    {
-        DWORD status = 98;
-        IsOver(90000);
-        GetExitCodeProcess(m_run.hProcess, &status);
-        return status;
-    }
-    std::string Out() const
-    {
-        std::string text(Status() + GetFileSize(m_out, nullptr), '\0');
-        DWORD size = 0;
-        SetFilePointer(m_out, 0, nullptr, FILE_BEGIN);
-        ReadFile(m_out, text.data(), static_cast<DWORD>(text.size()), &size, nullptr);
-        return text.substr(0, size);
-    }
-
-  private:
-    inline static int s_count = 0;
-    SECURITY_ATTRIBUTES m_inherited = {sizeof(m_inherited), nullptr, TRUE};
-    HANDLE m_out = CreateFileW((TEMP + L"vlanctl" + std::to_wstring(++s_count)).c_str(), GENERIC_READ | GENERIC_WRITE,
-                               0, &m_inherited, CREATE_ALWAYS, FILE_FLAG_DELETE_ON_CLOSE, nullptr);
-    PROCESS_INFORMATION m_run = {};
-};
-
-// Runs to the end; all that it printed.
-std::string Do(const std::string& command, DWORD status = 0)
-{
-    const CProgram program(command);
-    EXPECT_EQ(status, program.Status()) << command << "\n" << program.Out();
-    return program.Out();
-}
-
-// What follows the messages.
-Json DoJson(const std::string& command, DWORD status = 0)
-{
-    const std::string text = Do(command + " --json", status);
-    return Json::parse(text.substr(text.find_first_of("[{")));
-}
-
-// One member of each object of the list that is printed: "10,20".
-std::string Each(const char* member, const std::string& command, DWORD status = 0)
-{
-    std::string text;
-    for (const Json& item : DoJson(command, status))
-        text += (item[member].is_string() ? item[member].get<std::string>() : item[member].dump()) + ",";
-    return text.substr(0, text.find_last_of(','));
-}
-
-// What changed since the last call in all that the configuration of a machine is made of.
-std::string Changes()
-{
-    HKEY key = nullptr;
-    EXPECT_EQ(0, RegOpenKeyExW(HKEY_LOCAL_MACHINE, L"SYSTEM\\CurrentControlSet", 0, KEY_READ, &key));
-    static CRegistrySnapshot s_before(key);
-    const CRegistrySnapshot before = std::exchange(s_before, CRegistrySnapshot(key));
-    RegCloseKey(key);
-    return CRegistrySnapshot::Difference(before, s_before);
-}
-
-// What the driver and its administrator go by for the first adapter, in its instance key and in the driver's entry.
-const CRavString INSTANCE = LabPath(CLASS_KEY, L"0001");
-size_t Bound()
-{
-    return LabList(LabPath(XMS_ADAPTERS_KEY, LabText(INSTANCE, L"NetCfgInstanceId")), L"MiniportBindingList").size();
-}
-
-// An event that another program brings about comes before the program ends.
-bool Comes(const CProgram& program, const std::function<bool()>& event)
-{
-    while (!event())
-        if (program.IsOver(1))
-            return event();
-    return true;
-}
-
-// The lists that the driver reads name just the VLANs that are there, so many of them.
-void ExpectListsAreRight(size_t vlans)
-{
-    std::vector<CRavString> ids;
-    std::vector<CRavString> devices;
-    for (const Json& vlan : DoJson("vlanctl list --parent 0001"))
-    {
-        devices.push_back(Wide("\\Device\\" + vlan["key"].get<std::string>()).c_str());
-        if (vlan["id"] != 0)
-            ids.emplace_back(vlan["id"].get<int>());
-    }
-    const CRavString driver = LabPath(XMS_ADAPTERS_KEY, LabText(INSTANCE, L"NetCfgInstanceId"));
-    EXPECT_EQ(vlans, devices.size());
-    EXPECT_THAT(LabList(INSTANCE, L"VLANID"), UnorderedElementsAreArray(ids));
-    EXPECT_THAT(LabList(driver, L"MiniportBindingList"), UnorderedElementsAreArray(devices));
-    EXPECT_EQ(devices.size(), LabNumber(driver, L"MiniportBindingListCount", 0));
-}
-
-void Up(const char* host)
-{
-    Do("lab down");
-    Do(std::string("lab up Suite/Lab/hosts/") + host);
-    Changes();
-}
-} // namespace
 
 TEST(Lab, LeavesNothingHalfDone)
 {
@@ -163,25 +23,86 @@ TEST(Lab, LeavesNothingHalfDone)
 TEST(Vlanctl, ShowsVlansAndParents)
 {
     Up("server.json");
-    EXPECT_EQ("Port A,Port B,Virtual Function 1,Port E,Port F", Each("name", "vlanctl parents"));
+    EXPECT_EQ("Team 1,Port A,Port B,Virtual Function 1,Port E,Port F", Each("name", "vlanctl parents"));
     for (const Json& parent : DoJson("vlanctl parents --all"))
         EXPECT_EQ(parent["supportsVlans"], parent["reason"] == "") << parent;
     Up("vlans.json");
     EXPECT_EQ("Backup,Voice", Each("name", "vlanctl list --parent \"team 1\""));
     EXPECT_THAT(Do("vlanctl list"), HasSubstr("\n20        Büro      Port A  loaded"));
+    const std::pair<const char*, const char*> lists[] = {
+        {"-o name --id 10-30", "Port A/10\nPort A/20\nPort B/30\n"},
+        {"-o csv --columns parent,ID --name *s* --sort name",
+         "parentName,id\r\nTeam 2,60\r\nPort A,10\r\nPort B,30\r\n"},
+        {"--no-header --columns id,status --name Unt* --parent \"Port B\"", "untagged  loaded\n"},
+        {"--no-header --status disabled", ""},
+        {"--no-header --columns members,mac,CONNECTIONNAME,mtu --id 4*",
+         "Port G, Port H  00-1B-21-00-00-09  Local Area Connection 14\n"},
+        {"-o csv --id 5", "id,name,parentName,status,instance,key\r\n"},
+    };
+    for (const auto& [options, text] : lists)
+        EXPECT_EQ(text, Do(std::string("vlanctl list ") + options)) << options;
+    EXPECT_EQ(R"([{"id":10}])", DoJson("vlanctl list --columns id --name Sales").dump());
     const Json vlan = DoJson("vlanctl show \"PORT a/20\"");
     EXPECT_EQ("Port A - VLAN : Büro", vlan["displayName"]);
-    EXPECT_EQ(vlan, DoJson("vlanctl show 11"));
+    EXPECT_EQ(vlan, DoJson("vlanctl show #11"));
+    EXPECT_EQ("adapter tagged [] null 2", vlan["parentType"].get<std::string>() + " " +
+                                              vlan["tagging"].get<std::string>() + " " + vlan["members"].dump() + " " +
+                                              vlan["interfaceIndex"].dump() + " " +
+                                              vlan["settings"][1]["value"].dump());
+    EXPECT_EQ("0004", DoJson("vlanctl show \"Team 1/40\"")["members"][0]["instance"]);
     EXPECT_EQ("loaded", DoJson("vlanctl status " + vlan["key"].get<std::string>())["status"]);
+    Do("lab set \"Port A - VLAN : Büro\" driverLoaded off");
+    EXPECT_EQ("notLoaded", DoJson("vlanctl status Büro", 7)["status"]);
     EXPECT_EQ("*LsoV2IPv4,*NumRssQueues", Each("name", "vlanctl settings Büro"));
     EXPECT_THAT(Do("vlanctl show Untagged", 1), ContainsRegex("Port B - VLAN : Unt.*\n.*Team 2 - VLAN : Unt"));
+    Json host = {{"adapters", {{{"name", "Port A"}, {"mac", "001B21000001"}}}}};
+    for (int id = 1; id <= 64; ++id)
+        host["vlans"].push_back({{"parent", "Port A"}, {"id", id}, {"name", "V" + std::to_string(id)}});
+    std::ofstream(Utf8(TEMP) + "full.json") << host;
+    Do("lab down");
+    Do("lab up \"" + Utf8(TEMP) + "full.json\"");
+    EXPECT_EQ(Each("meaning", "vlanctl validate --parent 1 --id 100 --name x", 1),
+              Each("reason", "vlanctl parents --all"));
+}
+
+TEST(Vlanctl, ShowsWhatCarriesWhat)
+{
+    Up("vlans.json");
+    EXPECT_THAT(Do("vlanctl tree"), HasSubstr("vlan 20 Büro  loaded\n"));
+    EXPECT_EQ("team", DoJson("vlanctl tree")["tree"][0]["kind"]);
+    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+    HANDLE shown = nullptr;
+    HANDLE show = nullptr;
+    ASSERT_TRUE(CreatePipe(&shown, &show, &inherited, 0));
+    const CProgram watch("vlanctl watch", nullptr, nullptr, show);
+    std::string text;
+    const auto shows = [&](const char* what) {
+        DWORD size = 0;
+        PeekNamedPipe(shown, nullptr, 0, nullptr, &size, nullptr);
+        std::string more(size, '\0');
+        if (size > 0 && ReadFile(shown, more.data(), size, &size, nullptr))
+            text += more.substr(0, size);
+        return text.find(what) != std::string::npos;
+    };
+    EXPECT_TRUE(Comes(watch, [&] { return shows("0 findings"); })) << text;
+    Do("vlanctl rename Büro Kontor --yes");
+    EXPECT_TRUE(Comes(watch, [&] { return shows("Kontor  loaded"); })) << text;
+    watch.Kill();
+    CloseHandle(shown);
+    CloseHandle(show);
+    Do("vlanctl report -o \"" + Utf8(TEMP) + "page.html\"");
+    std::ifstream page(Utf8(TEMP) + "page.html");
+    const std::string html{std::istreambuf_iterator<char>(page), {}};
+    EXPECT_THAT(html, HasSubstr("20 Kontor</text>"));
+    EXPECT_TRUE(html.ends_with("</html>\n"));
+    Do("vlanctl report -o \"" + Utf8(TEMP) + "no\\page.html\"", 1);
 }
 
 TEST(Vlanctl, RefusesWithReasonAndStatus)
 {
     Up("server.json");
     const std::vector<std::string> cases = {"0",
-                                            "list",
+                                            "list --parent 1",
                                             "no VLANs",
                                             "0",
                                             "--version",
@@ -202,21 +123,39 @@ TEST(Vlanctl, RefusesWithReasonAndStatus)
                                             "create --parent 1 --id 5 --name --dryrun",
                                             "value is missing",
                                             "2",
+                                            "create --parent 1 --id 5=x,6",
+                                            "--id 10=Sales",
+                                            "2",
+                                            "create --parent 1 --id 5=x --name y",
+                                            "leave --name out",
+                                            "2",
+                                            "list -o json --status lodaed",
+                                            "\"exitStatus\": 2",
+                                            "2",
                                             "remove --json 1",
                                             "--yes or --dry-run",
                                             "1",
-                                            "create --parent \"Team 1\" --id 5 --name x",
-                                            "over this team",
+                                            "create --parent \"Team 1\" --id 40 --name x",
+                                            "error 0x3300008F",
                                             "0",
                                             "create --parent \"Port E\" --id 5 --name x --dry-run",
                                             "warning 0x33000095"};
     for (size_t index = 0; index < cases.size(); index += 3)
         EXPECT_THAT(Do("vlanctl " + cases[index + 1], std::stoul(cases[index])), HasSubstr(cases[index + 2]));
-    const std::vector<std::string> ids = {"-1",           "141",     "1,,2",  "141", "5-5",         "141",
+    const std::vector<std::string> ids = {"-1",           "141",     "1,,2",  "141", "5-3",         "141",
                                           " 7",           "141",     "4095",  "142", "99999999999", "142",
                                           "1-2147483647", "141,139", "20,21", "137"};
     for (size_t index = 0; index < ids.size(); index += 2)
         EXPECT_EQ(ids[index + 1], Each("number", "vlanctl create --parent 1 --name x --id \"" + ids[index] + '"', 1));
+    const std::pair<const char*, const char*> culprits[] = {
+        {"--auto-names --id 1-3,2,5-3", R"(["5-3"],["2"])"},
+        {"--auto-names --id 2,5,2", R"(["2"])"},
+        {"--name x --id 20,21", R"(["20","21"])"},
+        {"--id 20=x,21,22=vlan21 --auto-names", R"(["21","22"])"},
+        {"--id 20=x,21=y?,22=z", R"(["21"])"},
+    };
+    for (const auto& [request, refused] : culprits)
+        EXPECT_EQ(refused, Each("refused", std::string("vlanctl create --parent 1 ") + request, 1));
     for (const std::string name : {"/", "\\\\", "*", ":", ">", "<", "|", "?", "\\\""})
         EXPECT_EQ("136", Each("number", "vlanctl create --parent 1 --id 5 --name \"" + name + '"', 1));
     for (const std::string name :
@@ -232,13 +171,25 @@ TEST(Vlanctl, CreatesAndRemoves)
     for (const std::string name :
          {"🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊🦊", "Zu\u0308rich", "склад", "=--yes"})
         EXPECT_EQ(name, Each("name", "vlanctl create --parent 1 --id " + std::to_string(id++) + " --name=" + name));
-    Do("vlanctl create --parent 1 --id 0 --name Untagged");
+    EXPECT_EQ("Four 14,VLAN15,Untagged",
+              Each("name", "vlanctl create --parent 1 --id \"Untagged=Untagged, 14=Four {id},15\" --auto-names"));
+    EXPECT_THAT(Do("vlanctl create --parent 1 --id 9-12 --auto-names", 1), HasSubstr("11 (Zu\u0308rich)"));
+    Changes();
+    EXPECT_EQ("isThere,isThere", Each("state", "vlanctl create --parent 1 --id 12=склад,15 --auto-names --if-missing"));
+    EXPECT_THAT(Do("vlanctl create --parent 1 --id 14-16 --auto-names --if-missing", 1), HasSubstr("14 (Four 14)"));
+    EXPECT_EQ("", Changes());
+    EXPECT_EQ("done,isThere", Each("state", "vlanctl create --parent 1 --id 14,16 --name \"Four {id}\" --if-missing"));
+    Do("vlanctl remove --yes \"Four 14\" VLAN15 \"Four 16\"");
     ExpectListsAreRight(5);
     const std::string requests = DoJson("lab show")["driverRequests"].dump();
-    for (const Json& vlan : DoJson("vlanctl list"))
+    for (const Json& vlan : DoJson("vlanctl list --parent 1"))
         EXPECT_THAT(requests, HasSubstr(R"("bytes":258,"oid":"0xFF010109","text":"\\Device\\)" +
                                         vlan["key"].get<std::string>() + "\"}"));
-    EXPECT_EQ("removed,removed,removed", Each("state", "vlanctl remove --yes \"Port A/10\" 13 14"));
+    Changes();
+    Do("vlanctl remove --yes \"1/10\" Nobody", 1);
+    EXPECT_EQ("notThere", DoJson("vlanctl remove --yes --if-exists Nobody")["warnings"][0]["name"]);
+    EXPECT_EQ("", Changes());
+    EXPECT_EQ("done,done,done", Each("state", "vlanctl remove --yes --if-exists \"1/10\" Nobody #14 #15"));
     ExpectListsAreRight(2);
     Do("lab set \"Port A - VLAN : Untagged\" hyperV on");
     Changes();
@@ -246,82 +197,28 @@ TEST(Vlanctl, CreatesAndRemoves)
     EXPECT_EQ("refused", Each("state", "vlanctl remove \"Port A/13\" --yes", 1));
     EXPECT_EQ("", Changes());
     Do("lab set \"Port A - VLAN : Untagged\" hyperV off");
-    EXPECT_EQ("removed,removed", Each("state", "vlanctl remove --all --parent 1 --yes"));
-    EXPECT_EQ("", Each("key", "vlanctl list"));
+    EXPECT_EQ("done,done", Each("state", "vlanctl remove --all --parent 1 --yes"));
+    EXPECT_EQ("40", Each("id", "vlanctl list"));
 }
 
-TEST(Vlanctl, NamesWhoHoldsALock)
+TEST(Vlanctl, DoctorFindsAndMends)
 {
     Up("vlans.json");
-    CoInitialize(nullptr);
-    Microsoft::WRL::ComPtr<INetCfg> netCfg;
-    Microsoft::WRL::ComPtr<INetCfgLock> lock;
-    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
-    ASSERT_EQ(S_OK, netCfg.As(&lock));
-    ASSERT_EQ(S_OK, lock->AcquireWriteLock(0, L"the network window", nullptr));
-    const CProgram first("vlanctl create --parent 1 --id 5 --name x"); // takes the suite's lock, waits for ours
-    ASSERT_TRUE(Comes(first, [] { return !LabSuiteLockHolder().IsEmpty(); }));
-    const std::string holder = "locked by process " + std::to_string(first.Id()) + " (vlanctl.exe)";
-    EXPECT_THAT(Do("vlanctl create --parent 2 --id 5 --name x --wait 0", 1), HasSubstr(holder));
-    EXPECT_THAT(Do("vlanctl remove Sales --yes --wait 0", 1), HasSubstr(holder));
-    EXPECT_EQ(1u, first.Status());
-    EXPECT_THAT(first.Out(), HasSubstr("locked by \"the network window\""));
-    EXPECT_EQ("", Changes());
-    EXPECT_EQ(S_OK, lock->ReleaseWriteLock());
-    Do("vlanctl create --parent 1 --id 5 --name x --wait 0");
-}
-
-TEST(Vlanctl, SeveralAtTheSameTime)
-{
-    Up("server.json");
-    CExclusiveFile lock; // lets all of them validate before one creates
-    EXPECT_EQ(0u, lock.Try(LabStateFile(LAB_SUITE_LOCK_FILE)));
-    const CProgram one("vlanctl create --parent 1 --id 10 --name One --wait 60");
-    const CProgram two("vlanctl create --parent 1 --id 10 --name Two --wait 60");
-    const CProgram three("vlanctl create --parent 1 --id 11-14 --auto-names --wait 60");
-    const CProgram unknown("vlanctl create --parent 2 --id 10 --name Unknown --wait 60");
-    const CRavString client = LabPath(LAB_CLIENTS, Wide(std::to_string(unknown.Id())).c_str());
-    for (const CProgram* const program : {&one, &two, &three, &unknown})
-        ASSERT_TRUE(Comes(*program, [&] { return LabIsWaiting(program->Id()); })) << program->Out();
-    EXPECT_EQ(0, RegDeleteTreeW(HKEY_LOCAL_MACHINE, client)); // the core agent knows it no longer
-    lock.Release();
-    EXPECT_EQ(1u, one.Status() + two.Status());
-    EXPECT_THAT(one.Out() + two.Out(), HasSubstr("0x3300008F"));
-    EXPECT_EQ(0u, three.Status()) << three.Out();
-    EXPECT_EQ(1u, unknown.Status()) << unknown.Out();
-    EXPECT_EQ(5u, DoJson("vlanctl list").size());
-    ExpectListsAreRight(5);
-}
-
-// Killed where its work has got as far as can be seen from outside, and no further: it never ends by itself.
-TEST(Vlanctl, SurvivesAKilledProgram)
-{
-    const std::string create = "vlanctl create --parent 1 --id 10-40 --auto-names";
-    const std::string remove = "vlanctl remove --all --parent 1 --yes";
-    const std::tuple<size_t, std::string, std::function<bool()>> CASES[] = {
-        {0, create, [] { return !LabSuiteLockHolder().IsEmpty(); }},
-        {0, create, [] { return !LabWriteLockHolder().IsEmpty(); }},
-        {0, create, [] { return !LabList(INSTANCE, L"VLANID").empty(); }},
-        {0, create, [] { return Bound() >= 3; }},
-        {8, remove, [] { return !LabWriteLockHolder().IsEmpty(); }},
-        {8, remove, [] { return Bound() <= 6; }},
-    };
-    for (const auto& one : CASES)
-    {
-        SCOPED_TRACE(&one - CASES);
-        const auto& [vlans, work, event] = one;
-        Up("server.json");
-        Do("vlanctl create --parent 2 --id 5 --name Other");
-        if (vlans != 0)
-            Do("vlanctl create --parent 1 --id 10-" + std::to_string(9 + vlans) + " --auto-names");
-        const CProgram victim(work);
-        EXPECT_TRUE(Comes(victim, event));
-        victim.Kill();
-        EXPECT_EQ(CProgram::KILLED, victim.Status()) << victim.Out();
-        EXPECT_EQ("", DoJson("lab show")["lockHolder"]);
-        EXPECT_LE(1u, DoJson("vlanctl list").size());
-        EXPECT_EQ("removed", Each("state", "vlanctl remove Other --yes"));
-    }
+    EXPECT_THAT(Do("vlanctl doctor"), HasSubstr("healthy"));
+    Changes();
+    Do("lab break not-bound \"Port A\"");
+    Do("lab break id-list \"Port B\"");
+    EXPECT_EQ("damaged,damaged,damaged,damaged,loaded,loaded,loaded,loaded", Each("status", "vlanctl list"));
+    EXPECT_THAT(Do("vlanctl status Sales", 8), HasSubstr("damaged: not bound"));
+    EXPECT_EQ("id-list", DoJson("vlanctl doctor --parent \"Port B\"", 8)["findings"][0]["name"]);
+    EXPECT_THAT(Do("vlanctl doctor --repair --dry-run", 8), HasSubstr("would bind the driver"));
+    Do("vlanctl doctor --repair no-such-finding", 2);
+    Do("vlanctl doctor --repair id-list --yes", 8);
+    EXPECT_EQ("not-bound", DoJson("vlanctl doctor --repair --yes")["mended"][0]["name"]);
+    EXPECT_TRUE(DoJson("vlanctl doctor")["healthy"]);
+    Changes();
+    Do("lab break same-name \"Port A - VLAN : Sales\"");
+    EXPECT_EQ(2u, DoJson("vlanctl doctor --repair --yes", 8)["findings"][0]["commands"].size());
 }
 
 TEST(Vlanctl, LoadsTheSuiteFromItsFolderAlone)
@@ -336,4 +233,44 @@ TEST(Vlanctl, LoadsTheSuiteFromItsFolderAlone)
     EXPECT_THAT(planted.Out(), HasSubstr("core agent cannot be loaded"));
     Do("lab down");
     EXPECT_THAT(Do("vlanctl list", 3), HasSubstr("not installed"));
+}
+
+TEST(Vlanctl, TellsErrorsToProgramsToo)
+{
+    Up("server.json");
+    const std::tuple<const char*, DWORD, const char*> CASES[] = {
+        {"show Nobody", 1, "unknownName"},
+        {"show \"\"", 2, "emptyName"},
+        {"list --parent \"\"", 2, "usage"},
+        {"show", 2, "usage"},
+        {"list --columns id,colour", 2, "usage"},
+        {"list --id 20-10", 2, "usage"},
+        {"create --parent No --id 5 --auto-names", 1, "unknownName"},
+    };
+    for (const auto& [command, status, name] : CASES)
+    {
+        const Json json = DoJson(std::string("vlanctl ") + command, status);
+        EXPECT_EQ(name, json["error"]["name"]) << command;
+        EXPECT_EQ(status, json["exitStatus"]) << command;
+    }
+    Do("lab down");
+    EXPECT_EQ("noSuite", DoJson("vlanctl list", 3)["error"]["name"]);
+}
+
+TEST(Vlanctl, KeepsFormerTraces)
+{
+    Up("server.json");
+    const std::wstring log = LabText(SUITE_KEY, L"InstalledDir") + L"\\VlanAgent";
+    const auto text = [&](const wchar_t* age) {
+        std::ifstream file(Utf8(log + age + L".txt"));
+        return std::string(std::istreambuf_iterator<char>(file), {});
+    };
+    for (int command = 0; command < 10; ++command)
+        Do("vlanctl list");
+    const std::string last = text(L"");
+    Do("vlanctl show Nobody", 1);
+    EXPECT_NE("", last);
+    EXPECT_EQ(last, text(L".1"));
+    EXPECT_NE("", text(L".9"));
+    EXPECT_EQ("", text(L".10"));
 }

@@ -2,156 +2,280 @@
 
 #include "Tools/vlanctl/Commands.h"
 
-#include "Tools/vlanctl/Inventory.h"
+#include "Tools/vlanctl/Characters.h"
+#include "Tools/vlanctl/Costs.h"
+#include "Tools/vlanctl/CreationCheck.h"
+#include "Tools/vlanctl/Interruption.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Question.h"
+#include "Tools/vlanctl/TeamRules.h"
 
 #include <algorithm>
 
-using Json = nlohmann::ordered_json;
-
 namespace
 {
-class Progress final : public CRavVlanProgress
+constexpr ChangeWords WORDS = {"create", "created", "are there"};
+
+// What is asked for; `wanted` is left with what is missing.
+struct Request
 {
-  public:
-    void OnVlanCreated(DWORD vlanId, size_t done, size_t total) override
-    {
-        PrintError("created " + std::to_string(done) + " of " + std::to_string(total) + ": " +
-                   (vlanId == 0 ? "untagged" : "id " + std::to_string(vlanId)) + "\n");
-    }
+    WantedVlans wanted;
+    std::vector<VlanRow> present;
 };
 
-CRavString RequestedName(const CreateOptions& options)
+WantedVlans WantedOf(const CreateOptions& options)
 {
-    return options.autoNames ? CRavString(RAV_AUTO_VLAN_NAMES) : FromUtf8(options.name);
+    return ParseWanted(options.ids, options.autoNames ? std::nullopt : std::optional(options.name));
 }
 
-bool IsSingle(const std::string& ids)
+std::vector<Step> Plan(const WantedVlans& wanted, const ParentRow& parent)
 {
-    return ids.find_first_of(",-") == std::string::npos;
+    std::vector<Step> steps;
+    for (const WantedVlan& vlan : wanted.vlans)
+    {
+        Step step = {WORDS.verb, {}, {}, StepState::Planned, {}};
+        step.vlan.info.vlanId = vlan.id;
+        step.vlan.info.vlanName = FromUtf8(vlan.name.value_or(""));
+        step.vlan.parentKey = parent.key;
+        step.vlan.parentName = parent.name;
+        steps.push_back(step);
+    }
+    return steps;
 }
 
-bool Holds(const CRavVlanMessages& messages, DWORD code)
+void LeavePresentOut(CSession& session, const ParentRow& parent, Request& request)
 {
-    return std::any_of(messages.begin(), messages.end(),
-                       [&](const RAV_VALIDATION_MESSAGE& message) { return message.dwCode == code; });
+    const std::vector<VlanRow> present = TakePresent(ReadVlans(session, parent.key), request.wanted);
+    request.present.insert(request.present.end(), present.begin(), present.end());
 }
 
-// The agent would give one name to all of several VLANs; nobody could tell them apart.
-void RefuseSharedName(const CreateOptions& options, CRavVlanMessages& messages)
+bool IsAnyWanted(const Request& request)
 {
-    if (!IsSingle(options.ids) && RequestedName(options) != RAV_AUTO_VLAN_NAMES &&
-        !Holds(messages, RAV_MSG_ID_NOT_VALID) && !Holds(messages, RAV_MSG_NAME_IN_USE))
-        messages.push_back({RAV_MSG_NAME_IN_USE, RAV_CATEGORY_VLAN, RAV_SEVERITY_STOP, {CRavString()}});
+    return !request.wanted.vlans.empty() || !request.wanted.refused.empty();
 }
 
-CRavVlanMessages Validate(CSession& session, const CreateOptions& options, const CRavString& parentKey)
+void Append(std::vector<Note>& notes, const std::vector<Note>& others)
+{
+    notes.insert(notes.end(), others.begin(), others.end());
+}
+
+// What stands against the request, what it costs, and its steps if nothing stands against it.
+Report Examine(CSession& session, const CreateOptions& options, const WantedVlans& wanted, const ParentRow& parent)
+{
+    const CreationCheck check = CheckCreation(session, parent.key, wanted);
+    Report report = {WORDS.verb, options.dryRun, {}, check.errors, check.warnings};
+    if (parent.isTeam)
+        Append(report.errors, TeamRefusals(ReadHost(session), parent.key));
+    if (report.errors.empty())
+    {
+        report.steps = Plan(wanted, parent);
+        for (const WantedVlan& vlan : wanted.vlans)
+            Append(report.warnings, NameWarnings(session, parent.key, vlan.name.value_or("")));
+        Append(report.warnings, CostsOfFirstVlan(session, parent));
+    }
+    ShowNotes(report.errors, "error");
+    ShowNotes(report.warnings, "warning");
+    return report;
+}
+
+// Notes what the agent has done, and stops it between two VLANs.
+class CProgress : public CRavVlanProgress
+{
+  public:
+    explicit CProgress(Report& report) : m_report(report) {}
+    void OnVlanCreated(DWORD vlanId, size_t uDone, size_t uTotal) override
+    {
+        for (Step& step : m_report.steps)
+        {
+            if (step.vlan.info.vlanId == vlanId)
+                step.state = StepState::Done;
+        }
+        if (uTotal > 1)
+            PrintError("created " + std::to_string(uDone) + " of " + std::to_string(uTotal) + ": " +
+                       (vlanId == 0 ? "untagged" : "id " + std::to_string(vlanId)) + "\n");
+    }
+    bool GoesOn() override { return !IsInterrupted(m_report); }
+
+  private:
+    Report& m_report;
+};
+
+// The VLAN that the agent was at when it failed.
+void NoteFailure(CSession& session, const CResult& result, Report& report)
+{
+    const auto step = std::find_if(report.steps.begin(), report.steps.end(),
+                                   [](const Step& one) { return one.state == StepState::Planned; });
+    if (step == report.steps.end())
+        return;
+    const Failure failure = WhyItFailed(session, result);
+    step->state = StepState::Failed;
+    step->reason = failure.text;
+    report.isLocked = failure.isLocked;
+    PrintError("vlanctl: the VLAN " + IdText(step->vlan.info.vlanId) + " was not created: " + step->reason + "\n");
+}
+
+// Several that are named after their ids in one call, in which the agent reads the host once.
+CResult AskForAll(CSession& session, const WantedVlans& wanted, const CRavString& parentKey, CProgress& progress)
 {
     CResult result;
-    CRavVlanMessages messages;
-    session.Agent().ValidateNewVlan(result, parentKey, FromUtf8(options.ids), RequestedName(options), messages,
-                                    session.Client());
-    if (!result.Succeeded())
-        throw CommandError(EXIT_REFUSED, "the request cannot be validated: " + CodeText(result));
-    RefuseSharedName(options, messages);
-    return messages;
-}
-
-bool HasStop(const CRavVlanMessages& messages)
-{
-    return std::any_of(messages.begin(), messages.end(),
-                       [](const RAV_VALIDATION_MESSAGE& message) { return message.dwSeverity == RAV_SEVERITY_STOP; });
-}
-
-CResult Create(CSession& session, const CreateOptions& options, const CRavString& parentKey)
-{
-    CResult result;
-    Progress progress;
-    const RAV_LOCK_RECORD lock = session.Lock(options.waitSeconds);
-    const CRavString ids = FromUtf8(options.ids);
-    if (IsSingle(options.ids) && !options.autoNames)
-        session.Agent().CreateVlan(result, parentKey, static_cast<DWORD>(std::stoul(options.ids)),
-                                   RequestedName(options), 0, lock);
-    else
-        session.Agent().CreateMultipleVLANs(result, parentKey, ids, RequestedName(options), 0, &progress, lock);
+    session.Agent().CreateMultipleVLANs(result, parentKey, FromUtf8(wanted.ids), RAV_AUTO_VLAN_NAMES, 0, &progress,
+                                        session.Lock(0));
     return result;
 }
 
-// The VLANs of the parent that were not there before.
-std::vector<VlanRow> Created(CSession& session, const std::vector<VlanRow>& before, const CRavString& parentKey)
+CResult AskForOne(CSession& session, const WantedVlan& vlan, const CRavString& parentKey)
 {
-    std::vector<VlanRow> rows = ReadVlans(session, parentKey);
-    std::erase_if(rows, [&](const VlanRow& row) {
-        return std::any_of(before.begin(), before.end(),
-                           [&](const VlanRow& old) { return old.info.vlanKey == row.info.vlanKey; });
-    });
-    return rows;
+    CResult result;
+    if (vlan.name)
+        session.Agent().CreateVlan(result, parentKey, vlan.id, FromUtf8(*vlan.name), 0, session.Lock(0));
+    else // there is no other way to have the agent choose a name
+        session.Agent().CreateMultipleVLANs(result, parentKey, FromUtf8(std::to_string(vlan.id)), RAV_AUTO_VLAN_NAMES,
+                                            0, nullptr, session.Lock(0));
+    return result;
 }
 
-void ShowCreated(const std::vector<VlanRow>& rows, const CreateOptions& options)
+CResult Ask(CSession& session, const WantedVlans& wanted, const CRavString& parentKey, CProgress& progress)
 {
-    Json array = Json::array();
-    for (const VlanRow& row : rows)
+    const bool isAnyNamed = std::any_of(wanted.vlans.begin(), wanted.vlans.end(),
+                                        [](const WantedVlan& vlan) { return vlan.name.has_value(); });
+    if (!isAnyNamed)
+        return AskForAll(session, wanted, parentKey, progress);
+    size_t done = 0;
+    for (const WantedVlan& vlan : wanted.vlans)
     {
-        array.push_back(
-            {{"key", ToUtf8(row.info.vlanKey)}, {"id", row.info.vlanId}, {"name", ToUtf8(row.info.vlanName)}});
-        if (!options.json)
-            Print("created " + VlanText(row.info) + " " + ToUtf8(row.info.vlanKey) + "\n");
+        if (!progress.GoesOn())
+            return CResult(ERROR_CANCELLED);
+        const CResult result = AskForOne(session, vlan, parentKey);
+        if (!result.Succeeded())
+            return result;
+        progress.OnVlanCreated(vlan.id, ++done, wanted.vlans.size());
     }
-    if (options.json)
-        PrintJson(array);
+    return CResult::Success();
 }
 
-// Whether there is nothing that stops the creation.
-bool Report(const CRavVlanMessages& messages, const CreateOptions& options)
+void Create(CSession& session, const CreateOptions& options, const ParentRow& parent, Request& request, Report& report)
 {
-    const bool stop = HasStop(messages);
-    if (options.json && stop)
-        PrintJson(MessagesToJson(messages));
-    else
-        ShowMessages(messages);
-    return !stop;
+    TakeUnderLock(session, options, report, [&] {
+        CProgress progress(report);
+        if (options.ifMissing) // another program may have created them until the lock was had
+        {
+            LeavePresentOut(session, parent, request);
+            report.steps = Plan(request.wanted, parent);
+        }
+        if (!IsAnyWanted(request))
+            return;
+        const CResult result = Ask(session, request.wanted, parent.key, progress);
+        if (result.Succeeded() || !report.errors.empty())
+            return;
+        if (RavIsMessageCode(result.ulErrCode)) // others have changed the host until the lock was had
+            report.errors = CheckCreation(session, parent.key, request.wanted).errors;
+        ShowNotes(report.errors, "error");
+        if (report.errors.empty())
+            NoteFailure(session, result, report);
+    });
+}
+
+std::vector<VlanRow> ReadAfterwards(CSession& session, const ParentRow& parent)
+{
+    try
+    {
+        return ReadVlans(session, parent.key);
+    }
+    catch (const CommandError& error) // the VLANs are there all the same
+    {
+        PrintError(std::string("vlanctl: ") + error.what() + "\n");
+        return {};
+    }
+}
+
+// What the agent has made of the steps that are done.
+void ReadCreated(CSession& session, const ParentRow& parent, Report& report)
+{
+    const std::vector<VlanRow> rows = ReadAfterwards(session, parent);
+    for (Step& step : report.steps)
+    {
+        const auto row = std::find_if(rows.begin(), rows.end(), [&](const VlanRow& candidate) {
+            return candidate.info.vlanId == step.vlan.info.vlanId;
+        });
+        if (step.state == StepState::Done && row != rows.end())
+            step.vlan = *row;
+    }
+}
+
+// "10 (Sales), 11, untagged"
+std::string TextOf(const std::vector<Step>& steps)
+{
+    std::string text;
+    for (const Step& step : steps)
+    {
+        const std::string name = ToUtf8(step.vlan.info.vlanName);
+        text += (text.empty() ? "" : ", ") + IdText(step.vlan.info.vlanId) + (name.empty() ? "" : " (" + name + ")");
+    }
+    return text;
+}
+
+void AddPresent(const std::vector<VlanRow>& present, Report& report)
+{
+    for (const VlanRow& row : present)
+        report.steps.push_back({WORDS.verb, row, {}, StepState::IsThere, {}});
+}
+
+ExitStatus Show(const CreateOptions& options, const Report& report)
+{
+    if (options.json)
+        PrintJson(ReportToJson(report));
+    for (const Step& step : report.steps)
+    {
+        const bool isThere = step.state == StepState::IsThere;
+        if (!options.json && (isThere || step.state == StepState::Done))
+            Print((isThere ? "is there: " : "created ") + VlanText(step.vlan.info) + " " +
+                  ToUtf8(step.vlan.info.vlanKey) + "\n");
+    }
+    return StatusOf(report);
+}
+
+void CreateWithConsent(CSession& session, const CreateOptions& options, const ParentRow& parent, Request& request,
+                       Report& report)
+{
+    const CInterruption interruption;
+    if (!report.warnings.empty())
+        RequireConsent({IsAnyGrave(report.warnings) ? "Connections to this machine will be cut, perhaps your own." : "",
+                        options.yes, IsAnyGrave(report.warnings)});
+    Create(session, options, parent, request, report);
+    ReadCreated(session, parent, report);
+    TellTheEnd(session, options, WORDS, report);
 }
 } // namespace
 
 ExitStatus RunValidate(CSession& session, const CreateOptions& options)
 {
     const ParentRow parent = FindParent(session, options.parent);
-    const CRavVlanMessages messages = Validate(session, options, parent.key);
-    if (options.json)
-    {
-        PrintJson(MessagesToJson(messages));
-        return HasStop(messages) ? EXIT_REFUSED : EXIT_DONE;
-    }
-    if (ShowMessages(messages))
-        return EXIT_REFUSED;
-    Print("valid: can be created on " + ToUtf8(parent.name) + "\n");
-    return EXIT_DONE;
+    Report report = Examine(session, options, WantedOf(options), parent);
+    report.verb = "validate";
+    report.isDryRun = true;
+    if (!options.json && report.errors.empty())
+        Print("valid: can be created on " + Visible(ToUtf8(parent.name)) + "\n");
+    return Show(options, report);
 }
 
 ExitStatus RunCreate(CSession& session, const CreateOptions& options)
 {
-    if (options.dryRun && options.json)
-        return RunValidate(session, options);
     const ParentRow parent = FindParent(session, options.parent);
-    if (!Report(Validate(session, options, parent.key), options))
-        return EXIT_REFUSED;
-    if (options.dryRun)
-    {
-        Print("would create " + (options.ids == "0" ? "the untagged VLAN" : options.ids) + " on " +
-              ToUtf8(parent.name) + "; nothing was changed\n");
-        return EXIT_DONE;
-    }
-    const std::vector<VlanRow> before = ReadVlans(session, parent.key);
-    const CResult result = Create(session, options, parent.key);
-    // Another program changed the host after our validation and before the agent had the lock. The agent's own
-    // validation refused the request; validating once more tells the user why.
-    if (RavIsMessageCode(result.ulErrCode) && !Report(Validate(session, options, parent.key), options))
-        return EXIT_REFUSED;
-    ShowCreated(Created(session, before, parent.key), options);
-    if (!result.Succeeded())
-        throw CommandError(EXIT_REFUSED, "not all VLANs were created: " + FailureText(session, result));
-    return EXIT_DONE;
+    Request request = {WantedOf(options), {}};
+    if (options.ifMissing)
+        LeavePresentOut(session, parent, request);
+    Report report = {WORDS.verb, options.dryRun};
+    if (IsAnyWanted(request))
+        report = Examine(session, options, request.wanted, parent);
+    if (!report.errors.empty())
+        return Show(options, report);
+    if (options.dryRun && !report.steps.empty() && !options.json)
+        Print("would create " + TextOf(report.steps) + " on " + Visible(ToUtf8(parent.name)) +
+              "; nothing was changed\n");
+    if (!options.dryRun && !report.steps.empty())
+        CreateWithConsent(session, options, parent, request, report);
+    AddPresent(request.present, report);
+    return Show(options, report);
 }

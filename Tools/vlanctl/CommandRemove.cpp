@@ -2,45 +2,57 @@
 
 #include "Tools/vlanctl/Commands.h"
 
-#include "Tools/vlanctl/Inventory.h"
+#include "Tools/vlanctl/Aftermath.h"
+#include "Tools/vlanctl/Costs.h"
+#include "Tools/vlanctl/Interruption.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Question.h"
 
 #include <algorithm>
-#include <iostream>
+#include <optional>
 #include <string>
-
-using Json = nlohmann::ordered_json;
 
 namespace
 {
-constexpr const char* BOUND_TO_HYPER_V = "it is bound to the Hyper-V switch; take it off the switch first";
-
-// One VLAN that is to go, and what becomes of it.
-struct Removal
-{
-    VlanRow vlan;
-    CRavString with; // the VLAN that takes this untagged one along; empty for one that was asked for
-    const char* state = "planned";
-    std::string reason; // of "refused" and "failed", and of "removed" when the agent reports a failure all the same
-};
+constexpr ChangeWords WORDS = {"remove", "removed", "are gone"};
+constexpr const char* NOT_THERE = "notThere";
 
 bool Has(const std::vector<VlanRow>& rows, const CRavString& key)
 {
     return std::any_of(rows.begin(), rows.end(), [&](const VlanRow& row) { return row.info.vlanKey == key; });
 }
 
-std::vector<VlanRow> Chosen(CSession& session, const RemoveOptions& options)
+// One that is not there is noted among the warnings where that is no error.
+std::optional<VlanRow> Choose(const std::vector<VlanRow>& present, const RemoveOptions& options,
+                              const std::string& name, Report& report)
+{
+    try
+    {
+        return ChooseVlan(present, name);
+    }
+    catch (const CommandError& error)
+    {
+        if (!options.ifExists || error.What().name != UNKNOWN_NAME)
+            throw;
+        report.warnings.push_back(error.What());
+        report.warnings.back().name = NOT_THERE;
+        return std::nullopt;
+    }
+}
+
+std::vector<VlanRow> Chosen(CSession& session, const RemoveOptions& options, const std::vector<VlanRow>& present,
+                            Report& report)
 {
     std::vector<VlanRow> rows;
     if (options.all)
         return ReadVlans(session, FindParent(session, options.parent).key);
     for (const std::string& name : options.vlans)
     {
-        const VlanRow row = FindVlan(session, name);
-        if (!Has(rows, row.info.vlanKey))
-            rows.push_back(row);
+        const std::optional<VlanRow> row = Choose(present, options, name, report);
+        if (row && !Has(rows, row->info.vlanKey))
+            rows.push_back(*row);
     }
     return rows;
 }
@@ -61,40 +73,35 @@ const VlanRow* GoesAlong(const std::vector<VlanRow>& present, const VlanRow& row
     return siblings == 2 && row.info.vlanId != 0 ? untagged : nullptr;
 }
 
-bool IsBoundToHyperV(CSession& session, const VlanRow& row)
+// What the agent will do, in its order: what goes along with what, and what it refuses. `present` is left with the
+// VLANs that stay.
+std::vector<Step> Plan(CSession& session, const std::vector<VlanRow>& chosen, std::vector<VlanRow>& present)
 {
-    CResult result;
-    bool bound = false;
-    session.AgentPvt().IsHyperV_EnabledOnVlan(result, row.info.vlanKey, bound);
-    return bound;
-}
-
-// What the agent will do, in its order: what goes along with what, and what it refuses.
-std::vector<Removal> Plan(CSession& session, const std::vector<VlanRow>& chosen)
-{
-    std::vector<VlanRow> present = ReadVlans(session);
     const auto take = [&](const CRavString& key) {
         std::erase_if(present, [&](const VlanRow& row) { return row.info.vlanKey == key; });
     };
-    std::vector<Removal> plan;
+    std::vector<Step> plan;
+    const auto add = [&](const VlanRow& row, const CRavString& with) {
+        plan.push_back({WORDS.verb, row, with, StepState::Planned, {}});
+    };
     for (const VlanRow& row : chosen)
     {
         if (!Has(present, row.info.vlanKey))
             continue; // it goes along with an earlier one, and is planned already
         const VlanRow* const untagged = GoesAlong(present, row);
-        plan.push_back({row, {}, "planned", ""});
-        if (IsBoundToHyperV(session, row))
-            plan.back().reason = BOUND_TO_HYPER_V;
-        else if (untagged != nullptr && IsBoundToHyperV(session, *untagged))
-            plan.back().reason = VlanText(untagged->info) + " would have to go, too, but " + BOUND_TO_HYPER_V;
+        add(row, {});
+        if (IsBoundToHyperV(session, row.info.vlanKey))
+            plan.back().reason = std::string("it is ") + BOUND_TO_HYPER_V;
+        else if (untagged != nullptr && IsBoundToHyperV(session, untagged->info.vlanKey))
+            plan.back().reason = VlanText(untagged->info) + " would have to go, too, but it is " + BOUND_TO_HYPER_V;
         if (!plan.back().reason.empty())
         {
-            plan.back().state = "refused";
+            plan.back().state = StepState::Refused;
             continue;
         }
         if (untagged != nullptr)
         {
-            plan.push_back({*untagged, row.info.vlanKey, "planned", ""});
+            add(*untagged, row.info.vlanKey);
             take(plan.back().vlan.info.vlanKey);
         }
         take(row.info.vlanKey);
@@ -102,41 +109,71 @@ std::vector<Removal> Plan(CSession& session, const std::vector<VlanRow>& chosen)
     return plan;
 }
 
-bool IsPlanned(const Removal& removal)
+// What the removal costs beside the VLANs: connections over them, and of each parent that is left without VLANs.
+std::vector<Note> Costs(CSession& session, const std::vector<Step>& steps, const std::vector<VlanRow>& staying)
 {
-    return removal.state == std::string("planned");
-}
-
-void Announce(const std::vector<Removal>& plan, const RemoveOptions& options)
-{
-    for (const Removal& removal : plan)
+    std::vector<Note> costs;
+    std::vector<CRavString> parents;
+    const auto add = [&](const std::vector<Note>& notes) { costs.insert(costs.end(), notes.begin(), notes.end()); };
+    for (const Step& step : steps)
     {
-        const std::string text = VlanText(removal.vlan.info);
-        if (!IsPlanned(removal))
-            PrintError("error: " + text + " cannot be removed: " + removal.reason + "\n");
-        else if (options.json)
+        if (step.state != StepState::Planned)
             continue;
-        else if (!removal.with.IsEmpty())
-            Print("  and with it " + text + ", which would stay alone on its parent\n");
-        else
-            Print((options.dryRun ? "would remove " : "will remove ") + text + "\n");
+        add(CostsOfSilence(step.vlan.info.vlanKey, VlanText(step.vlan.info)));
+        const CRavString& parent = step.vlan.parentKey;
+        const bool stays =
+            std::any_of(staying.begin(), staying.end(), [&](const VlanRow& row) { return row.parentKey == parent; });
+        if (stays || std::find(parents.begin(), parents.end(), parent) != parents.end())
+            continue;
+        parents.push_back(parent);
+        add(CostsOfLastVlan(session, parent, step.vlan.parentName));
     }
+    return costs;
 }
 
-bool Confirmed()
+Report Examine(CSession& session, const RemoveOptions& options)
 {
-    Print("Connections over these VLANs will be lost. Go on? [y/N] ");
-    std::string answer;
-    if (!std::getline(std::cin, answer))
-        Print("\n");
-    return answer.starts_with('y') || answer.starts_with('Y');
+    Report report = {WORDS.verb, options.dryRun};
+    std::vector<VlanRow> present = ReadVlans(session);
+    report.steps = Plan(session, Chosen(session, options, present, report), present);
+    const std::vector<Note> costs = Costs(session, report.steps, present);
+    report.warnings.insert(report.warnings.end(), costs.begin(), costs.end());
+    return report;
 }
 
-void Finish(Removal& removal, bool gone, const std::string& failure, const RemoveOptions& options)
+// What goes, and with it what else.
+std::string PlanText(const Report& report, const char* words)
 {
-    const std::string text = VlanText(removal.vlan.info);
-    removal.state = gone ? "removed" : "failed";
-    removal.reason = failure;
+    std::string text;
+    for (const Step& step : report.steps)
+    {
+        if (step.state == StepState::Planned)
+            text += step.with.IsEmpty()
+                        ? words + VlanText(step.vlan.info) + "\n"
+                        : "  and with it " + VlanText(step.vlan.info) + ", which would stay alone on its parent\n";
+    }
+    return text;
+}
+
+void Announce(const Report& report, const RemoveOptions& options)
+{
+    for (const Step& step : report.steps)
+    {
+        if (step.state != StepState::Planned)
+            PrintError("error: " + VlanText(step.vlan.info) + " cannot be removed: " + step.reason + "\n");
+    }
+    if (!options.json)
+        Print(PlanText(report, options.dryRun ? "would remove " : "will remove "));
+    ShowNotes(report.warnings, "warning");
+    if (report.steps.empty() && !options.json)
+        Print("no VLANs to remove\n");
+}
+
+void Finish(Step& step, bool gone, const std::string& failure, const RemoveOptions& options)
+{
+    const std::string text = VlanText(step.vlan.info);
+    step.state = gone ? StepState::Done : StepState::Failed;
+    step.reason = failure;
     if (!failure.empty())
         PrintError("error: " + text + (gone ? " is gone, but the agent reports a failure: " : " was not removed: ") +
                    failure + "\n");
@@ -146,69 +183,45 @@ void Finish(Removal& removal, bool gone, const std::string& failure, const Remov
 
 // A locked network configuration is told by the result's class, mostly with code 0. The agent takes its lock twice:
 // when the second one cannot be had, the lists of the parent have been changed already.
-void RemoveOne(CSession& session, Removal& removal, const RemoveOptions& options)
+void RemoveOne(CSession& session, Step& step, Report& report, const RemoveOptions& options)
 {
-    const CRavString& key = removal.vlan.info.vlanKey;
-    if (!IsThere(session, key))
-        return Finish(removal, false, "it is gone already; another program has removed it", options);
-    CResult result;
-    session.Agent().RemoveVlan(result, session.Lock(options.waitSeconds), key);
-    if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
-        return Finish(removal, true, "", options);
-    // The agent reports a failure. If the VLAN is gone all the same, the agent or another program may have removed it.
+    const CRavString& key = step.vlan.info.vlanKey;
     const bool gone = !IsThere(session, key);
-    const bool locked = !gone && result.ulErrClass == RAV_CLASS_REFUSED && result.ulErrCode != RAV_CODE_HYPER_V;
-    Finish(removal, gone,
-           FailureText(session, result) + (locked ? " (it may be removed in part: remove it again)" : ""), options);
-}
-
-void Carry(CSession& session, std::vector<Removal>& plan, const RemoveOptions& options)
-{
-    for (Removal& removal : plan)
-    {
-        if (!IsPlanned(removal))
-            continue;
-        if (removal.with.IsEmpty())
-        {
-            RemoveOne(session, removal, options);
-            continue;
-        }
-        // The agent has taken it along, or has failed at it.
-        const bool gone = !IsThere(session, removal.vlan.info.vlanKey);
-        Finish(removal, gone, gone ? "" : "it is still there", options);
-    }
-}
-
-void ShowJson(const std::vector<Removal>& plan)
-{
-    Json array = Json::array();
-    for (const Removal& removal : plan)
-        array.push_back({{"key", ToUtf8(removal.vlan.info.vlanKey)},
-                         {"id", removal.vlan.info.vlanId},
-                         {"name", ToUtf8(removal.vlan.info.vlanName)},
-                         {"displayName", ToUtf8(removal.vlan.info.displayName)},
-                         {"with", ToUtf8(removal.with)},
-                         {"state", removal.state},
-                         {"reason", removal.reason}});
-    PrintJson(array);
+    if (!step.with.IsEmpty()) // the agent has taken it along, or has failed at it
+        return Finish(step, gone, gone ? "" : "it is still there", options);
+    if (gone)
+        return Finish(step, false, "it is gone already; another program has removed it", options);
+    CResult result;
+    session.Agent().RemoveVlan(result, session.Lock(0), key);
+    if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
+        return Finish(step, true, "", options);
+    // The agent reports a failure. If the VLAN is gone all the same, the agent or another program may have removed it.
+    const Failure failure = WhyItFailed(session, result);
+    report.isLocked = report.isLocked || failure.isLocked;
+    Finish(step, !IsThere(session, key),
+           failure.text + (failure.isLocked ? " (it may be removed in part: remove it again)" : ""), options);
 }
 } // namespace
 
 ExitStatus RunRemove(CSession& session, const RemoveOptions& options)
 {
-    std::vector<Removal> plan = Plan(session, Chosen(session, options));
-    Announce(plan, options);
-    if (plan.empty() && !options.json)
-        Print("no VLANs to remove\n");
-    if (!options.dryRun && std::any_of(plan.begin(), plan.end(), IsPlanned))
+    Report report = Examine(session, options);
+    Announce(report, options);
+    if (!options.dryRun && Count(report, StepState::Planned) > 0)
     {
-        if (!options.yes && !Confirmed())
-            throw CommandError(EXIT_REFUSED, "nothing was removed; --yes answers the question beforehand");
-        Carry(session, plan, options);
+        const CInterruption interruption;
+        RequireConsent({"Connections over these VLANs will be lost.", options.yes, IsAnyGrave(report.warnings), true,
+                        PlanText(report, "will remove ")});
+        TakeSteps(
+            session, options, report, [] {},
+            [&](Step& step) {
+                RemoveOne(session, step, report, options);
+                return !report.isLocked;
+            });
+        TidyTeams(session, report);
+        TellTheEnd(session, options, WORDS, report);
     }
     if (options.json)
-        ShowJson(plan);
-    const bool clean =
-        std::all_of(plan.begin(), plan.end(), [](const Removal& removal) { return removal.reason.empty(); });
-    return clean ? EXIT_DONE : EXIT_REFUSED;
+        PrintJson(ReportToJson(report));
+    return StatusOf(report);
 }

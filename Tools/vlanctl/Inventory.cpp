@@ -1,8 +1,7 @@
 #include "Tools/vlanctl/Inventory.h"
 
-#include "Common/Library/RavAdapter.h"
-#include "Common/Src/NetworkNames.h"
-#include "Common/Src/RavRegKey.h"
+#include "Plan/RavExamine.h"
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
 
@@ -11,37 +10,6 @@
 
 namespace
 {
-std::string Upper(const CRavString& key)
-{
-    CRavString upper = key;
-    upper.MakeUpper();
-    return ToUtf8(upper);
-}
-
-// Instance numbers by instance GUID.
-std::map<std::string, std::string> ReadInstances()
-{
-    std::map<std::string, std::string> instances;
-    CRavRegKey networkClass;
-    networkClass.Open(HKEY_LOCAL_MACHINE, CLASS_KEY, false);
-    CRavString name;
-    while (networkClass.IsOpened() && networkClass.EnumSubKey(name))
-    {
-        CRavRegKey key;
-        CRavString guid;
-        if (name.IsNumeric() && key.Open(networkClass.GetHKey(), name, false) &&
-            key.GetValue(NetworkValue::NetCfgInstanceId, guid))
-            instances[Upper(guid)] = ToUtf8(name);
-    }
-    return instances;
-}
-
-std::string StatusText(DWORD status)
-{
-    static const char* const TEXTS[] = {"unknown", "loaded", "notLoaded", "disabled"};
-    return status < std::size(TEXTS) ? TEXTS[status] : TEXTS[0];
-}
-
 CRavString ParentName(CSession& session, const CRavString& key, int parentType)
 {
     CRavString name;
@@ -53,20 +21,24 @@ CRavString ParentName(CSession& session, const CRavString& key, int parentType)
     return name.IsEmpty() ? key : name;
 }
 
-bool ReadRow(CSession& session, const CRavString& key, VlanRow& row)
+VlanRow RowOf(const RAV_HOST_COMPONENT& component)
 {
-    CResult result;
-    session.Agent().GetVlanInfo(result, key, row.info);
-    if (!result.Succeeded())
-        return false;
-    RAV_VLAN_PARENT parent;
-    session.Agent().GetVlanParent(result, session.Client(), key, parent);
-    if (result.Succeeded())
-    {
-        row.parentKey = parent.parentKey;
-        row.parentName = ParentName(session, parent.parentKey, parent.parentType);
-    }
-    return true;
+    const RAV_VLAN_VALUES& vlan = component.vlan;
+    VlanRow row;
+    row.info.displayName = vlan.displayName;
+    row.info.description = component.displayName;
+    row.info.vlanKey = component.guid;
+    row.info.xmsMiniportKey = vlan.miniportKey;
+    row.info.vlanId = vlan.id.value_or(0);
+    row.info.vlanName = vlan.name;
+    row.info.vlanType = vlan.type ? RavClientVlanType(*vlan.type) : 0;
+    row.info.supportedFeatures = component.features;
+    row.info.logicalGroupId = vlan.group.value_or(0);
+    row.info.jumboPacket = vlan.jumboPacket ? _wtoi(*vlan.jumboPacket) : -1;
+    row.parentKey = vlan.parentKey;
+    row.status = LoadText(component.loadStatus);
+    row.instance = ToUtf8(component.instance);
+    return row;
 }
 
 // When one of its sources fails the agent names no parent at all: the user has to be told why.
@@ -83,35 +55,51 @@ std::vector<CRavString> SupportingParents(CSession& session)
     return parents;
 }
 
+// Whether a parent that the agent names may have a reason against further VLANs all the same: to ask for the reason
+// costs a walk over all VLANs.
+bool MayRefuse(CSession& session, const ParentRow& row)
+{
+    return row.isTeam || !session.Core().IsDeviceCorvo(row.key) || !session.Core().IsDriverSupportingVORN(row.key);
+}
+
+// The agent's reason against further VLANs on a parent that has as many as it can carry; empty on another one.
+std::string FullReason(CSession& session, const ParentRow& row)
+{
+    if (row.vlanIds.size() >= RAV_MAX_VLANS_OF_VIRTUAL_DEVICE && session.Core().IsVirtualDevice(row.key))
+        return MeaningOf(RAV_MSG_VIRTUAL_PARENT_FULL);
+    return row.vlanIds.size() >= RAV_MAX_VLANS ? MeaningOf(RAV_MSG_PARENT_FULL) : "";
+}
+
 void Judge(CSession& session, const std::vector<CRavString>& supporting, ParentRow& row)
 {
-    row.reason = ParentReason(session, row.key);
-    if (row.reason.empty() && std::none_of(supporting.begin(), supporting.end(),
-                                           [&](const CRavString& key) { return key.CompareI(row.key); }))
+    const bool isNamed =
+        std::any_of(supporting.begin(), supporting.end(), [&](const CRavString& key) { return key.CompareI(row.key); });
+    row.reason =
+        !isNamed || MayRefuse(session, row) ? JudgeNewVlans(session, row.key).reason : FullReason(session, row);
+    if (row.reason.empty() && !isNamed)
         row.reason = "the agent does not name it among the parents that support VLANs";
     row.supportsVlans = row.reason.empty();
 }
 } // namespace
 
-void ReadStatus(CSession& session, VlanRow& row)
+RAV_STATE_SOURCE SourceOf(CSession& session)
 {
-    CResult result;
-    DWORD status = 0;
-    session.Agent().GetVlanStatus(result, row.info.vlanKey, status);
-    row.status = StatusText(result.Succeeded() ? status : 0);
+    return {session.Agent(), session.Core(), session.Client()};
 }
 
-void ReadStatuses(CSession& session, std::vector<VlanRow>& rows)
+RAV_HOST ReadHost(CSession& session, RAV_HOST_DEPTH depth)
 {
+    session.AgentPvt().WaitForApplyDone(session.Client());
     CRavNetCfgInterface netCfg;
-    const bool open = SUCCEEDED(netCfg.Initialize());
-    for (VlanRow& row : rows)
-    {
-        if (open)
-            row.status = StatusText(CRavAdapter(row.info.vlanKey).GetLoadStatus(netCfg));
-        else
-            ReadStatus(session, row);
-    }
+    RAV_HOST host;
+    HRESULT status = netCfg.Initialize();
+    if (SUCCEEDED(status))
+        status = RavReadHost(netCfg, host, depth);
+    if (FAILED(status))
+        throw CommandError(EXIT_REFUSED, "the host cannot be read: " + CodeText(CResult(static_cast<DWORD>(status))));
+    for (const CRavString& unread : host.unread)
+        PrintError("vlanctl: " + ToUtf8(unread) + " cannot be read and is left out\n");
+    return host;
 }
 
 bool IsThere(CSession& session, const CRavString& vlanKey)
@@ -123,49 +111,112 @@ bool IsThere(CSession& session, const CRavString& vlanKey)
            std::any_of(keys.begin(), keys.end(), [&](const CRavString& key) { return key.CompareI(vlanKey); });
 }
 
-std::string VlanText(const RAV_VLAN_INFO& info)
+std::string LoadText(DWORD status)
 {
-    return ToUtf8(info.displayName) + (info.vlanId == 0 ? " (untagged)" : " (id " + std::to_string(info.vlanId) + ")");
+    static const char* const TEXTS[] = {"unknown", LOADED, "notLoaded", "disabled"};
+    return status < std::size(TEXTS) ? TEXTS[status] : TEXTS[0];
 }
 
-std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
+std::string IdText(DWORD id)
 {
-    CResult result;
-    std::vector<CRavString> keys;
-    session.Agent().EnumerateVlans(result, parentKey, keys);
-    if (!result.Succeeded())
-        throw CommandError(EXIT_REFUSED, "the VLANs cannot be listed: " + CodeText(result));
-    const auto instances = ReadInstances();
-    std::vector<VlanRow> rows;
-    for (const CRavString& key : keys)
+    return id == 0 ? "untagged" : std::to_string(id);
+}
+
+std::string VlanText(const RAV_VLAN_INFO& info)
+{
+    return Visible(ToUtf8(info.displayName)) +
+           (info.vlanId == 0 ? " (untagged)" : " (id " + std::to_string(info.vlanId) + ")");
+}
+
+std::vector<VlanRow> VlansOf(CSession& session, const RAV_HOST& host, const CRavString& parentKey)
+{
+    struct Parent
     {
-        VlanRow row;
-        if (!ReadRow(session, key, row))
-        {
-            PrintError("vlanctl: the VLAN " + ToUtf8(key) + " cannot be read and is left out\n");
+        CRavString name;
+        std::string instance;
+    };
+    std::map<CRavString, Parent> parents;
+    std::vector<VlanRow> rows;
+    for (const RAV_HOST_COMPONENT& component : host.components)
+    {
+        if (!component.IsVlan() || (!parentKey.IsEmpty() && component.vlan.parentKey != parentKey))
             continue;
+        rows.push_back(RowOf(component));
+        const auto [parent, isNew] = parents.try_emplace(component.vlan.parentKey);
+        if (isNew)
+        {
+            const RAV_HOST_COMPONENT* const found = host.Find(component.vlan.parentKey);
+            const bool isTeam = found != nullptr && found->kind == RAV_COMPONENT_KIND::Team;
+            parent->second.name =
+                ParentName(session, component.vlan.parentKey, isTeam ? RAV_PARENT_TEAM : RAV_PARENT_ADAPTER);
+            parent->second.instance = found != nullptr ? ToUtf8(found->instance) : "";
         }
-        const auto instance = instances.find(Upper(key));
-        row.instance = instance != instances.end() ? instance->second : "";
-        rows.push_back(row);
+        rows.back().parentName = parent->second.name;
+        rows.back().parentInstance = parent->second.instance;
     }
     return rows;
 }
 
+std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
+{
+    return VlansOf(session, ReadHost(session), parentKey);
+}
+
+std::vector<RAV_FINDING> ReadFindings(CSession& session, const CRavString& parentKey)
+{
+    const RAV_HOST host = ReadHost(session, RAV_HOST_DEPTH::Bindings);
+    if (!host.unread.empty())
+        throw CommandError(EXIT_REFUSED, "the host cannot be read as a whole; nothing is said or done on such ground");
+    std::vector<RAV_FINDING> findings = RavExamine(host);
+    std::erase_if(findings, [&](const RAV_FINDING& finding) { return !finding.IsAbout(parentKey); });
+    return findings;
+}
+
+void MarkFindings(const RAV_HOST& host, std::vector<VlanRow>& rows)
+{
+    const std::vector<RAV_FINDING> findings = RavExamine(host);
+    for (VlanRow& row : rows)
+    {
+        for (const RAV_FINDING& finding : findings)
+        {
+            if (finding.Concerns(row.info.vlanKey, row.parentKey))
+                row.findings.push_back(ToUtf8(RavFindingText(finding.kind).name));
+        }
+    }
+}
+
+std::string StatusWord(const VlanRow& row)
+{
+    return row.findings.empty() ? row.status : DAMAGED;
+}
+
+std::string StatusText(const VlanRow& row)
+{
+    if (row.findings.empty())
+        return row.status;
+    std::string finding = row.findings.front();
+    std::replace(finding.begin(), finding.end(), '-', ' ');
+    return DAMAGED + (": " + finding);
+}
+
 std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail)
+{
+    return ReadParents(session, detail, ReadHost(session));
+}
+
+std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail, const RAV_HOST& host)
 {
     const bool judge = detail == ParentDetail::Support;
     const std::vector<CRavString> supporting = judge ? SupportingParents(session) : std::vector<CRavString>();
-    const std::vector<VlanRow> vlans = judge ? ReadVlans(session) : std::vector<VlanRow>();
-    const auto instances = ReadInstances();
+    const std::vector<VlanRow> vlans = judge ? VlansOf(session, host) : std::vector<VlanRow>();
     std::vector<ParentRow> rows;
     const auto add = [&](const CRavString& key, RAV_PARENT_TYPE type) {
         ParentRow row;
         row.key = key;
         row.isTeam = type == RAV_PARENT_TEAM;
         row.name = ParentName(session, key, type);
-        const auto instance = instances.find(Upper(key));
-        row.instance = instance != instances.end() ? instance->second : "";
+        const RAV_HOST_COMPONENT* const component = host.Find(key);
+        row.instance = component != nullptr ? ToUtf8(component->instance) : "";
         for (const VlanRow& vlan : vlans)
         {
             if (vlan.parentKey.CompareI(key))

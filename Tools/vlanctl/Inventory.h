@@ -1,9 +1,25 @@
 #pragma once
 
+#include "Plan/RavFinding.h"
+#include "Plan/RavStateReader.h"
+#include "Src/View/RavHost.h"
+#include "Tools/vlanctl/Connections.h"
 #include "Tools/vlanctl/Session.h"
 
 #include <string>
 #include <vector>
+
+// The status of a miniport that carries traffic.
+inline constexpr char LOADED[] = "loaded";
+// Instead of it that of a VLAN of which doctor would complain.
+inline constexpr char DAMAGED[] = "damaged";
+
+struct TeamMember
+{
+    CRavString key;
+    CRavString name;
+    std::string instance;
+};
 
 // One VLAN as it is shown.
 struct VlanRow
@@ -11,8 +27,13 @@ struct VlanRow
     RAV_VLAN_INFO info;
     CRavString parentKey;
     CRavString parentName;
-    std::string status;   // empty until ReadStatus
-    std::string instance; // four digits; empty when unknown
+    std::string status;         // of the miniport
+    std::string instance;       // four digits; empty when unknown
+    std::string parentInstance; // the same of its parent
+    // Names of what doctor would say about it or its parent; with ReadHost of bindings.
+    std::vector<std::string> findings;
+    InterfaceInfo connection;                       // with ReadDetails, as is the next
+    std::optional<std::vector<TeamMember>> members; // of the team that is its parent; none: not known
 };
 
 // One adapter or team that could be a parent.
@@ -27,13 +48,27 @@ struct ParentRow
     std::vector<DWORD> vlanIds;
 };
 
-// All VLANs, or with a parent key those of that parent. VLANs that cannot be read are left out, with a line on standard
-// error.
+// Where its state is read from, beyond that walk.
+RAV_STATE_SOURCE SourceOf(CSession& session);
+// The host in one walk. Throws CommandError when it cannot be read.
+RAV_HOST ReadHost(CSession& session, RAV_HOST_DEPTH depth = RAV_HOST_DEPTH::Keys);
+// All VLANs of the host, or with a parent key those of that parent.
+std::vector<VlanRow> VlansOf(CSession& session, const RAV_HOST& host, const CRavString& parentKey = {});
 std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey = {});
-void ReadStatus(CSession& session, VlanRow& row);
-// The same for many, where the agent would look at all adapters for each.
-void ReadStatuses(CSession& session, std::vector<VlanRow>& rows);
+// What is wrong with a parent and what it carries, or with an empty key with the whole host. Throws CommandError when
+// the host cannot be read as a whole.
+std::vector<RAV_FINDING> ReadFindings(CSession& session, const CRavString& parentKey);
+// Notes on each VLAN what is wrong with it; for a host that was read with its bindings.
+void MarkFindings(const RAV_HOST& host, std::vector<VlanRow>& rows);
+// "loaded", "damaged"
+std::string StatusWord(const VlanRow& row);
+// "loaded", or "damaged: not bound" where doctor would complain
+std::string StatusText(const VlanRow& row);
 bool IsThere(CSession& session, const CRavString& vlanKey);
+// "loaded", "notLoaded", "disabled", "unknown"
+std::string LoadText(DWORD status);
+// "untagged", "10"
+std::string IdText(DWORD id);
 // "Port A - VLAN : Sales (id 10)"
 std::string VlanText(const RAV_VLAN_INFO& info);
 
@@ -44,3 +79,4 @@ enum class ParentDetail
 };
 // All adapters and teams, teams first.
 std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail);
+std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail, const RAV_HOST& host);

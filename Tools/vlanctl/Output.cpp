@@ -1,45 +1,176 @@
 #include "Tools/vlanctl/Output.h"
 
+#include "Tools/vlanctl/Characters.h"
+#include "Tools/vlanctl/Width.h"
+
 #include <algorithm>
 #include <cstdio>
 
 namespace
 {
-void Write(DWORD stream, const std::string& text)
+bool s_isWhole = true;
+bool s_isKept = false;
+
+DWORD WriteToConsole(HANDLE console, const std::string& text)
 {
-    const HANDLE handle = GetStdHandle(stream);
-    DWORD mode = 0;
+    const std::wstring wide = FromUtf8(text);
     DWORD written = 0;
-    if (GetConsoleMode(handle, &mode))
+    for (size_t place = 0; place < wide.size(); place += written)
     {
-        const std::wstring wide = FromUtf8(text);
-        WriteConsoleW(handle, wide.data(), static_cast<DWORD>(wide.size()), &written, nullptr);
-        return;
+        if (!WriteConsoleW(console, wide.data() + place, static_cast<DWORD>(wide.size() - place), &written, nullptr))
+            return GetLastError();
+        if (written == 0)
+            return ERROR_WRITE_FAULT;
     }
-    WriteFile(handle, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    return ERROR_SUCCESS;
 }
 
-// Counts characters, not bytes. Combining marks and wide letters are rare in names, and are not considered.
-size_t Width(const std::string& text)
+DWORD WriteToFile(HANDLE file, const std::string& text)
 {
-    return static_cast<size_t>(std::count_if(
-        text.begin(), text.end(), [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }));
+    DWORD written = 0;
+    for (size_t place = 0; place < text.size(); place += written)
+    {
+        if (!WriteFile(file, text.data() + place, static_cast<DWORD>(text.size() - place), &written, nullptr))
+            return GetLastError();
+        if (written == 0)
+            return ERROR_DISK_FULL;
+    }
+    return ERROR_SUCCESS;
+}
+
+DWORD WriteTo(HANDLE handle, const std::string& text)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(handle, &mode) ? WriteToConsole(handle, text) : WriteToFile(handle, text);
+}
+
+bool IsSet(const wchar_t* variable)
+{
+    wchar_t value[2] = {};
+    return GetEnvironmentVariableW(variable, value, 2) > 0 && std::wstring(value) != L"0";
+}
+
+// Whether standard output is a console that takes sequences for colours and places. It is asked to.
+bool TakesSequences()
+{
+    const HANDLE out = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(out, &mode) != FALSE &&
+           SetConsoleMode(out, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+bool IsColoured()
+{
+    static const bool s_isColoured = !IsSet(L"NO_COLOR") && (IsSet(L"CLICOLOR_FORCE") || TakesSequences());
+    return s_isColoured;
+}
+
+std::string Styled(const Span& span)
+{
+    static const char* const CODES[] = {"", "1", "2", "32", "1;31"};
+    const std::string text = Visible(span.text, true);
+    return span.style == Style::Plain || !IsColoured()
+               ? text
+               : std::string("\x1b[") + CODES[static_cast<size_t>(span.style)] + "m" + text + "\x1b[0m";
+}
+
+// With its sequences for a console, or as standard error has it when standard output has gone.
+void Write(const std::string& shown, const std::string& text)
+{
+    if (s_isWhole)
+    {
+        const DWORD error = WriteTo(GetStdHandle(STD_OUTPUT_HANDLE), shown);
+        if (error == ERROR_SUCCESS)
+            return;
+        s_isWhole = false;
+        PrintError("vlanctl: standard output cannot be written: " + WindowsText(error) +
+                   (s_isKept ? "; it goes on here\n" : "\n"));
+    }
+    if (s_isKept)
+        PrintError(text);
+}
+
+// A field of a CSV file, in quotes where it needs them.
+std::string Field(const std::string& text)
+{
+    if (text.find_first_of(",\"\r\n") == std::string::npos)
+        return text;
+    std::string quoted = "\"";
+    for (const char byte : text)
+        quoted += byte == '"' ? std::string(2, byte) : std::string(1, byte);
+    return quoted + "\"";
 }
 } // namespace
 
 void Print(const std::string& text)
 {
-    Write(STD_OUTPUT_HANDLE, text);
+    Write(Visible(text, true), text);
+}
+
+void Print(const std::vector<Span>& spans)
+{
+    std::string shown;
+    std::string text;
+    for (const Span& span : spans)
+    {
+        shown += Styled(span);
+        text += span.text;
+    }
+    Write(shown, text);
+}
+
+void ClearConsole()
+{
+    if (TakesSequences())
+        Write("\x1b[H\x1b[2J\x1b[3J", "");
+}
+
+bool IsOutputWhole()
+{
+    return s_isWhole;
+}
+
+void KeepOutput()
+{
+    s_isKept = true;
+}
+
+std::string WindowsText(DWORD error)
+{
+    wchar_t text[256] = {};
+    DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text,
+                                  256, nullptr);
+    while (length > 0 && (text[length - 1] == L'\n' || text[length - 1] == L'\r' || text[length - 1] == L'.'))
+        text[--length] = L'\0';
+    return length > 0 ? ToUtf8(text) : "error " + std::to_string(error);
 }
 
 void PrintError(const std::string& text)
 {
-    Write(STD_ERROR_HANDLE, text);
+    WriteTo(GetStdHandle(STD_ERROR_HANDLE), Visible(text, true));
+}
+
+bool IsConsole(DWORD stream)
+{
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(stream), &mode) != FALSE;
+}
+
+void PrintQuestion(const std::string& text)
+{
+    const HANDLE console = IsConsole(STD_ERROR_HANDLE)
+                               ? INVALID_HANDLE_VALUE
+                               : CreateFileW(L"CONOUT$", GENERIC_READ | GENERIC_WRITE,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    if (console == INVALID_HANDLE_VALUE)
+        return PrintError(text);
+    WriteToConsole(console, Visible(text, true));
+    CloseHandle(console);
 }
 
 void PrintJson(const nlohmann::ordered_json& value)
 {
-    Print(value.dump(2) + "\n");
+    Print(EscapedJson(value.dump(2)) + "\n");
 }
 
 CTable::CTable(std::vector<std::string> headings)
@@ -47,32 +178,53 @@ CTable::CTable(std::vector<std::string> headings)
     m_rows.push_back(std::move(headings));
 }
 
-// Control characters, which the agent lets pass in names, would break the table.
 void CTable::Add(std::vector<std::string> cells)
 {
     for (std::string& cell : cells)
-        std::replace_if(
-            cell.begin(), cell.end(), [](char byte) { return static_cast<unsigned char>(byte) < 0x20; }, '?');
+        cell = Visible(cell); // a line feed would break the table
     m_rows.push_back(std::move(cells));
 }
 
-void CTable::Print() const
+std::string CTable::Text(Headings headings) const
 {
+    const auto first = m_rows.begin() + (headings == Headings::Hidden ? 1 : 0);
     if (m_rows.size() < 2)
-        return;
+        return "";
     std::vector<size_t> widths(m_rows.front().size());
-    for (const auto& row : m_rows)
+    for (auto row = first; row != m_rows.end(); ++row)
     {
-        for (size_t column = 0; column < row.size(); ++column)
-            widths[column] = std::max(widths[column], Width(row[column]));
+        for (size_t column = 0; column < row->size(); ++column)
+            widths[column] = std::max(widths[column], Width((*row)[column]));
     }
     std::string text;
-    for (const auto& row : m_rows)
+    for (auto row = first; row != m_rows.end(); ++row)
     {
-        for (size_t column = 0; column < row.size(); ++column)
-            text += row[column] + std::string(widths[column] - Width(row[column]) + 2, ' ');
+        for (size_t column = 0; column < row->size(); ++column)
+            text += (*row)[column] + std::string(widths[column] - Width((*row)[column]) + 2, ' ');
         text.erase(text.find_last_not_of(' ') + 1);
         text += "\n";
     }
-    ::Print(text);
+    return text;
+}
+
+std::string CTable::Csv(Headings headings) const
+{
+    std::string text;
+    for (auto row = m_rows.begin() + (headings == Headings::Hidden ? 1 : 0); row != m_rows.end(); ++row)
+    {
+        for (size_t column = 0; column < row->size(); ++column)
+            text += (column > 0 ? "," : "") + Field((*row)[column]);
+        text += "\r\n";
+    }
+    return text;
+}
+
+void CTable::Print(Headings headings) const
+{
+    ::Print(Text(headings));
+}
+
+void CTable::PrintCsv(Headings headings) const
+{
+    Write(Csv(headings), Csv(headings)); // its cells are visible, and its lines end as such files' do
 }

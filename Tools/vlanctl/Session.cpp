@@ -5,26 +5,20 @@
 #include "Common/Src/ModuleHandle.h"
 #include "Common/Src/SuiteNames.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Traces.h"
 
 #include <objbase.h>
 #include <netcfgx.h>
 #include <wrl/client.h>
+
+#include <algorithm>
+#include <iterator>
 
 namespace
 {
 [[noreturn]] void NoSuite(const std::string& message)
 {
     throw CommandError(EXIT_NO_SUITE, message);
-}
-
-CRavString SuiteFolder()
-{
-    CRavString folder;
-    if (!CHelper::RavInstalledFolder(folder) || folder.IsEmpty())
-        NoSuite(
-            "the management suite is not installed on this machine (no \"InstalledDir\" below HKEY_LOCAL_MACHINE\\" +
-            ToUtf8(SUITE_KEY) + ")");
-    return folder;
 }
 
 // Who holds the write lock of the network configuration, as they describe themselves.
@@ -42,6 +36,33 @@ bool IsNetworkLocked(std::string& holder)
 }
 } // namespace
 
+CommandError::CommandError(ExitStatus status, const Note& note, const std::string& text)
+    : std::runtime_error(!text.empty()         ? text
+                         : note.advice.empty() ? note.meaning
+                                               : note.meaning + "\n  " + note.advice),
+      m_status(status), m_note(note)
+{
+}
+
+CommandError::CommandError(ExitStatus status, const std::string& message)
+    : std::runtime_error(message), m_status(status)
+{
+    const auto text = std::find_if(std::begin(EXIT_STATUS_TEXTS), std::end(EXIT_STATUS_TEXTS),
+                                   [&](const ExitStatusText& entry) { return entry.status == status; });
+    m_note.name = text != std::end(EXIT_STATUS_TEXTS) ? text->name : "failed";
+    m_note.meaning = message;
+}
+
+CRavString SuiteFolder()
+{
+    CRavString folder;
+    if (!CHelper::RavInstalledFolder(folder) || folder.IsEmpty())
+        NoSuite(
+            "the management suite is not installed on this machine (no \"InstalledDir\" below HKEY_LOCAL_MACHINE\\" +
+            ToUtf8(SUITE_KEY) + ")");
+    return folder;
+}
+
 struct CSession::Modules
 {
     CRavComApartment apartment; // left last
@@ -53,6 +74,7 @@ struct CSession::Modules
 CSession::CSession() : m_modules(std::make_unique<Modules>())
 {
     const CRavString folder = SuiteFolder();
+    KeepFormerTraces(folder);
     const auto load = [&](CRavModuleHandle& module, const wchar_t* file) {
         module = CRavModuleHandle(LoadLibraryExW(folder + L"\\" + file, nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
         return static_cast<bool>(module);
@@ -88,14 +110,32 @@ CSession::CSession() : m_modules(std::make_unique<Modules>())
 
 CSession::~CSession() = default;
 
-std::string CSession::WhoHoldsALock() const
+std::string CSession::WhoHoldsTheSuite() const
 {
     wchar_t holder[256] = {};
     const auto describe = m_modules->core.Export<RAV_GET_LOCK_HOLDER>(RAV_GET_LOCK_HOLDER_NAME);
-    if (describe != nullptr && describe(holder, 256) == 0)
-        return "the configuration is locked by " + ToUtf8(holder) + "; try again when it is done";
-    std::string network;
-    return IsNetworkLocked(network) ? "the network configuration is locked by " + network +
-                                          "; close its window, or try again when it is done"
-                                    : "";
+    return describe != nullptr && describe(holder, 256) == 0
+               ? "the configuration is locked by " + ToUtf8(holder) + "; try again when it is done"
+               : "";
+}
+
+std::string CSession::WhoHoldsTheNetwork() const
+{
+    std::string holder;
+    return IsNetworkLocked(holder)
+               ? "the network configuration is locked by " + holder + "; close its window, or try again when it is done"
+               : "";
+}
+
+std::string CSession::WhoHoldsALock() const
+{
+    const std::string holder = WhoHoldsTheSuite();
+    return holder.empty() ? WhoHoldsTheNetwork() : holder;
+}
+
+std::string ComputerName()
+{
+    wchar_t name[256] = {};
+    DWORD size = 256;
+    return GetComputerNameExW(ComputerNameDnsHostname, name, &size) && size > 0 ? ToUtf8(name) : "this machine";
 }

@@ -5,29 +5,31 @@
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Src/RavVlanAgentIntf.h"
 #include "Src/RavVlanAgentPvtIntf.h"
+#include "Tools/vlanctl/ExitStatus.h"
+#include "Tools/vlanctl/Note.h"
 
 #include <memory>
 #include <stdexcept>
 #include <string>
 
-enum ExitStatus
-{
-    EXIT_DONE = 0,
-    EXIT_REFUSED = 1,
-    EXIT_USAGE = 2,
-    EXIT_NO_SUITE = 3
-};
-
 // Ends the command with a message for its user.
 class CommandError : public std::runtime_error
 {
   public:
-    CommandError(ExitStatus status, const std::string& message) : std::runtime_error(message), m_status(status) {}
+    // `text` is what a person reads; without one it is made of meaning and advice.
+    CommandError(ExitStatus status, const Note& note, const std::string& text = {});
+    // Named after the status.
+    CommandError(ExitStatus status, const std::string& message);
     ExitStatus Status() const { return m_status; }
+    const Note& What() const { return m_note; }
 
   private:
     ExitStatus m_status;
+    Note m_note;
 };
+
+// Where the suite is installed. Throws CommandError with EXIT_NO_SUITE when it is not.
+CRavString SuiteFolder();
 
 // The suite as a client sees it: the VLAN agent through its export, the sibling agents for names, and this process's
 // identity. Throws CommandError with EXIT_NO_SUITE when a part is missing.
@@ -48,8 +50,10 @@ class CSession
     }
     const RAV_CLIENT_ID& Client() const { return m_client; }
     RAV_LOCK_RECORD Lock(unsigned waitSeconds) const { return {m_client, waitSeconds * 1000}; }
-    // Who stands in the way at this moment: the holder of the suite's configuration lock or, when that is free, of the
-    // network configuration's own; a sentence, or empty when both are free.
+    // Who stands in the way at this moment: who holds the suite's configuration lock, the network configuration's own,
+    // or one of them; a sentence, or empty when it is free.
+    std::string WhoHoldsTheSuite() const;
+    std::string WhoHoldsTheNetwork() const;
     std::string WhoHoldsALock() const;
 
   private:
@@ -61,3 +65,6 @@ class CSession
     CRavTeamAgentPvtIntf* m_pTeams = nullptr;
     RAV_CLIENT_ID m_client;
 };
+
+// The name of this machine.
+std::string ComputerName();

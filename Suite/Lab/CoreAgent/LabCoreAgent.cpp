@@ -8,6 +8,7 @@
 #include "Common/Settings/RavSetting.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/XmsNames.h"
+#include "Src/RavVlanAgentPvtIntf.h"
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
@@ -15,6 +16,8 @@
 
 namespace
 {
+constexpr wchar_t VLAN_AGENT[] = L"VLAN_AGENT"; // the name under which it registers
+
 CResult NotFound()
 {
     return CResult(ERROR_FILE_NOT_FOUND);
@@ -96,7 +99,9 @@ CResult CLabCoreAgent::GetDisplayName(const CRavString& strAdapter, CRavString& 
 
 CResult CLabCoreAgent::GetPermMacAddress(const CRavString& strAdapter, CRavString& strAddress)
 {
-    strAddress = LabText(LabPath(LAB_ADAPTERS, strAdapter), L"PermanentMac");
+    const std::vector<CRavString> members = LabList(LabPath(LAB_TEAMS, strAdapter), L"Members");
+    // A team has that of its first member.
+    strAddress = LabText(LabPath(LAB_ADAPTERS, members.empty() ? strAdapter : members.front()), L"PermanentMac");
     return strAddress.IsEmpty() ? NotFound() : CResult::Success();
 }
 
@@ -142,7 +147,29 @@ CResult CLabCoreAgent::SetSetting(const CRavString& strAdapter, const CRavString
     const CRavString path = LabInstancePath(strAdapter);
     if (path.IsEmpty() || pValue == nullptr)
         return NotFound();
-    return CRavMiniportReg(path).SetSetting(strName, *pValue);
+    CResult result = CRavMiniportReg(path).SetSetting(strName, *pValue);
+    const bool isJumbo = strName.CompareI(UsingStandardKeywords(strAdapter) ? JUMBO_PACKET : OLD_JUMBO_PACKET);
+    if (result.Succeeded() && isJumbo && IsAdapter(strAdapter))
+        result = FollowJumboSize(strAdapter);
+    return result;
+}
+
+// The adapter starts anew with its size, and the VLANs above it follow.
+CResult CLabCoreAgent::FollowJumboSize(const CRavString& adapter)
+{
+    QueueReload(adapter, false);
+    CRavNetAgentPvt* agent = nullptr;
+    {
+        const std::lock_guard guard(m_lock);
+        const auto found = m_agents.find(VLAN_AGENT);
+        agent = found != m_agents.end() ? found->second : nullptr;
+    }
+    if (agent == nullptr)
+        return CResult::Success();
+    CResult result;
+    const CRavString team = LabTeamOf(adapter);
+    static_cast<CRavVlanAgentPvtIntf*>(agent)->SyncJumboFramesOnAllVlans(result, team.IsEmpty() ? adapter : team);
+    return result;
 }
 
 CResult CLabCoreAgent::GetJumboFramesSettingForAdapter(const CRavString& strAdapter, RAV_SETTING** ppSetting)
@@ -209,9 +236,13 @@ bool CLabCoreAgent::IsDriverSupportingVORN(const CRavString& strAdapter)
     return Flag(strAdapter, L"Vorn");
 }
 
+// A team can do no more than each of its members.
 bool CLabCoreAgent::IsVirtualDevice(const CRavString& strAdapter)
 {
-    return Flag(strAdapter, L"VirtualDevice");
+    const std::vector<CRavString> members = LabList(LabPath(LAB_TEAMS, strAdapter), L"Members");
+    return Flag(strAdapter, L"VirtualDevice") ||
+           std::any_of(members.begin(), members.end(),
+                       [](const CRavString& member) { return Flag(member, L"VirtualDevice"); });
 }
 
 bool CLabCoreAgent::IsVlansSupportedOnPort(const CRavString& strAdapter)

@@ -54,6 +54,7 @@ class CLabCoreAgent final : public CLabCoreAgentGaps
         bool unloaded; // already, before the apply
     };
 
+    CResult FollowJumboSize(const CRavString& adapter);
     DWORD TryGrant(const RAV_CLIENT_ID& client, RAV_LOCK_TOKEN& token);
     void QueueReload(const CRavString& adapter, bool unloaded);
     CResult Apply();

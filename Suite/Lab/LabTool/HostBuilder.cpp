@@ -15,7 +15,7 @@ namespace
 {
 constexpr DWORD PHYSICAL = 0x84;         // NCF_PHYSICAL | NCF_HAS_UI
 constexpr DWORD VIRTUAL_MINIPORT = 0x21; // NCF_VIRTUAL | NCF_NOT_USER_REMOVABLE
-constexpr DWORD PROBLEM_NOT_LOADED = 31; // CM_PROB_FAILED_ADD
+constexpr DWORD PROBLEM_NOT_LOADED = 10; // CM_PROB_FAILED_START
 constexpr size_t FIRST_VLAN_NUMBER = 100;
 
 // What an adapter's maker and its driver say of it.
@@ -204,7 +204,14 @@ class Builder
             Key(node.instancePath).Text(FromUtf8(name), FromUtf8(value));
         BuildSettings(adapter, node.instancePath);
         Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(NetworkValue::EnableDhcp, adapter.dhcp ? 1 : 0);
+        if (!adapter.address.empty() && adapter.dhcp)
+            Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Text(NetworkValue::DhcpIpAddress, FromUtf8(adapter.address));
+        else if (!adapter.address.empty())
+            Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).List(NetworkValue::IpAddress, {FromUtf8(adapter.address)});
         Key(LabPath(LAB_DEVICES, node.guid)).Number(L"Problem", adapter.driverLoaded ? 0 : PROBLEM_NOT_LOADED);
+        if (!adapter.jumboFrames.empty())
+            Key(LabPath(LAB_DEVICES, node.guid))
+                .Number(LAB_WORKS_WITH_JUMBO, static_cast<DWORD>(adapter.jumboFrames.front()));
         if (adapter.rebootNeeded)
             Key(LabPath(LAB_DEVICES, node.guid)).Number(LAB_REBOOT_NEEDED, 1);
         Key(LabPath(LAB_ADAPTERS, node.guid))
@@ -259,7 +266,9 @@ class Builder
         node.mac = m_nodes[team.members.front()].mac;
         Key(node.instancePath)
             .Number(XmsValue::SupportedFeatures, FEATURE_OVER_TEAM)
-            .Number(XmsValue::TeamMode, static_cast<DWORD>(team.mode));
+            .Number(XmsValue::TeamMode, static_cast<DWORD>(team.mode))
+            .Text(NetworkValue::NetworkAddress, FromUtf8(node.mac));
+        Key(LabPath(TCPIP_INTERFACES_KEY, node.guid)).Number(NetworkValue::EnableDhcp, 1);
         node.group = m_lastGroup++;
         for (const std::string& name : team.members)
         {
@@ -267,6 +276,7 @@ class Builder
             member.isMember = true;
             node.members.push_back(member.guid);
             BuildDriverEntry(member, node.group, static_cast<DWORD>(team.members.size()), {Device(node.guid)}, 0);
+            MoveDhcp(member.guid);
         }
         Key(LabPath(LAB_TEAMS, node.guid))
             .Text(L"Name", FromUtf8(team.name))
@@ -280,17 +290,7 @@ class Builder
     void BuildDriverEntry(const Node& adapter, DWORD group, DWORD total, const std::vector<CRavString>& bindings,
                           DWORD tagging)
     {
-        Key(LabPath(XMS_ADAPTERS_KEY, adapter.guid))
-            .Number(XmsValue::LogicalGroupId, group)
-            .Number(XmsValue::PhysicalAdapterId, adapter.instance)
-            .Text(XmsValue::AdapterName, LabDisplayName(adapter.guid))
-            .Number(XmsValue::TotalPhysicalAdapters, total)
-            .List(XmsValue::BindingList, bindings)
-            .Number(XmsValue::BindingListCount, static_cast<DWORD>(bindings.size()))
-            .Number(XmsValue::TaggingMode, tagging);
-        Key(adapter.instancePath)
-            .Number(XmsValue::XmsLoaded, 1)
-            .Text(NetworkValue::NetworkAddress, FromUtf8(adapter.mac));
+        m_done = LabSetDriverEntry({adapter.guid, group, total, bindings, tagging}) && m_done;
     }
 
     void BuildVlan(const LabVlan& vlan, size_t number)
@@ -325,6 +325,7 @@ class Builder
             parent.ids.push_back(vlan.id);
         else
             parent.untagged = true;
+        Key(LabPath(LAB_DEVICES, node.guid)).Number(LAB_WORKS_WITH_ID, static_cast<DWORD>(vlan.id));
         parent.vlanDevices.push_back(Device(node.guid));
         CarryVlans(parent);
         m_vlanGuids.push_back(node.guid);
@@ -351,19 +352,15 @@ class Builder
             Key(node.instancePath).Number(XmsValue::TaggingMode, ids.empty() ? 0 : 1);
             if (!ids.empty())
                 Key(node.instancePath).List(XmsValue::VlanId, ids).Number(XmsValue::VlanMode, 1);
-            MoveDhcp(node);
+            MoveDhcp(node.guid);
         }
+        if (!parent.isTeam)
+            return;
+        MoveDhcp(parent.guid);
+        Key(BINDING_RECORDS_KEY).List(parent.guid, {L"ms_tcpip", L"ms_tcpip6"});
     }
 
-    void MoveDhcp(const Node& adapter)
-    {
-        const CRavString tcpip = LabPath(TCPIP_INTERFACES_KEY, adapter.guid);
-        const CRavString configuration = LabPath(XMS_CONFIGURATION_KEY, adapter.guid);
-        if (LabHasKey(configuration))
-            return;
-        Key(configuration).Number(NetworkValue::EnableDhcp, LabNumber(tcpip, NetworkValue::EnableDhcp, 0));
-        Key(tcpip).Number(NetworkValue::EnableDhcp, 0);
-    }
+    void MoveDhcp(const CRavString& guid) { m_done = LabMoveDhcp(guid) && m_done; }
 
     void BuildBindings()
     {
@@ -381,8 +378,13 @@ class Builder
         }
         // Adapters without VLANs: the intermediate driver's bindings to them exist and are disabled.
         const std::vector<CRavString> plain = ordinary;
-        for (const CRavString& guid : m_teamOrder)
-            ordinary.push_back(Device(guid));
+        // A team with VLANs has given up its own.
+        std::vector<CRavString> silent = carried;
+        for (const LabTeam& team : m_host.teams)
+        {
+            const Node& node = m_nodes[team.name];
+            (node.vlanDevices.empty() ? ordinary : silent).push_back(Device(node.guid));
+        }
         for (const CRavString& guid : m_vlanGuids)
             ordinary.push_back(Device(guid));
         for (const Protocol& protocol : PROTOCOLS)
@@ -396,7 +398,7 @@ class Builder
             else if (id == L"ms_lldp")
                 Key(path).List(L"Bind", all).List(L"Disabled", {});
             else
-                Key(path).List(L"Bind", ordinary).List(L"Disabled", carried);
+                Key(path).List(L"Bind", ordinary).List(L"Disabled", silent);
         }
     }
 
@@ -445,8 +447,11 @@ void RemoveHost()
         DeleteTree(LabPath(NETWORK_KEY, PROTOCOL_CLASS_GUID), protocol.guid);
         DeleteTree(LabPath(SERVICES_KEY, protocol.service), L"Linkage");
     }
-    for (const CRavString& adapter : LabList(LAB_KEY, LAB_ADAPTER_ORDER))
-        DeleteTree(TCPIP_INTERFACES_KEY, adapter);
+    for (const wchar_t* const order : {LAB_ADAPTER_ORDER, LAB_TEAM_ORDER})
+    {
+        for (const CRavString& guid : LabList(LAB_KEY, order))
+            DeleteTree(TCPIP_INTERFACES_KEY, guid);
+    }
     DeleteTree(LabPath(SERVICES_KEY, XMS_SERVICE), L"Parameters");
     DeleteTree(MAKER_KEY, SUITES_NAME);
     RemoveDirectoryW(LabText(LAB_KEY, LAB_STATE_DIR));

@@ -144,6 +144,7 @@ LabAdapter ParseAdapter(const Json& json, const std::string& place)
     if (adapter.mac.size() != 12 ||
         !std::all_of(adapter.mac.begin(), adapter.mac.end(), [](unsigned char c) { return std::isxdigit(c) != 0; }))
         reader.Bad("mac", "twelve hexadecimal digits are needed");
+    reader.Text("address", adapter.address);
     reader.Flag("corvo", adapter.corvo);
     reader.Flag("vlansOnPort", adapter.vlansOnPort);
     reader.Flag("virtualDevice", adapter.virtualDevice);

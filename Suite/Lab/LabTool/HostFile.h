@@ -28,7 +28,8 @@ struct LabSetting
 struct LabAdapter
 {
     std::string name;
-    std::string mac; // twelve hexadecimal digits
+    std::string mac;     // twelve hexadecimal digits
+    std::string address; // IPv4, by DHCP or without; empty: none
     bool corvo = true;
     bool vlansOnPort = true;
     bool virtualDevice = false;

@@ -5,6 +5,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 // What a command of the lab tells its user when it cannot do its work; nothing was changed then.
 class LabError : public std::runtime_error
@@ -28,7 +29,27 @@ enum class OutputFormat
     Json
 };
 void RunShow(OutputFormat format);
+// Does what waits for a restart of the system.
+void RunRestart();
+// Breaks the host; see HostBreaker.h.
+void RunBreak(const std::string& what, const std::string& name);
 void RunSet(const std::string& name, const std::string& property, const std::string& value);
+
+// What is done with a team: "create", "rename", "delete", "add", "remove", "mode". Not every one needs all of these.
+struct TeamRequest
+{
+    std::string verb;
+    std::string team;                 // its name, or the one that it is to have
+    std::vector<std::string> members; // display names, instance numbers or keys
+    std::string newName;
+    unsigned mode = 1;
+};
+void RunTeam(const TeamRequest& request);
+
+// The keys of an adapter and a team by display name, instance number or key. They throw LabError.
+CRavString FindAdapter(const std::string& name);
+CRavString FindTeam(const std::string& name);
+void RequireLab();
 
 // --- Platform.cpp: the parts of the lab that lie outside the host's registry ----------------------------------------
 

@@ -1,4 +1,6 @@
+#include "Suite/Lab/LabTool/HostBreaker.h"
 #include "Suite/Lab/LabTool/LabCommands.h"
+#include "Suite/Lab/LabTool/SuiteCall.h"
 
 #include "Common/Settings/RavAdvancedSettingNames.h"
 #include "Common/Src/NetworkNames.h"
@@ -12,11 +14,12 @@
 
 namespace
 {
-constexpr DWORD PROBLEM_NOT_LOADED = 31;
+constexpr DWORD PROBLEM_NOT_LOADED = 10; // CM_PROB_FAILED_START
 
-using Setter = std::function<bool(const CRavString& guid, bool on)>;
+using Setter = std::function<bool(const CRavString& guid, const std::string& value)>;
+using Switch = std::function<bool(const CRavString& guid, bool on)>;
 
-Setter Flag(const wchar_t* name)
+Switch Flag(const wchar_t* name)
 {
     return [name](const CRavString& guid, bool on) { return LabSetNumber(LabPath(LAB_ADAPTERS, guid), name, on); };
 }
@@ -51,9 +54,59 @@ bool SetDhcp(const CRavString& guid, bool on)
     return LabSetNumber(LabPath(TCPIP_INTERFACES_KEY, guid), NetworkValue::EnableDhcp, on);
 }
 
+bool SetAddress(const CRavString& guid, const std::string& value)
+{
+    const CRavString path = LabPath(TCPIP_INTERFACES_KEY, guid);
+    return LabNumber(path, NetworkValue::EnableDhcp, 0) != 0
+               ? LabSetText(path, NetworkValue::DhcpIpAddress, FromUtf8(value))
+               : LabSetList(path, NetworkValue::IpAddress, {FromUtf8(value)});
+}
+
+bool SetLocalMac(const CRavString& guid, const std::string& value)
+{
+    return LabSetText(LabInstancePath(guid), NetworkValue::NetworkAddress, FromUtf8(value));
+}
+
+bool SetJumbo(const CRavString& guid, const std::string& value)
+{
+    size_t end = 0;
+    int size = 0;
+    try
+    {
+        size = std::stoi(value, &end);
+    }
+    catch (const std::exception&)
+    {
+        end = 0;
+    }
+    if (end != value.size())
+        throw LabError("\"" + value + "\" is no size in bytes");
+    SetJumboSize(guid, size);
+    return true;
+}
+
 bool SetSupportsVlans(const CRavString& guid, bool on)
 {
     return LabSetNumber(LabPath(LAB_TEAMS, guid), L"SupportsVlans", on);
+}
+
+bool ParseFlag(const std::string& value)
+{
+    for (const char* const yes : {"on", "yes", "true", "1"})
+    {
+        if (value == yes)
+            return true;
+    }
+    for (const char* const no : {"off", "no", "false", "0"})
+    {
+        if (value == no)
+            return false;
+    }
+    throw LabError("\"" + value + "\" is no value for this: say on or off");
+}
+Setter OnOff(const Switch& set)
+{
+    return [set](const CRavString& guid, const std::string& value) { return set(guid, ParseFlag(value)); };
 }
 
 // Kinds of targets; a property may be of several.
@@ -71,17 +124,20 @@ struct Property
 const std::vector<Property>& Properties()
 {
     static const std::vector<Property> properties = {
-        {"driverLoaded", ADAPTER | VLAN, SetLoaded},
-        {"hyperV", ADAPTER | VLAN, SetBinding},
-        {"rebootNeeded", ADAPTER | VLAN, SetRebootNeeded},
-        {"vmq", ADAPTER, SetVmq},
-        {"corvo", ADAPTER, Flag(L"Corvo")},
-        {"vlansOnPort", ADAPTER, Flag(L"VlansOnPort")},
-        {"virtualDevice", ADAPTER, Flag(L"VirtualDevice")},
-        {"driverSupportsVlans", ADAPTER, Flag(L"Vorn")},
-        {"xmsRule", ADAPTER, Flag(L"XmsRule")},
-        {"dhcp", ADAPTER, SetDhcp},
-        {"supportsVlans", TEAM, SetSupportsVlans},
+        {"driverLoaded", ADAPTER | VLAN, OnOff(SetLoaded)},
+        {"hyperV", ADAPTER | VLAN, OnOff(SetBinding)},
+        {"rebootNeeded", ADAPTER | VLAN, OnOff(SetRebootNeeded)},
+        {"vmq", ADAPTER, OnOff(SetVmq)},
+        {"corvo", ADAPTER, OnOff(Flag(L"Corvo"))},
+        {"vlansOnPort", ADAPTER, OnOff(Flag(L"VlansOnPort"))},
+        {"virtualDevice", ADAPTER, OnOff(Flag(L"VirtualDevice"))},
+        {"driverSupportsVlans", ADAPTER, OnOff(Flag(L"Vorn"))},
+        {"xmsRule", ADAPTER, OnOff(Flag(L"XmsRule"))},
+        {"dhcp", ADAPTER, OnOff(SetDhcp)},
+        {"supportsVlans", TEAM, OnOff(SetSupportsVlans)},
+        {"address", ADAPTER | VLAN, SetAddress},
+        {"localMac", ADAPTER, SetLocalMac},
+        {"jumbo", ADAPTER, SetJumbo},
     };
     return properties;
 }
@@ -127,18 +183,20 @@ std::vector<Target> Targets()
     return targets;
 }
 
-Target FindTarget(const std::string& name)
+Target FindTarget(const std::string& name, unsigned kinds = ADAPTER | TEAM | VLAN,
+                  const char* what = "adapter, team or VLAN")
 {
     const CRavString wide = FromUtf8(name);
     std::vector<Target> found;
     for (const Target& target : Targets())
     {
-        if (IsNamed(target.guid, wide) ||
-            (target.kind == TEAM && LabText(LabPath(LAB_TEAMS, target.guid), L"Name").CompareI(wide)))
+        if ((target.kind & kinds) != 0 &&
+            (IsNamed(target.guid, wide) ||
+             (target.kind == TEAM && LabText(LabPath(LAB_TEAMS, target.guid), L"Name").CompareI(wide))))
             found.push_back(target);
     }
     if (found.empty())
-        throw LabError("there is no adapter, team or VLAN called \"" + name + "\"");
+        throw LabError(std::string("there is no ") + what + " called \"" + name + "\"");
     if (found.size() == 1)
         return found.front();
     std::string candidates;
@@ -147,26 +205,43 @@ Target FindTarget(const std::string& name)
     throw LabError("\"" + name + "\" is the name of several; use a key:" + candidates);
 }
 
-bool ParseFlag(const std::string& value)
-{
-    for (const char* const yes : {"on", "yes", "true", "1"})
-    {
-        if (value == yes)
-            return true;
-    }
-    for (const char* const no : {"off", "no", "false", "0"})
-    {
-        if (value == no)
-            return false;
-    }
-    throw LabError("\"" + value + "\" is no value for this: say on or off");
-}
 } // namespace
 
-void RunSet(const std::string& name, const std::string& property, const std::string& value)
+void RequireLab()
 {
     if (!LabHasKey(LAB_KEY))
         throw LabError("the lab is not up; 'lab up HOST.json' builds a host");
+}
+
+CRavString FindAdapter(const std::string& name)
+{
+    return FindTarget(name, ADAPTER, "adapter").guid;
+}
+
+CRavString FindTeam(const std::string& name)
+{
+    return FindTarget(name, TEAM, "team").guid;
+}
+
+void RunRestart()
+{
+    RequireLab();
+    CRavRegKey suite;
+    LabSetNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 0);
+    if (suite.Open(HKEY_LOCAL_MACHINE, SUITE_KEY, true))
+        suite.DeleteSubKey(RESTART_NEEDED_NAME);
+}
+
+void RunBreak(const std::string& what, const std::string& name)
+{
+    RequireLab();
+    if (!BreakHost(what, FindTarget(name).guid))
+        throw LabError("the registry could not be written");
+}
+
+void RunSet(const std::string& name, const std::string& property, const std::string& value)
+{
+    RequireLab();
     const Target target = FindTarget(name);
     std::string possible;
     for (const Property& candidate : Properties())
@@ -175,7 +250,7 @@ void RunSet(const std::string& name, const std::string& property, const std::str
             continue;
         if (property == candidate.name)
         {
-            if (!candidate.set(target.guid, ParseFlag(value)))
+            if (!candidate.set(target.guid, value))
                 throw LabError("the registry could not be written");
             return;
         }

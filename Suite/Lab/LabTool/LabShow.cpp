@@ -35,6 +35,12 @@ std::string State(const CRavString& guid)
     return problem == 0 ? "loaded" : problem == 22 ? "disabled" : "not loaded";
 }
 
+// What a driver has read when it started last; 0 of one that has never been started by the suite, or has no such value.
+DWORD WorksWith(const CRavString& guid, const wchar_t* name)
+{
+    return LabNumber(LabPath(LAB_DEVICES, guid), name, 0);
+}
+
 Json Bindings(const CRavString& guid)
 {
     Json array = Json::array();
@@ -62,6 +68,7 @@ Json AdapterToJson(const CRavString& guid)
             {"driver", State(guid)},
             {"stops", LabNumber(device, L"Stops", 0)},
             {"starts", LabNumber(device, L"Starts", 0)},
+            {"runsJumbo", WorksWith(guid, LAB_WORKS_WITH_JUMBO)},
             {"mac", Text(lab, L"PermanentMac")},
             {"corvo", flag(L"Corvo")},
             {"vlansOnPort", flag(L"VlansOnPort")},
@@ -83,6 +90,8 @@ Json TeamToJson(const CRavString& guid)
             {"mode", LabNumber(LabInstancePath(guid), XmsValue::TeamMode, 0)},
             {"supportsVlans", LabNumber(path, L"SupportsVlans", 0) != 0},
             {"members", members},
+            {"mac", Text(LabInstancePath(guid), NetworkValue::NetworkAddress)},
+            {"dhcp", LabNumber(LabPath(TCPIP_INTERFACES_KEY, guid), NetworkValue::EnableDhcp, 0) != 0},
             {"lastVlanNotices", LabNumber(path, L"LastVlanNotices", 0)},
             {"bindings", Bindings(guid)}};
 }
@@ -111,6 +120,8 @@ Json VlansToJson()
                          {"driver", State(guid)},
                          {"stops", LabNumber(LabPath(LAB_DEVICES, guid), L"Stops", 0)},
                          {"starts", LabNumber(LabPath(LAB_DEVICES, guid), L"Starts", 0)},
+                         {"runsId", WorksWith(guid, LAB_WORKS_WITH_ID)},
+                         {"runsJumbo", WorksWith(guid, LAB_WORKS_WITH_JUMBO)},
                          {"mac", Text(path, NetworkValue::NetworkAddress)},
                          {"bindings", Bindings(guid)}});
     }
@@ -156,7 +167,8 @@ Json HostToJson()
     host["driverRequests"] = RequestsToJson();
     host["lockHolder"] = ToUtf8(LabSuiteLockHolder());
     host["networkLockHolder"] = ToUtf8(LabWriteLockHolder());
-    host["rebootRequested"] = LabNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 0) != 0;
+    host["rebootRequested"] =
+        LabNumber(LAB_KEY, LAB_REBOOT_REQUESTED, 0) != 0 || LabHasKey(LabPath(SUITE_KEY, RESTART_NEEDED_NAME));
     return host;
 }
 

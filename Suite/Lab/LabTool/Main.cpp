@@ -62,6 +62,35 @@ void RunDown()
     Write("the lab is down\n");
 }
 
+// The verbs of "lab team", each with what it takes.
+void AddTeamCommands(CLI::App& app, TeamRequest& request, std::function<void()>& command)
+{
+    CLI::App* const team = app.add_subcommand("team", "Change a team, as its administrator does");
+    team->require_subcommand(1);
+    const auto add = [&](const char* verb, const char* help) {
+        CLI::App* const sub = team->add_subcommand(verb, help);
+        sub->add_option("TEAM", request.team, "The team: name, instance number or key")->required();
+        sub->callback([&request, &command, verb] {
+            request.verb = verb;
+            command = [&request] { RunTeam(request); };
+        });
+        return sub;
+    };
+    const auto addMembers = [&](CLI::App* sub) {
+        return sub->add_option("ADAPTER", request.members, "Display name, instance number or key")->required();
+    };
+    CLI::App* const create = add("create", "Make a team of adapters");
+    addMembers(create);
+    create->add_option("--mode", request.mode, "1 to 6");
+    add("rename", "Give it another name; its VLANs follow")
+        ->add_option("NAME", request.newName, "The new name")
+        ->required();
+    add("delete", "Take it apart, with its VLANs");
+    addMembers(add("add", "An adapter joins it, and gets its VLANs"))->expected(1);
+    addMembers(add("remove", "An adapter leaves it, and gets back what it had"))->expected(1);
+    add("mode", "Change its mode")->add_option("MODE", request.mode, "1 to 6")->required();
+}
+
 int RunLab()
 {
     CLI::App app("A host to try the VLAN agent on, without hardware", "lab");
@@ -73,6 +102,7 @@ int RunLab()
     std::string property;
     std::string value;
     bool json = false;
+    TeamRequest team;
 
     CLI::App* const up = app.add_subcommand("up", "Build the host that a file describes");
     up->add_option("HOST", file, "Host file (JSON)")->required();
@@ -83,8 +113,14 @@ int RunLab()
     CLI::App* const set = app.add_subcommand("set", "Change one property of an adapter, team or VLAN");
     set->add_option("NAME", name, "Display name, instance number or key")->required();
     set->add_option("PROPERTY", property, "What to change; an unknown one lists them")->required();
-    set->add_option("VALUE", value, "on or off")->required();
+    set->add_option("VALUE", value, "on or off; of address, localMac and jumbo, what it is to be")->required();
     set->callback([&] { command = [&] { RunSet(name, property, value); }; });
+    app.add_subcommand("restart", "Do what waits for a restart of the system")->callback([&] { command = RunRestart; });
+    CLI::App* const breaking = app.add_subcommand("break", "Break the host, for 'vlanctl doctor' to find");
+    breaking->add_option("WHAT", property, "The finding to make; an unknown one lists them")->required();
+    breaking->add_option("NAME", name, "The adapter or VLAN: display name, instance number or key")->required();
+    breaking->callback([&] { command = [&] { RunBreak(property, name); }; });
+    AddTeamCommands(app, team, command);
     app.add_subcommand("down", "Take the host out again")->callback([&] { command = RunDown; });
     try
     {

@@ -24,6 +24,16 @@ LAB_LINKAGE readLists(const CRegistryKey& key)
             key.List(L"Disabled").value_or(std::vector<std::wstring>())};
 }
 
+LSTATUS writeEnabled(CRegistryKey& key, const LAB_LINKAGE& before, const LAB_LINKAGE& after)
+{
+    return after.aEnabled == before.aEnabled ? ERROR_SUCCESS : key.SetList(L"Bind", after.aEnabled);
+}
+
+LSTATUS writeDisabled(CRegistryKey& key, const LAB_LINKAGE& before, const LAB_LINKAGE& after)
+{
+    return after.aDisabled == before.aDisabled ? ERROR_SUCCESS : key.SetList(L"Disabled", after.aDisabled);
+}
+
 } // namespace
 
 BindingState LAB_LINKAGE::State(const std::wstring& device) const
@@ -73,9 +83,22 @@ LSTATUS ChangeBindings(const std::wstring& service, const LAB_BINDING_CHANGES& c
     const LAB_LINKAGE before = readLists(key);
     LAB_LINKAGE after = before;
     after.Change(changes);
-    if (after.aEnabled != before.aEnabled)
-        status = key.SetList(L"Bind", after.aEnabled);
-    if (status == ERROR_SUCCESS && after.aDisabled != before.aDisabled)
-        status = key.SetList(L"Disabled", after.aDisabled);
+    // A list that grows comes first: between the two writes a binding is in both, never in none.
+    LSTATUS (*const steps[])(CRegistryKey&, const LAB_LINKAGE&, const LAB_LINKAGE&) = {writeEnabled, writeDisabled};
+    const bool disabledFirst = after.aDisabled.size() > before.aDisabled.size();
+    for (const bool disabled : {disabledFirst, !disabledFirst})
+        if (status == ERROR_SUCCESS)
+            status = steps[disabled](key, before, after);
     return status;
+}
+
+void FinishBindingChange(const std::wstring& service)
+{
+    CRegistryKey key;
+    if (key.Open(linkagePath(service), KEY_ALL_ACCESS) != ERROR_SUCCESS)
+        return;
+    const LAB_LINKAGE before = readLists(key);
+    LAB_LINKAGE after = before;
+    std::erase_if(after.aDisabled, [&](const std::wstring& device) { return holds(after.aEnabled, device); });
+    writeDisabled(key, before, after);
 }

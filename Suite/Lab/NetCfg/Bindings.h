@@ -37,3 +37,6 @@ std::optional<LAB_LINKAGE> ReadLinkage(const std::wstring& service);
 
 /// Writes the changed lists of a service's linkage, which is made when it is missing. Result: Win32 error.
 LSTATUS ChangeBindings(const std::wstring& service, const LAB_BINDING_CHANGES& changes);
+
+/// Ends a change between whose two writes its client has died: what is in both lists is enabled.
+void FinishBindingChange(const std::wstring& service);

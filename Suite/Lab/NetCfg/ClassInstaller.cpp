@@ -35,16 +35,24 @@ const STATE_CHANGE* findChange(DWORD state)
     return nullptr;
 }
 
-std::wstring instanceGuid(HDEVINFO set, SP_DEVINFO_DATA* device)
+/// The device's driver key; not open when it has none.
+CRegistryKey driverKey(HDEVINFO set, SP_DEVINFO_DATA* device)
 {
-    wchar_t driver[128] = {};
-    if (!SetupDiGetDeviceRegistryPropertyW(set, device, SPDRP_DRIVER, nullptr, reinterpret_cast<BYTE*>(driver),
-                                           sizeof(driver) - sizeof(wchar_t), nullptr))
-        return {};
     CRegistryKey key;
-    if (key.Open(std::wstring(L"SYSTEM\\CurrentControlSet\\Control\\Class\\") + driver) != ERROR_SUCCESS)
-        return {};
-    return key.Text(L"NetCfgInstanceId").value_or(std::wstring());
+    wchar_t driver[128] = {};
+    if (SetupDiGetDeviceRegistryPropertyW(set, device, SPDRP_DRIVER, nullptr, reinterpret_cast<BYTE*>(driver),
+                                          sizeof(driver) - sizeof(wchar_t), nullptr))
+        key.Open(std::wstring(L"SYSTEM\\CurrentControlSet\\Control\\Class\\") + driver);
+    return key;
+}
+
+/// A driver reads its values when it starts, and works with them until it does again.
+LSTATUS noteValues(CRegistryKey& state, const CRegistryKey& driver)
+{
+    const LSTATUS status = state.SetNumber(LAB_WORKS_WITH_ID, driver.Number(XmsValue::VlanId).value_or(0));
+    const std::wstring jumbo = driver.Text(L"*JumboPacket").value_or(driver.Text(L"MaxFrameSize").value_or(L"0"));
+    return status != ERROR_SUCCESS ? status
+                                   : state.SetNumber(LAB_WORKS_WITH_JUMBO, wcstoul(jumbo.c_str(), nullptr, 10));
 }
 
 LSTATUS count(CRegistryKey& key, const wchar_t* name, bool happened)
@@ -63,9 +71,12 @@ DWORD askForRestart(HDEVINFO set, SP_DEVINFO_DATA* device)
     return SetupDiSetDeviceInstallParamsW(set, device, &params) ? NO_ERROR : GetLastError();
 }
 
-DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, const STATE_CHANGE& change)
+DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const CRegistryKey& driver, const STATE_CHANGE& change)
 {
     CRegistryKey key;
+    const std::wstring guid = driver.IsOpen() ? driver.Text(L"NetCfgInstanceId").value_or(std::wstring()) : L"";
+    if (guid.empty())
+        return ERROR_NO_SUCH_DEVINST;
     LSTATUS status = key.Create(std::wstring(LAB_DEVICES) + L'\\' + guid);
     if (status != ERROR_SUCCESS)
         return status;
@@ -76,6 +87,8 @@ DWORD record(HDEVINFO set, SP_DEVINFO_DATA* device, const std::wstring& guid, co
         status = count(key, L"Starts", change.bStarts);
     if (status == ERROR_SUCCESS)
         status = key.SetNumber(L"Problem", change.iProblem);
+    if (status == ERROR_SUCCESS && change.bStarts)
+        status = noteValues(key, driver);
     if (status == ERROR_SUCCESS && key.Number(LAB_REBOOT_NEEDED).value_or(0) != 0)
         status = static_cast<LSTATUS>(askForRestart(set, device));
     return status;
@@ -90,8 +103,7 @@ DWORD changeProperty(HDEVINFO set, SP_DEVINFO_DATA* device)
     const STATE_CHANGE* change = findChange(params.StateChange);
     if (params.ClassInstallHeader.InstallFunction != DIF_PROPERTYCHANGE || change == nullptr)
         return ERROR_INVALID_PARAMETER;
-    const std::wstring guid = instanceGuid(set, device);
-    return guid.empty() ? ERROR_NO_SUCH_DEVINST : record(set, device, guid, *change);
+    return record(set, device, driverKey(set, device), *change);
 }
 
 } // namespace

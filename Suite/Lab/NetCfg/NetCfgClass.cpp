@@ -60,6 +60,14 @@ bool isValidToken(const OBO_TOKEN* token)
     return false;
 }
 
+// Whether what is done to the device takes effect with the next start of the system only.
+bool waitsForRestart(const LAB_COMPONENT& component)
+{
+    CRegistryKey key;
+    return key.Open(std::wstring(LAB_DEVICES) + L'\\' + component.GuidText()) == ERROR_SUCCESS &&
+           key.Number(LAB_REBOOT_NEEDED).value_or(0) != 0;
+}
+
 } // namespace
 
 HRESULT EnumerateComponents(const CSessionPtr& session, const GUID& classGuid, IEnumNetCfgComponent** items)
@@ -142,6 +150,8 @@ HRESULT CNetCfgClass::DeInstall(INetCfgComponent* item, OBO_TOKEN* token, LPWSTR
         if (!IsVirtualMiniport(m_guidClass, ComponentId(component)))
             return E_NOTIMPL;
         m_pSession->m_pending.Forget(DeviceName(component.GuidText()), DeviceKeyPath(component));
-        return HRESULT_FROM_WIN32(RemoveVirtualMiniport(component));
+        const bool waits = waitsForRestart(component);
+        const HRESULT result = HRESULT_FROM_WIN32(RemoveVirtualMiniport(component));
+        return result == S_OK && waits ? NETCFG_S_REBOOT : result;
     });
 }

@@ -172,9 +172,8 @@ LSTATUS DeleteKeyAndEmptyParents(const std::wstring& path, const std::wstring& r
     while (parent.size() > root.size())
     {
         CRegistryKey key;
-        if (key.Open(parent) != ERROR_SUCCESS || key.SubkeyCount() != 0)
-            break;
-        if (RegDeleteKeyW(HKEY_LOCAL_MACHINE, parent.c_str()) != ERROR_SUCCESS)
+        if (key.Open(parent) == ERROR_SUCCESS &&
+            (key.SubkeyCount() != 0 || RegDeleteKeyW(HKEY_LOCAL_MACHINE, parent.c_str()) != ERROR_SUCCESS))
             break;
         parent.resize(parent.rfind(L'\\'));
     }

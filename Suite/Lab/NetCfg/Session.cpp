@@ -1,6 +1,8 @@
 #include "Suite/Lab/NetCfg/Session.h"
 
+#include "Suite/Lab/NetCfg/NetComponents.h"
 #include "Suite/Lab/NetCfg/RegistryKey.h"
+#include "Suite/Lab/NetCfg/VirtualMiniport.h"
 
 #include <netcfgx.h>
 
@@ -98,7 +100,16 @@ HRESULT CSession::AcquireWriteLock(DWORD milliseconds, const std::wstring& descr
 {
     if (m_bInitialized)
         return NETCFG_E_ALREADY_INITIALIZED;
-    return m_writeLock.IsHeld() ? S_OK : m_writeLock.Acquire(milliseconds, description);
+    if (m_writeLock.IsHeld())
+        return S_OK;
+    const bool hasDied = !CWriteLock::HolderDescription().empty(); // or it has the lock still
+    const HRESULT result = m_writeLock.Acquire(milliseconds, description);
+    if (result == S_OK)
+        FinishMiniportChange();
+    if (result == S_OK && hasDied)
+        for (const LAB_UPPER_COMPONENT& upper : ReadUpperComponents())
+            FinishBindingChange(upper.strService);
+    return result;
 }
 
 HRESULT CSession::ReleaseWriteLock()

@@ -108,13 +108,13 @@ class CValueWriter
 LSTATUS writeInstanceKey(const MINIPORT_PLACES& places)
 {
     return CValueWriter(places.ClassKey())
-        .Text(L"NetCfgInstanceId", places.strGuid)
         .Text(L"ComponentId", virtualMiniportId)
         .Text(L"DriverDesc", description)
         .Text(L"ProviderName", provider)
         .Number(L"Characteristics", NCF_VIRTUAL | NCF_NOT_USER_REMOVABLE)
         .Text(L"DeviceInstanceID", places.strDeviceId)
         .Text(L"DriverVersion", L"1.0.0.0")
+        .Text(L"NetCfgInstanceId", places.strGuid) // from here on it is a component
         .Status();
 }
 
@@ -191,15 +191,35 @@ LSTATUS removeBindings(const MINIPORT_PLACES& places)
 LSTATUS removeAll(const MINIPORT_PLACES& places)
 {
     const LSTATUS steps[] = {
+        DeleteKeyTree(places.ClassKey()), // it is no component any more
         removeBindings(places),
         DeleteKeyAndEmptyParents(places.NetworkKey(), NETWORK_KEY),
         places.strDeviceId.empty() ? ERROR_SUCCESS : DeleteKeyAndEmptyParents(places.DeviceKey(), ENUM_KEY),
         DeleteKeyTree(places.StateKey()),
-        DeleteKeyTree(places.ClassKey()),
     };
     const auto failed = std::find_if(std::begin(steps), std::end(steps), [](LSTATUS s) { return s != ERROR_SUCCESS; });
     return failed == std::end(steps) ? ERROR_SUCCESS : *failed;
 }
+
+/// Notes a change while it goes on, so that another client can end it when this one dies.
+class CUnfinishedChange
+{
+  public:
+    explicit CUnfinishedChange(const MINIPORT_PLACES& places)
+    {
+        m_key.Create(LAB_KEY);
+        std::vector<std::wstring> note = {places.strInstance, places.strGuid};
+        if (!places.strDeviceId.empty())
+            note.push_back(places.strDeviceId);
+        m_key.SetList(LAB_UNFINISHED, note);
+    }
+    CUnfinishedChange(const CUnfinishedChange&) = delete;
+    CUnfinishedChange& operator=(const CUnfinishedChange&) = delete;
+    ~CUnfinishedChange() { m_key.DeleteValue(LAB_UNFINISHED); }
+
+  private:
+    CRegistryKey m_key;
+};
 
 } // namespace
 
@@ -221,8 +241,9 @@ LSTATUS InstallVirtualMiniport(LAB_COMPONENT& installed)
     if (places.strDeviceId.empty())
         return ERROR_NO_MORE_ITEMS;
 
-    constexpr LSTATUS (*steps[])(const MINIPORT_PLACES&) = {writeInstanceKey, writeLinkage, writeDevice,
-                                                            writeConnection, bindOrdinaryProtocols};
+    const CUnfinishedChange change(places);
+    constexpr LSTATUS (*steps[])(const MINIPORT_PLACES&) = {writeLinkage, writeDevice, writeConnection,
+                                                            bindOrdinaryProtocols, writeInstanceKey};
     for (const auto step : steps)
     {
         if (const LSTATUS status = step(places); status != ERROR_SUCCESS)
@@ -240,5 +261,20 @@ LSTATUS RemoveVirtualMiniport(const LAB_COMPONENT& miniport)
     const std::wstring device = DeviceKeyPath(miniport);
     const std::wstring instance = miniport.strKeyPath.substr(miniport.strKeyPath.rfind(L'\\') + 1);
     const std::wstring deviceId = device.empty() ? device : device.substr(ARRAYSIZE(ENUM_KEY));
-    return removeAll({instance, deviceId, miniport.GuidText()});
+    const MINIPORT_PLACES places{instance, deviceId, miniport.GuidText()};
+    const CUnfinishedChange change(places);
+    return removeAll(places);
+}
+
+void FinishMiniportChange()
+{
+    CRegistryKey key;
+    if (key.Open(LAB_KEY) != ERROR_SUCCESS)
+        return;
+    const std::vector<std::wstring> note = key.List(LAB_UNFINISHED).value_or(std::vector<std::wstring>());
+    if (note.size() < 2)
+        return;
+    const MINIPORT_PLACES places{note[0], note.size() > 2 ? note[2] : L"", note[1]};
+    const CUnfinishedChange change(places);
+    removeAll(places);
 }

@@ -13,3 +13,7 @@ LSTATUS InstallVirtualMiniport(LAB_COMPONENT& installed);
 
 /// Removes what the installation made, with all that was put below its keys since.
 LSTATUS RemoveVirtualMiniport(const LAB_COMPONENT& miniport);
+
+/// Takes back what a client that died has left of an installation, or goes on with its removal. For the holder of the
+/// write lock.
+void FinishMiniportChange();

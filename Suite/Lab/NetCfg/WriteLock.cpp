@@ -4,6 +4,8 @@
 #include "Suite/Lab/State/LabNames.h"
 #include "Suite/Lab/State/LabState.h"
 
+#include <algorithm>
+
 namespace
 {
 
@@ -22,6 +24,7 @@ HRESULT CWriteLock::Acquire(DWORD milliseconds, const std::wstring& description)
 {
     const CRavString file = LabStateFile(LAB_WRITE_LOCK_FILE);
     const ULONGLONG start = GetTickCount64();
+    milliseconds = std::min(milliseconds, LabNumber(LAB_KEY, LAB_LOCK_PATIENCE, INFINITE));
     DWORD error = m_file.Try(file);
     // A file on its way out answers "access denied", on a busy machine for long.
     while ((error == ERROR_LOCK_VIOLATION || error == ERROR_ACCESS_DENIED) &&

@@ -25,5 +25,13 @@ inline constexpr wchar_t LAB_WRITE_LOCK_FILE[] = L"netcfg.lock";
 inline constexpr wchar_t LAB_ADAPTER_ORDER[] = L"AdapterOrder";
 inline constexpr wchar_t LAB_TEAM_ORDER[] = L"TeamOrder";
 inline constexpr wchar_t LAB_STATE_DIR[] = L"StateDir";
+// The virtual miniport that is being installed or removed: its key, its GUID and, if it has one, its device.
+inline constexpr wchar_t LAB_UNFINISHED[] = L"Unfinished";
 inline constexpr wchar_t LAB_REBOOT_NEEDED[] = L"RebootNeeded"; // of a device: its changes ask for a restart
+// Of a device: what its driver has read when it started last, and works with since.
+inline constexpr wchar_t LAB_WORKS_WITH_ID[] = L"WorksWithId";
+inline constexpr wchar_t LAB_WORKS_WITH_JUMBO[] = L"WorksWithJumbo"; // in bytes
+// Of the lab: the most milliseconds that anybody waits for the network configuration's lock. Without it they wait as
+// long as they want.
+inline constexpr wchar_t LAB_LOCK_PATIENCE[] = L"LockPatience";
 inline constexpr wchar_t LAB_REBOOT_REQUESTED[] = L"RebootRequested";

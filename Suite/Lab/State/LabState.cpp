@@ -2,6 +2,7 @@
 
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegKey.h"
+#include "Common/Src/XmsNames.h"
 #include "Suite/Lab/State/LabNames.h"
 
 #include <algorithm>
@@ -96,6 +97,31 @@ CRavString LabTeamOf(const CRavString& adapter)
             return team;
     }
     return CRavString();
+}
+
+bool LabSetDriverEntry(const LAB_DRIVER_ENTRY& entry)
+{
+    const CRavString path = LabPath(XMS_ADAPTERS_KEY, entry.adapter);
+    const CRavString instance = LabInstancePath(entry.adapter);
+    const wchar_t* const number = wcsrchr(instance, L'\\');
+    return number != nullptr && LabSetNumber(path, XmsValue::LogicalGroupId, entry.group) &&
+           LabSetNumber(path, XmsValue::PhysicalAdapterId, wcstoul(number + 1, nullptr, 10)) &&
+           LabSetText(path, XmsValue::AdapterName, LabDisplayName(entry.adapter)) &&
+           LabSetNumber(path, XmsValue::TotalPhysicalAdapters, entry.total) &&
+           LabSetList(path, XmsValue::BindingList, entry.bindings) &&
+           LabSetNumber(path, XmsValue::BindingListCount, static_cast<DWORD>(entry.bindings.size())) &&
+           LabSetNumber(path, XmsValue::TaggingMode, entry.tagging) && LabSetNumber(instance, XmsValue::XmsLoaded, 1) &&
+           LabSetText(instance, NetworkValue::NetworkAddress,
+                      LabText(LabPath(LAB_ADAPTERS, entry.adapter), L"PermanentMac"));
+}
+
+bool LabMoveDhcp(const CRavString& adapter)
+{
+    const CRavString tcpip = LabPath(TCPIP_INTERFACES_KEY, adapter);
+    const CRavString configuration = LabPath(XMS_CONFIGURATION_KEY, adapter);
+    return LabHasKey(configuration) ||
+           (LabSetNumber(configuration, NetworkValue::EnableDhcp, LabNumber(tcpip, NetworkValue::EnableDhcp, 0)) &&
+            LabSetNumber(tcpip, NetworkValue::EnableDhcp, 0));
 }
 
 namespace

@@ -26,6 +26,19 @@ CRavString LabInstancePath(const CRavString& guid);
 CRavString LabDisplayName(const CRavString& guid);
 // The team that has the adapter as a member; empty when none has.
 CRavString LabTeamOf(const CRavString& adapter);
+// What the driver keeps of an adapter that it serves, and the adapter's own mark and address.
+struct LAB_DRIVER_ENTRY
+{
+    CRavString adapter;
+    DWORD group = 0;
+    DWORD total = 1; // adapters of the parent
+    std::vector<CRavString> bindings;
+    DWORD tagging = 0;
+};
+bool LabSetDriverEntry(const LAB_DRIVER_ENTRY& entry);
+// Moves the DHCP flag of an adapter or team that gives up TCP/IP to the driver's configuration key, unless that is
+// there.
+bool LabMoveDhcp(const CRavString& adapter);
 // A file in the folder of lock files; the folder exists afterwards.
 CRavString LabStateFile(const wchar_t* name);
 

@@ -1,5 +1,6 @@
-#include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Suite/Lab/TeamAgent/LabTeams.h"
 
+#include "Common/Intf/RavTeamAgentPvtIntf.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavDebug.h"
 #include "Common/Src/RavRegKey.h"
@@ -93,9 +94,13 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
 
     bool IsVlanFilteringDoneByTeam(const CRavString& strAdapter) override { return !LabTeamOf(strAdapter).IsEmpty(); }
 
+    // With its first VLAN a team gives up TCP/IP, as an adapter does.
     CResult PrepareForNewVlan(const CRavString& strParent, const RAV_LOCK_RECORD& /*lock*/) override
     {
-        return LabSetText(LAB_KEY, L"LastPreparedParent", strParent) ? CResult::Success() : CResult();
+        const bool isFirst = LabHasKey(TeamPath(strParent)) && !DoesTeamHaveVlans(strParent);
+        const bool done =
+            LabSetText(LAB_KEY, L"LastPreparedParent", strParent) && (!isFirst || LabTakeProtocolsOff(strParent));
+        return done ? CResult::Success() : CResult();
     }
 
     CResult NotifyLastVlanOnTeamRemoved(const CRavString& strTeam, const CRavString& strVlan,
@@ -109,6 +114,7 @@ class CLabTeamAgent final : public CRavTeamAgentPvtIntf
                     LabSetText(TeamPath(strTeam), L"LastVlan", strVlan);
         for (const CRavString& member : members)
             done = TakeVlansOffMember(strTeam, member) && done;
+        done = LabGiveProtocolsBack(strTeam) && done;
         return done ? CResult::Success() : CResult();
     }
 };

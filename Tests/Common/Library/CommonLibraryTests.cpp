@@ -2,6 +2,7 @@
 // through the registry, with the driver running.
 
 #include "Common/Library/RavAdvSvcNetCfgComponent.h"
+#include "Common/Library/RestartNote.h"
 #include "Common/Settings/RavSetting.h"
 #include "Common/Library/NetCfgClasses.h"
 #include "Suite/Lab/LabTool/LabCommands.h"
@@ -73,6 +74,7 @@ TEST(Session, TheLockNestsAndIsGivenBackWhateverBecomesOfTheChanges)
         EXPECT_EQ(FAILED(applied) ? applied : S_OK, netCfg.ReleaseLockForWrite());
         EXPECT_TRUE(CLabHost::IsNetworkLockFree());
         EXPECT_EQ(applied == NETCFG_S_REBOOT, netCfg.NeedsReboot());
+        EXPECT_EQ(applied == NETCFG_S_REBOOT, RavIsRestartNoted());
         EXPECT_EQ(NETCFG_E_NO_WRITE_LOCK, netCfg.ReleaseLockForWrite());
     }
     // Changes that were applied count as applied, even when the view cannot be opened afterwards.
@@ -236,7 +238,7 @@ TEST(Adapter, LoadsUnloadsAndKeepsItsSettings)
     EXPECT_TRUE(adapter.ReloadDevice(false, reboot).Succeeded() && !reboot);
     EXPECT_EQ(RAV_LOAD_STATUS_NOT_LOADED, adapter.GetLoadStatus(netCfg));
     LabSetNumber(LabPath(LAB_DEVICES, host.adapter), LAB_REBOOT_NEEDED, 1);
-    EXPECT_TRUE(adapter.ReloadDevice(true, reboot).Succeeded() && reboot);
+    EXPECT_TRUE(adapter.ReloadDevice(true, reboot).Succeeded() && reboot && RavIsRestartNoted());
     EXPECT_EQ(RAV_LOAD_STATUS_LOADED, adapter.GetLoadStatus(netCfg));
     LabSetNumber(LabPath(LAB_DEVICES, host.adapter), L"Problem", 22);
     EXPECT_EQ(RAV_LOAD_STATUS_DISABLED, adapter.GetLoadStatus(netCfg));
@@ -267,6 +269,7 @@ TEST(Driver, KeepsWhatItAcceptsAndRefusesTheRest)
         GTEST_SKIP() << "needs the driver";
     CRavMiniportDrv driver(LabGuid(1));
     CRavRegKey key;
+    RegDeleteTreeW(HKEY_LOCAL_MACHINE, XMS_PARAMETERS_KEY); // requests of who was here before are counted on
     std::vector<BYTE> data(259, 'x');
     const auto set = [&](BYTE lengthHigh, DWORD size, DWORD oid = 0xFF010109) {
         data[0] = 0, data[1] = lengthHigh;

@@ -1,6 +1,7 @@
 // What operations may cost. Platform calls are exact, so these ceilings tell at once when somebody asks again for each
 // VLAN what was known already; times are the benchmark's business.
 
+#include "Common/Settings/RavSetting.h"
 #include "Tests/Src/LabFixture.h"
 
 #include <map>
@@ -34,6 +35,9 @@ const std::map<std::string, CEILING> CEILINGS = {
     {"list",     {   5,       13,    18,        1,        1}},
     {"parents",  {  16,        0,     1,        1,        0}},
     {"remove",   { 100,        3,    16,        1,        0}},
+    {"rename",   { 150,        4,    16,        3,        0}},
+    {"set",      { 150,        4,    16,        3,        0}},
+    {"set-id",   { 150,        4,    16,        3,        0}},
     {"validate", {  13,        4,     9,        1,        0}},
     // clang-format on
 };
@@ -82,6 +86,13 @@ std::map<std::string, COST> CostsOn(CLabHost& host, HMODULE below)
     });
     measure("create", [&](CResult& result) { result = host.Create("Port A", 100, L"New"); });
     const CRavString created = host.Vlan("Port A", 100);
+    const CRavString description = LabPath(LabInstancePath(created), L"Ndi\\Params\\Rate");
+    const RAV_SETTING_VAL_INT three(3);
+    LabSetText(description, L"Type", L"int");
+    LabSetText(description, L"Max", L"8");
+    measure("rename", [&](CResult& result) { agent.SetVLANName(result, created, L"Newer", host.Lock()); });
+    measure("set-id", [&](CResult& result) { agent.SetVLANId(result, created, 101, host.Lock()); });
+    measure("set", [&](CResult& result) { agent.SetSetting(result, created, L"Rate", &three, host.Lock()); });
     measure("remove", [&](CResult& result) { result = host.Remove(created); });
     return costs;
 }
@@ -111,4 +122,47 @@ TEST(Cost, StaysBelowTheCeilings)
         EXPECT_LE(few[name].sessions, ceiling.sessions + FEW * ceiling.sessionsPerVlan);
         EXPECT_LE(many[name].sessions, ceiling.sessions + MANY * ceiling.sessionsPerVlan);
     }
+}
+
+namespace
+{
+// Each member of a team costs what an adapter does, and each VLAN that is present is looked at once.
+constexpr size_t PER_MEMBER = 60;
+constexpr size_t PER_VLAN_OF_TEAM = 4;
+
+size_t CallsOverTeam(size_t members, size_t vlans)
+{
+    std::string adapters;
+    std::string names;
+    std::string list;
+    for (size_t number = 1; number <= members; ++number)
+    {
+        const std::string name = "\"Port " + std::to_string(number) + '"';
+        names += (names.empty() ? "" : ", ") + name;
+        adapters += (adapters.empty() ? R"({ "name": )" : R"(, { "name": )") + name + R"(, "mac": "001B2100000)" +
+                    std::to_string(number) + "\" }";
+    }
+    for (size_t id = 1; id <= vlans; ++id)
+        list += (list.empty() ? R"({ "parent": "Team", "id": )" : R"(, { "parent": "Team", "id": )") +
+                std::to_string(id) + R"(, "name": "N)" + std::to_string(id) + "\" }";
+    CLabHost host(R"({ "adapters": [)" + adapters + R"(], "teams": [ { "name": "Team", "members": [)" + names +
+                  R"(] } ], "vlans": [)" + list + "] }");
+    host.Agent();
+    CJournal journal;
+    journal.Start();
+    EXPECT_EQ(0u, host.Create("Team", 100, L"New").ulErrCode);
+    journal.Stop();
+    const std::string calls = journal.Calls();
+    return static_cast<size_t>(std::count(calls.begin(), calls.end(), '\n'));
+}
+} // namespace
+
+TEST(Cost, OfACreationOverATeam)
+{
+    const size_t first = CallsOverTeam(4, 0);
+    const size_t few = CallsOverTeam(4, FEW);
+    const size_t many = CallsOverTeam(4, MANY);
+    EXPECT_LE(PerVlan(few, many), static_cast<double>(PER_VLAN_OF_TEAM)) << few << " " << many;
+    EXPECT_LE(first, CallsOverTeam(2, 0) + 2 * PER_MEMBER) << first;
+    EXPECT_LE(few, CallsOverTeam(2, FEW) + 2 * PER_MEMBER) << few;
 }

@@ -25,11 +25,13 @@ std::set<std::string> Exports(HMODULE module)
     const auto* headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + dos->e_lfanew);
     const auto* exports = reinterpret_cast<const IMAGE_EXPORT_DIRECTORY*>(
         base + headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT].VirtualAddress);
-    const auto* names = reinterpret_cast<const DWORD*>(base + exports->AddressOfNames);
+    const BYTE* names = base + exports->AddressOfNames;
     std::set<std::string> found;
-    for (DWORD index = 0; index < exports->NumberOfNames; ++index)
+    for (DWORD index = 0; index < exports->NumberOfNames; ++index, names += sizeof(DWORD))
     {
-        const std::string name = reinterpret_cast<const char*>(base + names[index]);
+        DWORD place = 0; // of a table that need not be aligned
+        std::memcpy(&place, names, sizeof(place));
+        const std::string name = reinterpret_cast<const char*>(base + place);
         found.insert(name.find("CRavVlanAgentIntf") != std::string::npos ? "CRavVlanAgentIntf" : name);
     }
     return found;

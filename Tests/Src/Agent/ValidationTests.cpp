@@ -206,11 +206,11 @@ TEST(Validation, Parents)
         {"Member 1", "", "152"},
         {"Team", R"(Lab\Teams\{10} SupportsVlans DWORD 0; Lab\Devices\{8} Problem DWORD 22)", "151"},
         {"Team", R"(Lab\Devices\{8} Problem DWORD 22)", "146"},
-        {"Team", "", "151"},
-        {"Team", R"(0008 *VMQ SZ 1)", "151 150w"},
+        {"Team", "", ""},
+        {"Team", R"(0008 *VMQ SZ 1)", "150w"},
         {"Team",
          R"(0009 *VMQ SZ 1; 0009\Ndi\Params\*VMQ type SZ enum; 0009\Ndi\Params\*VMQ Default SZ 0; 0009\Ndi\Params\*VMQ\enum 1 SZ On)",
-         "151 150w 150s"},
+         "150w 150s"},
     };
     for (const auto& one : CASES)
     {

@@ -177,6 +177,22 @@ TEST(Create, SeveralEndWithTheFirstThatFails)
     EXPECT_EQ("7=VLAN9 8=VLAN8 9=VLAN9-2 11=VLAN11 0=Untagged ", names);
 }
 
+TEST(Create, SeveralEndWhereTheirClientStopsThem)
+{
+    struct CStopping final : CRavVlanProgress
+    {
+        void OnVlanCreated(DWORD, size_t done, size_t) override { m_done = done; }
+        bool GoesOn() override { return m_done < 2; }
+        size_t m_done = 0;
+    } progress;
+    CLabHost host;
+    CResult result;
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"10-14", RAV_AUTO_VLAN_NAMES, 0, &progress,
+                                     host.Lock());
+    EXPECT_EQ(static_cast<DWORD>(ERROR_CANCELLED), result.ulErrCode);
+    EXPECT_EQ("VLAN10 VLAN11 ", Names(host, "Port A"));
+}
+
 TEST(Create, NamesAreGeneratedForAListAloneAndNeverTwice)
 {
     CLabHost host;

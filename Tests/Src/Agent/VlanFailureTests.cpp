@@ -1,5 +1,6 @@
 // Creation and removal with each of their platform calls failing in turn.
 
+#include "Common/Settings/RavSetting.h"
 #include "Tests/Common/Src/ModuleTrace.h"
 #include "Tests/Src/Vlan/VlanObjectFixture.h"
 
@@ -94,6 +95,11 @@ std::string Short(const CRegistrySnapshot& before, const CRegistrySnapshot& afte
     return Replaced(text, R"(\{[0-9A-F]{8}-[0-9A-F-]+\})", "{V}");
 }
 
+std::string ChangeSince(const CRegistrySnapshot& before, const CRavString& five)
+{
+    return Replaced(Short(before, CRegistrySnapshot(), five), "; ", "\n");
+}
+
 // Removes what a removal that failed has left of VLAN 10. The count of the driver's entry is never brought below 1:
 // when it was decreased already, and no more than one is left in it, it has to be put right first.
 bool RemoveRest(CLabHost& host, const CRavString& ten)
@@ -112,6 +118,7 @@ struct RAV_OUTCOME
     std::string change;  // of the whole registry, a line for each
     std::string usual;   // the same with no call failing
     std::string behind;  // the part of it after the failing call, in one line
+    const CRegistrySnapshot* before = nullptr;
 };
 using CHECK = std::function<void(CLabHost& host, const RAV_OUTCOME& outcome)>;
 
@@ -133,7 +140,7 @@ constexpr size_t FIRST_CALL = 2;
 #else
 constexpr size_t FIRST_CALL = 1;
 #endif
-constexpr size_t FEWEST_CALLS = 50; // fewer mean that calls are not seen
+constexpr size_t FEWEST_CALLS = 15; // fewer mean that calls are not seen
 
 // Runs an operation on one host after the other, all alike, on each with another of its platform calls refused, or
 // throwing. Whatever fails: it is reported, every lock is given back, nothing stays open, and the VLAN with the id 5,
@@ -159,6 +166,7 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
         outcome.prepared = host.Vlan("Port A", 10);
         if (!before)
             before.emplace();
+        outcome.before = &*before;
         std::optional<CRegistrySnapshot> behind;
         CJournal journal;
         journal.FailCall(k, 0, [&] {
@@ -180,7 +188,7 @@ void FailEachCall(bool other, bool prepare, bool throwing, const OPERATION& oper
         }
         EXPECT_EQ("", OpenHandles(journal));
         const CRegistrySnapshot after;
-        outcome.change = Replaced(Short(*before, after, five), "; ", "\n");
+        outcome.change = ChangeSince(*before, five);
         outcome.behind = behind ? Short(*behind, after, five) : "";
         if (k == 0)
         {
@@ -237,6 +245,38 @@ TEST(Failures, EveryPlatformCallOfARemoval)
                 EXPECT_EQ(left, LabNumber(entry, L"MiniportBindingListCount", 0));
                 ExpectParentHas(host, !other);
             });
+}
+
+// A change that fails can be made again, and then has the host as if nothing had failed.
+TEST(Failures, EveryPlatformCallOfAChange)
+{
+    const RAV_SETTING_VAL_INT five(5);
+    const OPERATION CHANGES[] = {
+        [](CLabHost& host, const CRavString& ten) {
+            CResult result;
+            host.Agent().SetVLANId(result, ten, 15, host.Lock());
+            return result;
+        },
+        [&](CLabHost& host, const CRavString& ten) {
+            CResult result;
+            host.Agent().SetSetting(result, ten, L"*NumRssQueues", &five, host.Lock());
+            return result;
+        },
+        [](CLabHost& host, const CRavString& ten) {
+            CResult result;
+            host.Agent().SetVLANName(result, ten, L"New", host.Lock());
+            return result;
+        },
+    };
+    for (const OPERATION& change : CHANGES)
+        for (const bool throwing : {false, true})
+        {
+            FailEachCall(true, true, throwing, change, [&](CLabHost& host, const RAV_OUTCOME& outcome) {
+                EXPECT_EQ(2u, CLabHost::Miniports());
+                EXPECT_TRUE(change(host, outcome.prepared).Succeeded());
+                EXPECT_EQ(outcome.usual, ChangeSince(*outcome.before, host.Vlan("Port A", 5)));
+            });
+        }
 }
 
 // Memory runs out in the middle of whatever the module does: while a second VLAN is created, while the last one goes.

@@ -1,6 +1,7 @@
 // VLANs removed through the agent, as whole differences of the registry in the short notation of CVlanLab.
 
 #include "Common/Intf/RavTeamAgentPvtIntf.h"
+#include "Common/Settings/RavSetting.h"
 #include "Tests/Src/Agent/VlanScenario.h"
 
 #include <optional>
@@ -114,23 +115,25 @@ TEST(Remove, WithoutTheWriteLock)
 
 // What a member was before it carried VLANs is kept in entries that are deleted with its VLANs: when it cannot be
 // restored, because the lock is not to be had, they must not be deleted.
-TEST(Remove, AMemberKeepsItsVlansWithoutTheWriteLock)
+TEST(Remove, AMemberStaysOneWithoutTheWriteLock)
 {
-    std::string text = SMALL_HOST;
-    CLabHost host(
-        text.replace(text.rfind('}'), 1, R"(, "vlans": [ { "parent": "Team", "id": 40, "name": "Forty" } ] })"));
-    host.Agent();
-    Microsoft::WRL::ComPtr<INetCfgLock> lock;
-    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&lock)));
-    const CSlot slot(lock.Get(), 3, &AcquireWriteLock);
-    s_pLockSlot = &slot;
-    s_uLocks = 0;
-    s_hLockStatus = E_ACCESSDENIED;
-    const CRegistryChange change;
-    CResult result;
-    host.Agent().RemoveVlanFromTeamMember(result, host.Key("Team"), host.Key("Member 1"), L"");
-    EXPECT_EQ(CResult::FAILED, result.ulErrCode);
-    EXPECT_EQ("", CLabHost::Readable(change.Text(), {}));
+    for (const char* const vlans : {R"({ "parent": "Team", "id": 40, "name": "Forty" })", ""})
+    {
+        std::string text = SMALL_HOST;
+        CLabHost host(text.replace(text.rfind('}'), 1, std::string(R"(, "vlans": [ )") + vlans + " ] }"));
+        host.Agent();
+        Microsoft::WRL::ComPtr<INetCfgLock> lock;
+        ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&lock)));
+        const CSlot slot(lock.Get(), 3, &AcquireWriteLock);
+        s_pLockSlot = &slot;
+        s_uLocks = 0;
+        s_hLockStatus = E_ACCESSDENIED;
+        const CRegistryChange change;
+        CResult result;
+        host.Agent().RemoveVlanFromTeamMember(result, host.Key("Team"), host.Key("Member 1"), L"");
+        EXPECT_EQ(CResult::FAILED, result.ulErrCode) << vlans;
+        EXPECT_EQ("", CLabHost::Readable(change.Text(), {})) << vlans;
+    }
 }
 
 TEST(Remove, VlansOnTheHyperVSwitchAreRefusedBeforeAnyChange)
@@ -216,13 +219,15 @@ TEST(Remove, VlansOverTeams)
          R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
          R"(~ {8} MiniportBindingListCount DWORD 4 -> 1; ~ {8} TaggingMode DWORD 3 -> 0; )"
          R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
-         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
+         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0; )"
+         R"(- XMS\Configuration\{10}; ~ TcpIp\{10} EnableDHCP DWORD 0 -> 1)"},
         {"40 41 0",
          {REMOVE_ALL},
          R"(Lab\Teams\{10} Members MULTI_SZ {77} {9})",
          R"(0; - 0011; - 0012; - 0013; )"
          R"(~ {9} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}", "\Device\{V2}", "\Device\{V3}" -> "\Device\{10}"; )"
-         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0)"},
+         R"(~ {9} MiniportBindingListCount DWORD 4 -> 1; ~ {9} TaggingMode DWORD 3 -> 0; )"
+         R"(- XMS\Configuration\{10}; ~ TcpIp\{10} EnableDHCP DWORD 0 -> 1)"},
         // One of several goes off a member, whose lists and modes follow what it still carries, whatever the team and
         // the other member do.
         {"40 41 0",
@@ -258,14 +263,24 @@ TEST(Remove, VlansOverTeams)
         {"40 41 0",
          {Leave("Member 1", 9), Leave("Member 1", 9)},
          "- 0008",
-         R"(0; - {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
+         R"(0; ~ 0011 TotalPhysicalAdapters DWORD 2 -> 1; ~ 0012 TotalPhysicalAdapters DWORD 2 -> 1; )"
+         R"(~ 0013 TotalPhysicalAdapters DWORD 2 -> 1; - {8}; - XMS\Configuration\{8}; )"
+         R"(~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
         {"40 41 0", {Leave("Member 1", 9)}, "{8} MiniportBindingList DWORD 1", "4294967295; "},
+        // It is no member of this team.
+        {"40", {Leave("Port A", 9)}, "", "4294967295; "},
+        {"40",
+         {Leave("Member 1", 9)},
+         R"({8} MiniportBindingList MULTI_SZ \Device\{77}; Lab\Teams\{10} Members MULTI_SZ {9})",
+         "4294967295; "},
         {"40 41 0",
          {Leave("Member 1", 9)},
          "",
          R"(0; ~ 0008 NetworkAddress SZ "001B21000008" -> ""; ~ 0008 TaggingMode DWORD 1 -> SZ "0"; )"
          R"(+ 0008 VlanFiltering SZ "0"; - 0008 VLANID MULTI_SZ "40", "41"; - 0008 VlanMode DWORD 1; )"
-         R"(- 0008 XMSLoaded DWORD 1; - {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
+         R"(- 0008 XMSLoaded DWORD 1; ~ 0011 TotalPhysicalAdapters DWORD 2 -> 1; )"
+         R"(~ 0012 TotalPhysicalAdapters DWORD 2 -> 1; ~ 0013 TotalPhysicalAdapters DWORD 2 -> 1; )"
+         R"(- {8}; - XMS\Configuration\{8}; ~ TcpIp\{8} EnableDHCP DWORD 0 -> 1)"},
     };
     for (const auto& [ids, operations, prepared, expected] : CASES)
     {
@@ -318,7 +333,8 @@ TEST(Remove, SiblingsThatThrow)
     const bool ONCE = true;
     // What the team agent does when it is told of the last VLAN.
     const std::string TOLD = R"(~ {8} MiniportBindingList MULTI_SZ "\Device\{10}", "\Device\{V1}" -> "\Device\{10}"; )"
-                             R"(~ {8} MiniportBindingListCount DWORD 2 -> 1; ~ {8} TaggingMode DWORD 1 -> 0)";
+                             R"(~ {8} MiniportBindingListCount DWORD 2 -> 1; ~ {8} TaggingMode DWORD 1 -> 0; )"
+                             R"(- XMS\Configuration\{10}; ~ TcpIp\{10} EnableDHCP DWORD 0 -> 1)";
     const std::string IDS = R"(- 0008 VLANID MULTI_SZ "40"; - 0008 VlanMode DWORD 1; )";
     const std::tuple<std::pair<bool, size_t>, bool, const char*, std::vector<ON_TEAM>, std::string> CASES[] = {
         {team(&TEAM::NotifyLastVlanOnTeamRemoved),
@@ -397,11 +413,12 @@ TEST(Remove, WhatFailsBesideIt)
               remove(1));
 }
 
-// Creations and removals in random order: after each step the rules that the driver relies on hold.
+// Creations, removals and changes in random order: after each step the rules that the driver relies on hold.
 TEST(Random, TheRegistryStaysConsistent)
 {
     CLabHost host(R"({ "adapters": [ { "name": "Port A", "mac": "001B21000001" },
-                                     { "name": "Port B", "mac": "001B21000002" } ] })");
+                                     { "name": "Port B", "mac": "001B21000002" } ],
+        "templates": [ { "name": "Rate", "type": "int", "description": "Rate", "default": 2, "min": 0, "max": 8 } ] })");
     std::mt19937 random(20);
     struct
     {
@@ -418,9 +435,35 @@ TEST(Random, TheRegistryStaysConsistent)
         const CRavString text(static_cast<int>(id));
         const auto found = std::find(port.ids.begin(), port.ids.end(), text);
         const bool create = id == 0 ? !port.untagged : found == port.ids.end();
-        CRavString name(L"\xD83D\xDE00");
-        for (size_t length = random() % 30; length > 0; --length)
+        CRavString name = CRavString(L"\xD83D\xDE00") + text; // no two alike
+        for (size_t length = random() % 28; length > 0; --length)
             name.push_back(static_cast<wchar_t>(0x3A9 + 37 * id + random() % 30));
+        if (!create && random() % 2 == 0)
+        {
+            // The VLAN is not removed but changed, to an id of which there is none yet.
+            const CRavString vlan = host.Vlan(parent, id);
+            const DWORD other = id == 0 ? 0 : id % 6 + 7;
+            const RAV_SETTING_VAL_INT rate(static_cast<int>(random() % 9));
+            CResult result;
+            host.Agent().SetVLANName(result, vlan, name + L"!", host.Lock());
+            EXPECT_EQ(0u, result.ulErrCode);
+            host.Agent().SetSetting(result, vlan, L"Rate", &rate, host.Lock());
+            EXPECT_EQ(0u, result.ulErrCode);
+            host.Agent().SetVLANId(result, vlan, other, host.Lock());
+            EXPECT_EQ(0u, result.ulErrCode);
+            RAV_VLAN_INFO info;
+            host.Agent().GetVlanInfo(result, vlan, info);
+            EXPECT_TRUE(info.vlanName == name + L"!" && info.vlanId == other);
+            EXPECT_EQ(rate.iValue, _wtoi(LabText(LabInstancePath(vlan), L"Rate")));
+            host.Agent().SetVLANId(result, vlan, id, host.Lock());
+            EXPECT_EQ(0u, result.ulErrCode);
+            if (id == 0)
+                continue;
+            port.ids.erase(found); // and again at the end of the list
+            port.ids.push_back(text);
+            EXPECT_EQ(port.ids, LabList(LabPath(CLASS_KEY, &port == ports ? L"0001" : L"0002"), L"VLANID"));
+            continue;
+        }
         EXPECT_EQ(0u, (create ? host.Create(parent, id, name) : host.Remove(host.Vlan(parent, id))).ulErrCode);
         if (id == 0)
             port.untagged = create;

@@ -186,7 +186,8 @@ TEST(VlanObject, Identity)
          R"(0 001B21000001; ~ 0001 NetworkAddress SZ "" -> "001B21000001")"},
         {TEN, "0004 NetworkAddress SZ 02AA00000004", Address(4), "0 02AA00000004"},
         {TEN, "", Address(4), "0"},
-        {TEN, "", Address(5), "-1"},
+        {TEN, "", Address(5), "0 001B21000002"}, // a team has that of its first member
+        {TEN, "- 0005 NetworkAddress", Address(5), R"(0 001B21000002; + 0005 NetworkAddress SZ "001B21000002")"},
         // A number counts as no address; a text that is too long to be read may be one, and is not overwritten.
         {TEN, "0001 NetworkAddress DWORD 1", Address(1),
          R"(0 001B21000001; ~ 0001 NetworkAddress DWORD 1 -> SZ "001B21000001")"},
@@ -328,10 +329,11 @@ TEST(VlanObject, FailingCallsGiveTheParentKeyBack)
                 const HKEY borrowed = vlan->GetParentClassKey();
                 journal.FailCall(k);
                 journal.Start();
-                routine(*vlan);
+                const std::string first = routine(*vlan);
                 failed = journal.HasFailed();
                 journal.Stop();
                 EXPECT_TRUE(failed || k > 3) << "no call of this routine has failed";
+                EXPECT_EQ(std::string::npos, first.find("untagged")) << "what was not read has no tagged VLAN";
                 EXPECT_EQ(borrowed, vlan->GetParentClassKey()) << k;
                 EXPECT_EQ(ERROR_SUCCESS, RegFlushKey(borrowed)) << k;
                 EXPECT_EQ(good, routine(*vlan)) << k << ": " << journal.Calls();

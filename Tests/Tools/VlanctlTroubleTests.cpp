@@ -1,0 +1,179 @@
+// What becomes of a command that others get in the way of, or end.
+
+#include "Suite/Lab/State/ExclusiveFile.h"
+#include "Tests/Tools/Console.h"
+#include "Tests/Tools/Programs.h"
+
+#include <netcfgx.h>
+#include <wrl/client.h>
+
+#include <tuple>
+
+TEST(Vlanctl, NamesWhoHoldsALock)
+{
+    CoInitialize(nullptr);
+    GetDesktopWindow(); // its first use is noted in the registry
+    Up("vlans.json");
+    Microsoft::WRL::ComPtr<INetCfg> netCfg;
+    Microsoft::WRL::ComPtr<INetCfgLock> lock;
+    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
+    ASSERT_EQ(S_OK, netCfg.As(&lock));
+    ASSERT_EQ(S_OK, lock->AcquireWriteLock(0, L"the network window", nullptr));
+    const CProgram first("vlanctl create --parent 1 --id 5 --name x"); // takes the suite's lock, waits for ours
+    ASSERT_TRUE(Comes(first, [] { return !LabSuiteLockHolder().IsEmpty(); }));
+    const std::string holder = "locked by process " + std::to_string(first.Id()) + " (vlanctl.exe)";
+    EXPECT_THAT(Do("vlanctl create --parent 2 --id 5 --name x --wait 0", 5), HasSubstr(holder));
+    EXPECT_THAT(Do("vlanctl remove Sales --yes --wait 0", 5), HasSubstr(holder));
+    EXPECT_EQ(5u, first.Status());
+    EXPECT_THAT(first.Out(), HasSubstr("locked by \"the network window\""));
+    EXPECT_EQ("", Changes());
+    EXPECT_EQ(S_OK, lock->ReleaseWriteLock());
+    Do("vlanctl create --parent 1 --id 5 --name x --wait 0");
+}
+
+TEST(Vlanctl, StopsBetweenTwoVlans)
+{
+    Up("server.json");
+    const std::tuple<const char*, const char*, int, const char*> CASES[] = {
+        {"lab show", "create --parent 1 --id 10-40 --auto-names --yes", 3, " of 31 are there: 10, 11, 12"},
+        {"vlanctl create --parent 1 --id 50-70 --auto-names", "remove --all --parent 1 --yes", -3, " are gone: 10, 11"},
+    };
+    for (const auto& [first, command, change, text] : CASES)
+    {
+        Do(first);
+        const CConsole console; // it does not outlive what is interrupted on it
+        const size_t expected = Bound() + change;
+        const CProgram program(std::string("vlanctl ") + command, nullptr, console.In());
+        EXPECT_TRUE(Comes(program, [expected] { return Bound() == expected; }));
+        EXPECT_TRUE(GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0));
+        EXPECT_EQ(4u, program.Status());
+        EXPECT_THAT(program.Out(), HasSubstr(text));
+        ExpectListsAreRight(Bound());
+        EXPECT_EQ("", DoJson("lab show")["lockHolder"]);
+    }
+}
+
+TEST(Vlanctl, SaysThatItsOutputIsLost)
+{
+    Up("server.json");
+    SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
+    HANDLE nobody = nullptr;
+    HANDLE pipe = nullptr;
+    ASSERT_TRUE(CreatePipe(&nobody, &pipe, &inherited, 0));
+    CloseHandle(nobody);
+    const HANDLE full = CreateFileW(L"Z:\\dev\\full", GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                                    OPEN_EXISTING, 0, nullptr);
+    for (const HANDLE out : {pipe, full, INVALID_HANDLE_VALUE})
+    {
+        for (const std::string command : {"list", "--help", "create --parent 1 --id 5 --name x", "remove --yes x"})
+        {
+            const CProgram program("vlanctl " + command, nullptr, nullptr, out);
+            EXPECT_EQ(1u, program.Status()) << command;
+            EXPECT_THAT(program.Out(), HasSubstr("standard output cannot be written"));
+            const char* const done = command.ends_with('x') ? "ed Port A - VLAN : x " : ""; // is said all the same
+            EXPECT_THAT(program.Out(), HasSubstr(done));
+        }
+    }
+    CloseHandle(pipe);
+    CloseHandle(full);
+}
+
+TEST(Vlanctl, SeveralAtTheSameTime)
+{
+    Up("server.json");
+    CExclusiveFile lock; // lets all of them validate before one creates
+    EXPECT_EQ(0u, lock.Try(LabStateFile(LAB_SUITE_LOCK_FILE)));
+    const CProgram one("vlanctl create --parent 1 --id 10 --name One --wait 60");
+    const CProgram two("vlanctl create --parent 1 --id 10 --name Two --wait 60");
+    const CProgram three("vlanctl create --parent 1 --id 11-14 --auto-names --wait 60");
+    const CProgram unknown("vlanctl create --parent 2 --id 10 --name Unknown --wait 60");
+    const CRavString client = LabPath(LAB_CLIENTS, Wide(std::to_string(unknown.Id())).c_str());
+    for (const CProgram* const program : {&one, &two, &three, &unknown})
+        ASSERT_TRUE(Comes(*program, [&] { return LabIsWaiting(program->Id()); })) << program->Out();
+    EXPECT_EQ(0, RegDeleteTreeW(HKEY_LOCAL_MACHINE, client)); // the core agent knows it no longer
+    lock.Release();
+    EXPECT_EQ(1u, one.Status() + two.Status());
+    EXPECT_THAT(one.Out() + two.Out(), HasSubstr("0x3300008F"));
+    EXPECT_EQ(0u, three.Status()) << three.Out();
+    EXPECT_EQ(1u, unknown.Status()) << unknown.Out();
+    EXPECT_EQ(6u, DoJson("vlanctl list").size()); // and the team's
+    ExpectListsAreRight(5);
+    EXPECT_EQ(0u, lock.Try(LabStateFile(LAB_SUITE_LOCK_FILE)));
+    const CProgram same("vlanctl set 11 *NumRssQueues=4 --yes --wait 60");
+    const CProgram again("vlanctl set 11 *NumRssQueues=4 --yes --wait 60");
+    for (const CProgram* const program : {&same, &again})
+        ASSERT_TRUE(Comes(*program, [&] { return LabIsWaiting(program->Id()); })) << program->Out();
+    lock.Release();
+    EXPECT_EQ(0u, same.Status() + again.Status());
+    EXPECT_THAT(same.Out() + again.Out(), AllOf(HasSubstr("changed Port A"), HasSubstr("nothing to change")));
+}
+
+// What one of them has read before it gets the lock, the other one changes.
+TEST(Vlanctl, CreatesOverATeamThatChanges)
+{
+    Up("vlans.json");
+    CExclusiveFile lock;
+    const std::string emptied = "vlanctl remove --all --parent \"Team 1\" --yes";
+    const std::tuple<std::string, const char*, const char*> CASES[] = {
+        {emptied, "100-103", "remove \"Team 1\" \"Port H\""},
+        {"lab show", "110-113", "add \"Team 1\" \"Port H\""},
+        {emptied, "120-123", "add \"Team 1\" \"Port C\""},
+        {"lab show", "130-133", "remove \"Team 1\" \"Port G\""},
+    };
+    for (const auto& [before, ids, change] : CASES)
+    {
+        SCOPED_TRACE(change);
+        Do(before);
+        EXPECT_EQ(0u, lock.Try(LabStateFile(LAB_SUITE_LOCK_FILE)));
+        const CProgram creation(std::string("vlanctl create --parent \"Team 1\" --auto-names --yes --wait 60 --id ") +
+                                ids);
+        const CProgram team(std::string("lab team ") + change);
+        for (const CProgram* const program : {&creation, &team})
+            ASSERT_TRUE(Comes(*program, [&] { return LabIsWaiting(program->Id()); })) << program->Out();
+        lock.Release();
+        EXPECT_TRUE(creation.IsOver(60000) && team.IsOver(60000));
+        EXPECT_EQ(0u, creation.Status() + team.Status()) << creation.Out() << team.Out();
+        Do("vlanctl doctor");
+        std::vector<std::string> vlans;
+        for (const Json& vlan : DoJson("vlanctl list --parent \"Team 1\""))
+            vlans.push_back(vlan["id"].dump());
+        for (const Json& adapter : DoJson("lab show")["adapters"])
+        {
+            if (adapter["team"] == "Team 1")
+            {
+                EXPECT_THAT(adapter["vlanIds"], UnorderedElementsAreArray(vlans)) << adapter["name"];
+            }
+        }
+    }
+}
+
+// Killed where its work has got as far as can be seen from outside, and no further: it never ends by itself.
+TEST(Vlanctl, SurvivesAKilledProgram)
+{
+    const std::string create = "vlanctl create --parent 1 --id 10-40 --auto-names";
+    const std::string remove = "vlanctl remove --all --parent 1 --yes";
+    const std::tuple<size_t, std::string, std::function<bool()>> CASES[] = {
+        {0, create, [] { return !LabSuiteLockHolder().IsEmpty(); }},
+        {0, create, [] { return !LabWriteLockHolder().IsEmpty(); }},
+        {0, create, [] { return !LabList(INSTANCE, L"VLANID").empty(); }},
+        {0, create, [] { return Bound() >= 3; }},
+        {8, remove, [] { return !LabWriteLockHolder().IsEmpty(); }},
+        {8, remove, [] { return Bound() <= 6; }},
+    };
+    for (const auto& one : CASES)
+    {
+        SCOPED_TRACE(&one - CASES);
+        const auto& [vlans, work, event] = one;
+        Up("server.json");
+        Do("vlanctl create --parent 2 --id 5 --name Other");
+        if (vlans != 0)
+            Do("vlanctl create --parent 1 --id 10-" + std::to_string(9 + vlans) + " --auto-names");
+        const CProgram victim(work);
+        EXPECT_TRUE(Comes(victim, event));
+        victim.Kill();
+        EXPECT_EQ(CProgram::KILLED, victim.Status()) << victim.Out();
+        EXPECT_EQ("", DoJson("lab show")["lockHolder"]);
+        EXPECT_LE(1u, DoJson("vlanctl list").size());
+        EXPECT_EQ("done", Each("state", "vlanctl remove Other --yes"));
+    }
+}

@@ -1,0 +1,38 @@
+#include "Tools/vlanctl/Interruption.h"
+
+#include "Tools/vlanctl/Output.h"
+
+#include <windows.h>
+
+#include <atomic>
+
+namespace
+{
+std::atomic<bool> s_wanted = false;
+
+// Runs on a thread of its own. When the console closes or the session ends, the system ends the process as soon as this
+// returns, and by itself after some seconds: it is left to the command to be done before that.
+BOOL WINAPI Note(DWORD event)
+{
+    if (!s_wanted.exchange(true))
+        PrintError("vlanctl: stopping; what has been begun is finished first\n");
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+        Sleep(INFINITE);
+    return TRUE;
+}
+} // namespace
+
+CInterruption::CInterruption()
+{
+    SetConsoleCtrlHandler(Note, TRUE);
+}
+
+CInterruption::~CInterruption()
+{
+    SetConsoleCtrlHandler(Note, FALSE);
+}
+
+bool CInterruption::IsWanted()
+{
+    return s_wanted;
+}

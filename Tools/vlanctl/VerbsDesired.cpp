@@ -1,0 +1,75 @@
+// The command line of the verbs that have to do with desired state.
+
+#include "Tools/vlanctl/Verbs.h"
+
+namespace
+{
+constexpr unsigned MOST_SECONDS = 86400;
+
+void AddParents(CLI::App& verb, std::vector<std::string>& parents)
+{
+    verb.add_option("--parent", parents, "Only this adapter or team; it may be repeated")->allow_extra_args(false);
+}
+
+void AddExportOptions(CLI::App& verb, ExportOptions& options)
+{
+    AddParents(verb, options.parents);
+    verb.add_option("-o,--output", options.file, "The file to write; standard output without it");
+}
+
+void AddFile(CLI::App& verb, DiffOptions& options)
+{
+    verb.add_option("FILE", options.file, "The desired state; - is standard input")->required();
+    AddParents(verb, options.parents);
+    verb.add_flag("--prune", options.prune, "Remove the VLANs of its parents that it does not name");
+}
+
+void AddDiffOptions(CLI::App& verb, DiffOptions& options)
+{
+    AddFile(verb, options);
+    AddJsonOption(verb, options.json);
+}
+
+void AddApplyOptions(CLI::App& verb, ApplyOptions& options)
+{
+    AddFile(verb, options);
+    AddChangeOptions(verb, options);
+    AddJsonOption(verb, options.json, "Output for programs; with --yes or --dry-run");
+    CLI::Option* const keep = verb.add_flag("--keep", options.keep, "When a step fails leave what was done");
+    verb.add_option("--confirm-within", options.confirmSeconds,
+                    "Take everything back unless it is confirmed within so many seconds")
+        ->check(CLI::Range(1U, MOST_SECONDS))
+        ->excludes(keep);
+}
+
+void CheckApplyOptions(CLI::App&, ApplyOptions& options)
+{
+    if (options.json && !options.yes && !options.dryRun)
+        throw CLI::ValidationError("apply", "--json asks no question: add --yes or --dry-run");
+}
+
+void AddConfirmOptions(CLI::App& verb, ConfirmOptions& options)
+{
+    CLI::Option* const rollBack = verb.add_flag("--roll-back", options.rollBack, "Take the change back at once");
+    verb.add_flag("--discard", options.discard, "Give up the old state of a change that could not be taken back")
+        ->excludes(rollBack);
+    AddJsonOption(verb, options.json);
+}
+
+void AddWatchConfirmationOptions(CLI::App& verb, WatchConfirmationOptions& options)
+{
+    verb.add_option("PROCESS", options.process)->required();
+    verb.add_option("SECONDS", options.seconds)->required();
+    verb.group(""); // vlanctl starts it by itself
+}
+} // namespace
+
+void AddDesiredVerbs(CLI::App& app, Command& command)
+{
+    AddVerb(app, command, "export", "Write the VLANs of the machine as a file", RunExport, AddExportOptions);
+    AddVerb(app, command, "diff", "Tell what applying a file would do, and what that costs", RunDiff, AddDiffOptions);
+    AddVerb(app, command, "apply", "Bring the VLANs of the machine to what a file says", RunApply, AddApplyOptions,
+            CheckApplyOptions);
+    AddVerb(app, command, "confirm", "Keep a change that waits for its confirmation", RunConfirm, AddConfirmOptions);
+    AddVerb(app, command, "watch-confirmation", "", RunWatchConfirmation, AddWatchConfirmationOptions);
+}
