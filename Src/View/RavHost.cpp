@@ -10,6 +10,8 @@
 #include "Common/Src/RavRegValues.h"
 #include "Common/Src/XmsNames.h"
 
+#include <algorithm>
+
 using Microsoft::WRL::ComPtr;
 
 namespace
@@ -267,6 +269,16 @@ const RAV_HOST_COMPONENT* RAV_HOST::Find(const CRavString& guid) const
 {
     const auto place = places.find(RavCanonicalKey(guid));
     return place != places.end() ? &components[place->second] : nullptr;
+}
+
+bool RAV_HOST::IsMember(const CRavString& adapter, const CRavString& team) const
+{
+    const auto entry = entries.find(RavCanonicalKey(adapter));
+    if (entry == entries.end() || !entry->second.bindings)
+        return false;
+    const CRavString device = CRavString(DEVICE_PREFIX) + team;
+    return std::any_of(entry->second.bindings->begin(), entry->second.bindings->end(),
+                       [&](const CRavString& binding) { return binding.CompareI(device); });
 }
 
 HRESULT RavReadHost(CRavNetCfgInterface& netCfg, RAV_HOST& host, RAV_HOST_DEPTH depth)

@@ -96,6 +96,8 @@ struct RAV_HOST
     RAV_HOST_COMPONENT& Add(const CRavString& guid);
     // By its GUID, whichever way that is spelled; null when there is none.
     const RAV_HOST_COMPONENT* Find(const CRavString& guid) const;
+    // Whether an adapter is in a team: its driver entry names the team's own miniport.
+    bool IsMember(const CRavString& adapter, const CRavString& team) const;
 };
 
 // How much is read beside the components and what their keys say.

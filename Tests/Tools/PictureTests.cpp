@@ -40,10 +40,11 @@ RAV_HOST Host()
     Add(host, L"{M}", RAV_COMPONENT_KIND::Miniport);
     Add(host, L"{L}", RAV_COMPONENT_KIND::VlanOnAdapter, L"{gone}", L"lost", 5);
     host.entries[L"{B}"].bindings = {L"\\Device\\{t}"};
+    host.entries[L"{X}"].bindings = {L"\\Device\\{L}"};
     return host;
 }
 
-std::vector<PictureNode> Nodes(const RAV_HOST& host)
+Picture Painted(const RAV_HOST& host)
 {
     return PictureOf(host, RavExamine(host),
                      [](const RAV_HOST_COMPONENT& component) { return ToUtf8(component.displayName); });
@@ -70,21 +71,26 @@ size_t Times(const std::string& text, const std::string& part)
 
 TEST(Picture, ShowsWhatCarriesWhat)
 {
-    const std::vector<PictureNode> nodes = Nodes(Host());
+    const Picture picture = Painted(Host());
+    const std::vector<PictureNode>& nodes = picture.nodes;
     EXPECT_EQ("team:{T}(member:{B} vlan:{T0} ) adapter:{A}(vlan:{A2} vlan:{A10} ) miniport:{M} vlan:{L} ",
               Outline(nodes));
     EXPECT_EQ("1 team, 2 adapters, 4 VLANs", Summary(nodes));
     EXPECT_EQ(std::vector<std::string>{"VLAN driver"}, nodes[1].bindings);
     EXPECT_EQ(std::vector<std::string>{"ms_tcpip"}, nodes[0].children[0].bindings);
-    EXPECT_EQ("untagged notLoaded", nodes[0].children[1].id + " " + nodes[0].children[1].status);
-    EXPECT_EQ(RavExamine(Host()).size(), FindingsIn(nodes)); // none is shown twice, none is left out
+    EXPECT_EQ("untagged zero", TextOf(nodes[0].children[1]));
+    EXPECT_EQ("notLoaded", nodes[0].children[1].status);
+    EXPECT_EQ(RavExamine(Host()).size(), FindingsIn(picture)); // none is shown twice, none is left out
+    ASSERT_EQ(1u, picture.elsewhere.size());
+    EXPECT_EQ(L"{X}", picture.elsewhere.front().subject);
     EXPECT_EQ(0, PictureToJson(nodes)[0]["children"][1]["id"]);
 }
 
 TEST(Picture, IsAPageOfItsOwn)
 {
-    const std::string html = HtmlOf({"srv<1>", "now", Nodes(Host()), {{HOSTILE, "*Jumbo", "1", "2"}}});
+    const std::string html = HtmlOf({"srv<1>", "now", Painted(Host()), {{HOSTILE, "*Jumbo", "1", "2"}}});
     EXPECT_THAT(html, HasSubstr("&lt;b&gt;&amp;&quot;x&#39;&lt;U+202E&gt;&lt;/b&gt;"));
+    EXPECT_THAT(html, HasSubstr("stale-driver-entry"));
     EXPECT_THAT(html, HasSubstr("<title>VLANs of srv&lt;1&gt;</title>"));
     for (const char* const never : {"<b>", "\xE2\x80\xAE", "<script", "<link", "src=", "@import", "url("})
         EXPECT_THAT(html, Not(HasSubstr(never)));

@@ -46,6 +46,7 @@ class CProgram
     DWORD Id() const { return m_run.dwProcessId; }
     void Kill() const { EXPECT_TRUE(TerminateProcess(m_run.hProcess, KILLED)); }
     bool IsOver(DWORD milliseconds) const { return WaitForSingleObject(m_run.hProcess, milliseconds) == WAIT_OBJECT_0; }
+    bool HasPrinted() const { return GetFileSize(m_out, nullptr) > 0; }
     DWORD Status() const
     {
         DWORD status = 98;

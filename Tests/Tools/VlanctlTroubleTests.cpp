@@ -9,16 +9,33 @@
 
 #include <tuple>
 
+namespace
+{
+// The network configuration's lock in other hands.
+class CNetworkWindow
+{
+  public:
+    CNetworkWindow()
+    {
+        CoInitialize(nullptr);
+        GetDesktopWindow(); // its first use is noted in the registry
+        EXPECT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg)));
+        EXPECT_EQ(S_OK, m_netCfg.As(&m_lock));
+    }
+    void Open() const { EXPECT_EQ(S_OK, m_lock->AcquireWriteLock(0, L"the network window", nullptr)); }
+    void Close() const { EXPECT_EQ(S_OK, m_lock->ReleaseWriteLock()); }
+
+  private:
+    Microsoft::WRL::ComPtr<INetCfg> m_netCfg;
+    Microsoft::WRL::ComPtr<INetCfgLock> m_lock;
+};
+} // namespace
+
 TEST(Vlanctl, NamesWhoHoldsALock)
 {
-    CoInitialize(nullptr);
-    GetDesktopWindow(); // its first use is noted in the registry
+    const CNetworkWindow window;
     Up("vlans.json");
-    Microsoft::WRL::ComPtr<INetCfg> netCfg;
-    Microsoft::WRL::ComPtr<INetCfgLock> lock;
-    ASSERT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&netCfg)));
-    ASSERT_EQ(S_OK, netCfg.As(&lock));
-    ASSERT_EQ(S_OK, lock->AcquireWriteLock(0, L"the network window", nullptr));
+    window.Open();
     const CProgram first("vlanctl create --parent 1 --id 5 --name x"); // takes the suite's lock, waits for ours
     ASSERT_TRUE(Comes(first, [] { return !LabSuiteLockHolder().IsEmpty(); }));
     const std::string holder = "locked by process " + std::to_string(first.Id()) + " (vlanctl.exe)";
@@ -27,8 +44,32 @@ TEST(Vlanctl, NamesWhoHoldsALock)
     EXPECT_EQ(5u, first.Status());
     EXPECT_THAT(first.Out(), HasSubstr("locked by \"the network window\""));
     EXPECT_EQ("", Changes());
-    EXPECT_EQ(S_OK, lock->ReleaseWriteLock());
+    window.Close();
     Do("vlanctl create --parent 1 --id 5 --name x --wait 0");
+}
+
+// What was shown is looked at again when the lock is had.
+TEST(Vlanctl, RemovesWhatIsStillThere)
+{
+    const CNetworkWindow window;
+    Up("vlans.json");
+    const std::tuple<const char*, DWORD, const char*> CASES[] = {
+        {"vlanctl remove 10 --if-exists --yes --wait 60", 0, "is gone already"},
+        {"vlanctl remove 20 --yes --wait 60", 1, "is gone already"},
+    };
+    for (const auto& [command, status, text] : CASES)
+    {
+        window.Open();
+        const std::string what = std::string(command).substr(0, 17);
+        const CProgram first(what + " --yes"); // has the suite's lock, and waits for ours
+        ASSERT_TRUE(Comes(first, [] { return !LabSuiteLockHolder().IsEmpty(); }));
+        const CProgram second(command);
+        ASSERT_TRUE(Comes(second, [&] { return second.HasPrinted(); }));
+        window.Close();
+        EXPECT_EQ(0u, first.Status()) << first.Out();
+        EXPECT_EQ(status, second.Status()) << second.Out();
+        EXPECT_THAT(second.Out(), HasSubstr(text));
+    }
 }
 
 TEST(Vlanctl, StopsBetweenTwoVlans)

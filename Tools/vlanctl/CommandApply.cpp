@@ -225,11 +225,13 @@ class CApply
         }
     }
 
+    // Whatever fails from here on: what was done is told.
     void AwaitConfirmation()
+    try
     {
         if (!m_confirmation->Await())
             return TellDecision(ReadConfirmation());
-        if (m_options.json || !IsTerminal())
+        if (m_options.json || !IsConsole(STD_INPUT_HANDLE))
         {
             PrintError("vlanctl: taken back at " + m_confirmation->Deadline() +
                        " unless 'vlanctl confirm' comes first\n");
@@ -237,6 +239,12 @@ class CApply
         }
         PrintError("Press Enter to keep this; it is taken back at " + m_confirmation->Deadline() + ".\n");
         TellDecision(m_confirmation->AskOnTerminal());
+    }
+    catch (const CommandError& error)
+    {
+        AddError(m_report, "notWatched",
+                 std::string("whether the change is kept or taken back is not known; 'vlanctl confirm' tells: ") +
+                     error.what());
     }
 
     // What has become of the change, now that nobody watches over it any more.

@@ -11,6 +11,7 @@ using Json = nlohmann::ordered_json;
 namespace
 {
 constexpr DWORD POLL_MILLISECONDS = 50;
+constexpr DWORD PATIENCE_MILLISECONDS = 20 * POLL_MILLISECONDS;
 
 // To be discarded, a record need not be one that can be understood.
 std::optional<ConfirmationRecord> ReadToDecide(const ConfirmOptions& options)
@@ -54,8 +55,12 @@ void AskWatcher(const ConfirmationRecord& record, bool rollBack)
     const CFileHandle& event = rollBack ? events.refused : events.confirmed;
     if (event) // else the watcher has just ended, or it is another 'vlanctl confirm'
         Signal(event);
-    while (IsWatched())
+    for (DWORD waited = 0; IsWatched(); waited += POLL_MILLISECONDS)
+    {
+        if (waited == PATIENCE_MILLISECONDS)
+            PrintError("vlanctl: waiting until what was decided is done\n");
         Sleep(POLL_MILLISECONDS);
+    }
 }
 
 void Decide(CSession& session, ConfirmationRecord& record, const ConfirmOptions& options)

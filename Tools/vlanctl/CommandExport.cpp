@@ -29,6 +29,8 @@ std::vector<ParentRow> ChosenParents(CSession& session, const ExportOptions& opt
     CResult result;
     std::vector<CRavString> supporting;
     session.Agent().EnumerateVlanSupportingParents(result, supporting, session.Client());
+    if (!result.Succeeded())
+        throw CommandError(EXIT_REFUSED, "the agent cannot list the parents: " + CodeText(result));
     std::erase_if(rows, [&](const ParentRow& row) {
         return std::none_of(supporting.begin(), supporting.end(),
                             [&](const CRavString& key) { return key.CompareI(row.key); }) &&
@@ -61,9 +63,7 @@ Json ExportParent(CSession& session, const RAV_HOST& host, const ParentRow& row)
 
 ExitStatus RunExport(CSession& session, const ExportOptions& options)
 {
-    const RAV_HOST host = ReadHost(session);
-    if (!host.unread.empty())
-        throw CommandError(EXIT_REFUSED, "the host cannot be read as a whole; a part of it is no export");
+    const RAV_HOST host = ReadWholeHost(session);
     Json parents = Json::object();
     for (const ParentRow& row : ChosenParents(session, options, host))
         parents[NameInFile(row, parents)] = ExportParent(session, host, row);

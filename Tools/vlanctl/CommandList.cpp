@@ -2,6 +2,7 @@
 
 #include "Tools/vlanctl/Commands.h"
 
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Selection.h"
@@ -20,13 +21,11 @@ std::vector<ListedVlan> ReadSelected(CSession& session, const ListOptions& optio
     const RAV_HOST host = ReadHost(session, RAV_HOST_DEPTH::Bindings);
     std::vector<VlanRow> rows = VlansOf(session, host, parent);
     MarkFindings(host, rows);
+    std::erase_if(rows, [&](const VlanRow& row) { return !IsSelected(row, options); });
     ReadDetails(session, host, rows);
     std::vector<ListedVlan> vlans;
     for (const VlanRow& row : rows)
-    {
-        if (IsSelected(row, options))
-            vlans.push_back({row, VlanToJson(row)});
-    }
+        vlans.push_back({row, VlanToJson(row)});
     return vlans;
 }
 
@@ -49,7 +48,7 @@ void ShowNames(const std::vector<ListedVlan>& vlans)
 {
     std::string text;
     for (const ListedVlan& vlan : vlans)
-        text += ToUtf8(vlan.row.parentName) + "/" + IdText(vlan.row.info.vlanId) + "\n";
+        text += Visible(ToUtf8(vlan.row.parentName)) + "/" + IdText(vlan.row.info.vlanId) + "\n";
     Print(text);
 }
 

@@ -18,6 +18,7 @@ namespace
 {
 constexpr ChangeWords WORDS = {"remove", "removed", "are gone"};
 constexpr const char* NOT_THERE = "notThere";
+constexpr const char* GONE_ALREADY = "is gone already; another program has removed it";
 
 bool Has(const std::vector<VlanRow>& rows, const CRavString& key)
 {
@@ -141,6 +142,52 @@ Report Examine(CSession& session, const RemoveOptions& options)
     return report;
 }
 
+bool IsPlanned(const std::vector<Step>& steps, const CRavString& key)
+{
+    return std::any_of(steps.begin(), steps.end(), [&](const Step& step) {
+        return step.state == StepState::Planned && step.vlan.info.vlanKey == key;
+    });
+}
+
+// Whether nothing goes that was not going before.
+bool IsWithin(const std::vector<Step>& steps, const std::vector<Step>& before)
+{
+    return std::all_of(steps.begin(), steps.end(), [&](const Step& step) {
+        return step.state != StepState::Planned || IsPlanned(before, step.vlan.info.vlanKey);
+    });
+}
+
+void Warn(const Note& note, Report& report)
+{
+    ShowNotes({note}, "warning");
+    report.warnings.push_back(note);
+}
+
+// Others may have changed the host until the lock was had. Whoever has agreed has agreed to what was shown.
+void PlanAgain(CSession& session, const RemoveOptions& options, Report& report)
+{
+    std::vector<VlanRow> present = ReadVlans(session);
+    std::vector<VlanRow> chosen;
+    std::vector<Step> gone;
+    for (const Step& step : report.steps)
+    {
+        if (!step.with.IsEmpty())
+            continue; // it is found again with the one that takes it along
+        if (Has(present, step.vlan.info.vlanKey))
+            chosen.push_back(step.vlan);
+        else if (options.ifExists)
+            Warn(NoteOf(NOT_THERE, VlanText(step.vlan.info) + " " + GONE_ALREADY), report);
+        else
+            gone.push_back(step); // that it is gone is told in its turn
+    }
+    std::vector<Step> steps = Plan(session, chosen, present);
+    steps.insert(steps.end(), gone.begin(), gone.end());
+    if (options.yes || IsWithin(steps, report.steps))
+        report.steps = steps;
+    else
+        AddError(report, "hostChanged", "another program has changed the host in the meantime; look again");
+}
+
 // What goes, and with it what else.
 std::string PlanText(const Report& report, const char* words)
 {
@@ -190,7 +237,7 @@ void RemoveOne(CSession& session, Step& step, Report& report, const RemoveOption
     if (!step.with.IsEmpty()) // the agent has taken it along, or has failed at it
         return Finish(step, gone, gone ? "" : "it is still there", options);
     if (gone)
-        return Finish(step, false, "it is gone already; another program has removed it", options);
+        return Finish(step, false, std::string("it ") + GONE_ALREADY, options);
     CResult result;
     session.Agent().RemoveVlan(result, session.Lock(0), key);
     if (result.Succeeded() && result.ulErrClass != RAV_CLASS_REFUSED)
@@ -213,7 +260,7 @@ ExitStatus RunRemove(CSession& session, const RemoveOptions& options)
         RequireConsent({"Connections over these VLANs will be lost.", options.yes, IsAnyGrave(report.warnings), true,
                         PlanText(report, "will remove ")});
         TakeSteps(
-            session, options, report, [] {},
+            session, options, report, [&] { PlanAgain(session, options, report); },
             [&](Step& step) {
                 RemoveOne(session, step, report, options);
                 return !report.isLocked;

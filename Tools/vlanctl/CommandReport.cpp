@@ -7,17 +7,26 @@
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Settings.h"
 #include "Tools/vlanctl/TextFile.h"
+#include "Tools/vlanctl/TimeText.h"
 
 namespace
 {
-std::string LocalTime()
+// Those of a damaged VLAN may be unreadable: the page tells so, and the rest.
+void AddChangedSettingsOf(CSession& session, const PictureNode& vlan, std::vector<ChangedSetting>& changed)
+try
 {
-    SYSTEMTIME time = {};
-    GetLocalTime(&time);
-    char text[32] = {};
-    std::snprintf(text, sizeof(text), "%04u-%02u-%02u %02u:%02u", time.wYear, time.wMonth, time.wDay, time.wHour,
-                  time.wMinute);
-    return text;
+    for (const auto& setting : ReadSettings(session, FromUtf8(vlan.key)))
+    {
+        const int32_t value = RavCurrentOf(*setting);
+        const int32_t other = RavDefaultOf(*setting);
+        if (value != other)
+            changed.push_back({TextOf(vlan), ToUtf8(setting->strName), ShownValue(value, ValueText(*setting, value)),
+                               ShownValue(other, ValueText(*setting, other))});
+    }
+}
+catch (const CommandError& error)
+{
+    changed.push_back({TextOf(vlan), error.what(), "", ""});
 }
 
 void AddChangedSettings(CSession& session, const std::vector<PictureNode>& nodes, std::vector<ChangedSetting>& changed)
@@ -25,18 +34,8 @@ void AddChangedSettings(CSession& session, const std::vector<PictureNode>& nodes
     for (const PictureNode& node : nodes)
     {
         AddChangedSettings(session, node.children, changed);
-        // Those of a damaged VLAN may be unreadable; its finding is on the page.
-        if (node.kind != PictureKind::Vlan || !node.findings.empty())
-            continue;
-        for (const auto& setting : ReadSettings(session, CRavString(FromUtf8(node.key).c_str())))
-        {
-            const int32_t value = RavCurrentOf(*setting);
-            const int32_t other = RavDefaultOf(*setting);
-            if (value != other)
-                changed.push_back({node.id + " " + node.name, ToUtf8(setting->strName),
-                                   ShownValue(value, ValueText(*setting, value)),
-                                   ShownValue(other, ValueText(*setting, other))});
-        }
+        if (node.kind == PictureKind::Vlan)
+            AddChangedSettingsOf(session, node, changed);
     }
 }
 } // namespace
@@ -45,10 +44,10 @@ ExitStatus RunReport(CSession& session, const ReportOptions& options)
 {
     HostPage page;
     page.machine = ComputerName();
-    page.time = LocalTime();
-    page.nodes = ReadPicture(session);
-    AddChangedSettings(session, page.nodes, page.settings);
+    page.time = TimeText();
+    page.picture = ReadPicture(session);
+    AddChangedSettings(session, page.picture.nodes, page.settings);
     WriteTextFile(options.file, HtmlOf(page));
-    Print(options.file + " tells of " + Summary(page.nodes) + "\n");
+    Print(options.file + " tells of " + Summary(page.picture.nodes) + "\n");
     return EXIT_DONE;
 }

@@ -3,6 +3,7 @@
 #include "Tools/vlanctl/Commands.h"
 
 #include "Plan/RavExamine.h"
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Inventory.h"
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Picture.h"
@@ -23,14 +24,21 @@ BOOL WINAPI Stop(DWORD)
 void DescribeInto(Spans& line, const PictureNode& node)
 {
     const bool isVlan = node.kind == PictureKind::Vlan;
-    line.push_back({std::string(KindText(node.kind)) + " " + (isVlan ? node.id + " " : ""), Style::Faint});
-    line.push_back({node.name, Style::Strong});
+    line.push_back({std::string(KindText(node.kind)) + " " + (isVlan ? IdText(node.id) + " " : ""), Style::Faint});
+    line.push_back({Visible(node.name), Style::Strong});
     if (!node.instance.empty() && !isVlan)
         line.push_back({"  #" + node.instance, Style::Faint});
-    line.push_back({"  " + node.status, node.status == "loaded" ? Style::Good : Style::Bad});
+    line.push_back({"  " + node.status, node.status == LOADED ? Style::Good : Style::Bad});
     if (!node.bindings.empty())
         line.push_back({"  " + BindingsText(node)});
     line.push_back({"\n"});
+}
+
+void DrawFinding(Spans& lines, const RAV_FINDING& finding, const std::string& where)
+{
+    lines.push_back(
+        {ToUtf8(RavFindingText(finding.kind).name) + where + ": " + Visible(ToUtf8(finding.detail)), Style::Bad});
+    lines.push_back({"\n"});
 }
 
 void Draw(Spans& lines, const std::vector<PictureNode>& nodes, const std::string& indent)
@@ -44,19 +52,20 @@ void Draw(Spans& lines, const std::vector<PictureNode>& nodes, const std::string
         for (const RAV_FINDING& finding : node.findings)
         {
             lines.push_back({below + (node.children.empty() ? "   " : "│  "), Style::Faint});
-            lines.push_back({ToUtf8(RavFindingText(finding.kind).name) + ": " + ToUtf8(finding.detail), Style::Bad});
-            lines.push_back({"\n"});
+            DrawFinding(lines, finding, "");
         }
         Draw(lines, node.children, below);
     }
 }
 
-Spans TreeOf(const std::vector<PictureNode>& nodes)
+Spans TreeOf(const Picture& picture)
 {
     Spans lines{{ComputerName() + "\n", Style::Strong}};
-    Draw(lines, nodes, "");
-    const size_t findings = FindingsIn(nodes);
-    lines.push_back({Summary(nodes) + ", "});
+    Draw(lines, picture.nodes, "");
+    for (const RAV_FINDING& finding : picture.elsewhere)
+        DrawFinding(lines, finding, " of " + Visible(ToUtf8(finding.where)));
+    const size_t findings = FindingsIn(picture);
+    lines.push_back({Summary(picture.nodes) + ", "});
     lines.push_back({Counted(findings, "finding"), findings == 0 ? Style::Good : Style::Bad});
     lines.push_back({findings == 0 ? "\n" : "; 'vlanctl doctor' says more\n"});
     return lines;
@@ -80,15 +89,28 @@ class CStopper
   private:
     const CFileHandle m_event;
 };
+
+// What a machine that is being changed does not tell now it may tell after the next change.
+Spans TreeOrFault(CSession& session)
+try
+{
+    return TreeOf(ReadPicture(session));
+}
+catch (const CommandError& error)
+{
+    return {{std::string("vlanctl: ") + error.what() + "\n", Style::Bad}};
+}
 } // namespace
 
 ExitStatus RunTree(CSession& session, const TreeOptions& options)
 {
-    const std::vector<PictureNode> nodes = ReadPicture(session);
+    const Picture picture = ReadPicture(session);
     if (options.json)
-        PrintJson({{"machine", ComputerName()}, {"tree", PictureToJson(nodes)}});
+        PrintJson({{"machine", ComputerName()},
+                   {"tree", PictureToJson(picture.nodes)},
+                   {"findings", FindingNamesToJson(picture.elsewhere)}});
     else
-        Print(TreeOf(nodes));
+        Print(TreeOf(picture));
     return EXIT_DONE;
 }
 
@@ -98,7 +120,7 @@ ExitStatus RunWatchTree(CSession& session, const TreeOptions&)
     CRegistryWatch watch;
     do
     {
-        const Spans tree = TreeOf(ReadPicture(session)); // as a whole, so that the screen is never empty
+        const Spans tree = TreeOrFault(session); // as a whole, so that the screen is never empty
         ClearConsole();
         Print(tree);
     } while (IsOutputWhole() && watch.Wait(stopper.Event()));

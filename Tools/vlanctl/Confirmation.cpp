@@ -4,6 +4,7 @@
 #include "Tools/vlanctl/Interruption.h"
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Session.h"
+#include "Tools/vlanctl/TimeText.h"
 
 #include <algorithm>
 #include <array>
@@ -87,7 +88,7 @@ ConfirmationRecord RecordOf(const std::vector<RAV_BEFORE>& before)
 {
     ConfirmationRecord record;
     record.who = Who();
-    record.since = TimeText(0);
+    record.since = TimeText();
     record.before = before;
     return record;
 }

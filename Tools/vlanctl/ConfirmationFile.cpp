@@ -2,6 +2,7 @@
 
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Session.h"
+#include "Tools/vlanctl/TextFile.h"
 
 #include <algorithm>
 #include <array>
@@ -10,13 +11,9 @@ using Json = nlohmann::ordered_json;
 
 namespace
 {
-constexpr DWORD POLL_MILLISECONDS = 10;
-constexpr DWORD REPLACE_MILLISECONDS = 5000;
 constexpr wchar_t RECORD_FILE[] = L"\\VlanConfirmation.json";
-constexpr wchar_t NEW_RECORD_FILE[] = L"\\VlanConfirmation.new";
 constexpr wchar_t WATCH_FILE[] = L"\\VlanConfirmation.watch";
 constexpr const char* STATES[] = {"applying", "waiting", "confirmed", "dismissed", "takenBack", "failed"};
-constexpr ULONGLONG TICKS_OF_A_SECOND = 10'000'000;
 
 Json ToJson(const RAV_WANTED_VLAN& vlan)
 {
@@ -138,24 +135,6 @@ std::string ReadText(HANDLE file)
     }
     Fail("read", WindowsText(GetLastError()));
 }
-// While somebody else reads the record it cannot be replaced; that takes a moment.
-bool ReplaceRecord(const CRavString& folder)
-{
-    const ULONGLONG start = GetTickCount64();
-    while (MoveFileExW(folder + NEW_RECORD_FILE, folder + RECORD_FILE,
-                       MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) == FALSE)
-    {
-        const DWORD error = GetLastError();
-        if ((error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) ||
-            GetTickCount64() - start > REPLACE_MILLISECONDS)
-        {
-            SetLastError(error);
-            return false;
-        }
-        Sleep(POLL_MILLISECONDS);
-    }
-    return true;
-}
 } // namespace
 
 bool IsPending(const ConfirmationRecord& record)
@@ -185,17 +164,7 @@ std::optional<ConfirmationRecord> ReadConfirmation()
 
 void WriteConfirmation(const ConfirmationRecord& record)
 {
-    const CRavString folder = SuiteFolder();
-    const std::string text = ToJson(record).dump(2);
-    {
-        const CFileHandle file(CreateFileW(folder + NEW_RECORD_FILE, GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                           FILE_ATTRIBUTE_NORMAL, nullptr));
-        DWORD written = 0;
-        if (!file || WriteFile(file.Get(), text.data(), static_cast<DWORD>(text.size()), &written, nullptr) == FALSE ||
-            written != text.size() || FlushFileBuffers(file.Get()) == FALSE)
-            Fail("written", WindowsText(GetLastError()));
-    }
-    if (!ReplaceRecord(folder))
+    if (!ReplaceFileText(SuiteFolder() + RECORD_FILE, ToJson(record).dump(2)))
         Fail("written", WindowsText(GetLastError()));
 }
 
@@ -211,21 +180,4 @@ bool IsWatched()
                                        FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
     return !file && GetLastError() == ERROR_SHARING_VIOLATION;
-}
-
-std::string TimeText(unsigned inSeconds)
-{
-    FILETIME now = {};
-    FILETIME local = {};
-    SYSTEMTIME time = {};
-    GetSystemTimeAsFileTime(&now);
-    const ULONGLONG then =
-        ((static_cast<ULONGLONG>(now.dwHighDateTime) << 32) | now.dwLowDateTime) + inSeconds * TICKS_OF_A_SECOND;
-    now = {static_cast<DWORD>(then), static_cast<DWORD>(then >> 32)};
-    FileTimeToLocalFileTime(&now, &local);
-    FileTimeToSystemTime(&local, &time);
-    CRavString text;
-    text.FormatString(L"%04u-%02u-%02u %02u:%02u:%02u", time.wYear, time.wMonth, time.wDay, time.wHour, time.wMinute,
-                      time.wSecond);
-    return ToUtf8(text);
 }

@@ -43,6 +43,3 @@ void WriteConfirmation(const ConfirmationRecord& record);
 // The watcher's file; null when another one has it.
 CFileHandle TakeWatch();
 bool IsWatched();
-
-// A time of this machine's clock, so many seconds from now.
-std::string TimeText(unsigned inSeconds);

@@ -1,10 +1,12 @@
 #include "Tools/vlanctl/Decision.h"
 
 #include "Tools/vlanctl/Aftermath.h"
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Desired.h"
 #include "Tools/vlanctl/Difference.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/TimeText.h"
 #include "Tools/vlanctl/Transaction.h"
 
 #include <algorithm>
@@ -42,7 +44,7 @@ bool GoBack(CSession& session, const ConfirmationRecord& record, std::string& te
     CTransaction transaction(session, LOCK_SECONDS);
     const RAV_WAY_BACK back = RavGoBack(SourceOf(session), record.before);
     const CResult applied = transaction.Finish();
-    text = (back.isDone ? "it was taken back at " + TimeText(0) : "it could not be taken back as a whole") +
+    text = (back.isDone ? "it was taken back at " + TimeText() : "it could not be taken back as a whole") +
            MeaningsOf(WayBackNotes(back, record.before), "; ") +
            (applied.Succeeded() ? "" : "; the devices could not all be reloaded");
     return back.isDone;
@@ -52,14 +54,14 @@ bool GoBack(CSession& session, const ConfirmationRecord& record, std::string& te
 void KeepChange(ConfirmationRecord& record)
 {
     record.state = ConfirmationState::Confirmed;
-    record.outcome = "it was confirmed at " + TimeText(0);
+    record.outcome = "it was confirmed at " + TimeText();
     WriteConfirmation(record);
 }
 
 void DiscardChange(ConfirmationRecord& record)
 {
     record.state = ConfirmationState::Dismissed;
-    record.outcome = "its old state was given up at " + TimeText(0);
+    record.outcome = "its old state was given up at " + TimeText();
     WriteConfirmation(record);
 }
 
@@ -94,22 +96,23 @@ std::vector<Note> WayBackNotes(const RAV_WAY_BACK& back, const std::vector<RAV_B
     std::vector<Note> notes;
     const auto add = [&](const char* name, const std::string& meaning) { notes.push_back(NoteOf(name, meaning)); };
     const auto text = [&](const RAV_PLAN_STEP& step) { return StepText(StepOf(ParentOf(step, before), step)); };
-    if (!back.failure.Succeeded())
+    if (!back.isDone && !back.failure.Succeeded())
         add("notTakenBack", "the way back failed: " + CodeText(back.failure));
     if (!back.reading.Succeeded())
         add("notTakenBack", "the host cannot be read again, so nobody knows what is left: " + CodeText(back.reading));
     for (const RAV_PLAN_STEP& step : back.left)
         add("notTakenBack", "left to do: " + text(step));
     for (const RAV_REFUSAL& refusal : back.refusals)
-        add("notTakenBack", IdText(refusal.id) + " cannot be had again: " + ToUtf8(refusal.text));
+        add("notTakenBack", IdText(refusal.id) + " cannot be had again: " + Visible(ToUtf8(refusal.text)));
     for (const RAV_REFUSAL& dropped : back.dropped)
-        add("settingNotSet", "a setting of " + IdText(dropped.id) + " was not set again: " + ToUtf8(dropped.text));
+        add("settingNotSet",
+            "a setting of " + IdText(dropped.id) + " was not set again: " + Visible(ToUtf8(dropped.text)));
     for (const RAV_PLAN_STEP& step : back.createdAgain)
-        add("createdAgain", IdText(step.id) + " " + ToUtf8(step.name) + " on " + ToUtf8(ParentOf(step, before).name) +
+        add("createdAgain", VlanText(step.id, step.name) + " on " + Visible(ToUtf8(ParentOf(step, before).name)) +
                                 " was created again: its connection is a new one, without the addresses and the "
                                 "locally set MAC of the old one");
     for (const RAV_PRESENT_VLAN& vlan : back.gaveWay)
-        add("gaveWay", IdText(vlan.id) + " " + ToUtf8(vlan.name) + ", created meanwhile, had to give way");
+        add("gaveWay", VlanText(vlan.id, vlan.name) + ", created meanwhile, had to give way");
     return notes;
 }
 

@@ -2,6 +2,7 @@
 
 #include "Common/Library/RavAdapter.h"
 #include "Common/Library/RestartNote.h"
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Costs.h"
 #include "Tools/vlanctl/DesiredStateFile.h"
 #include "Tools/vlanctl/DesiredStateScan.h"
@@ -79,7 +80,7 @@ bool Creates(const RAV_PARENT_CHANGE& change)
 
 std::string Text(const RAV_PRESENT_PARENT& parent, DWORD id)
 {
-    return ToUtf8(parent.name) + "/" + IdText(id);
+    return Visible(ToUtf8(parent.name)) + "/" + IdText(id);
 }
 
 // What the agent has against values that the settings themselves accept: a parent that carries less.
@@ -190,20 +191,12 @@ void PlanOn(CSession& session, const RAV_HOST& host, bool prune, DesiredPlan& pl
     for (RAV_PARENT_CHANGE& change : plan.changes)
         change.before.name = names[change.before.key];
 }
-
-// Nothing is decided on what was read in part.
-void RefuseUnread(const RAV_HOST& host)
-{
-    if (!host.unread.empty())
-        throw CommandError(EXIT_REFUSED, "the host cannot be read as a whole; nothing is done on such ground");
-}
 } // namespace
 
 DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options)
 {
     const std::vector<DesiredParent> file = ReadDesiredState(options.file);
-    const RAV_HOST host = ReadHost(session);
-    RefuseUnread(host);
+    const RAV_HOST host = ReadWholeHost(session);
     const std::vector<ParentRow> rows = ReadParents(session, ParentDetail::Names, host);
     DesiredPlan plan;
     plan.wanted = Resolve(file, host, rows, options.parents);
@@ -221,8 +214,7 @@ DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options)
 
 void Replan(CSession& session, bool prune, DesiredPlan& plan)
 {
-    const RAV_HOST host = ReadHost(session);
-    RefuseUnread(host);
+    const RAV_HOST host = ReadWholeHost(session);
     PlanOn(session, host, prune, plan);
     Judge(session, host, plan);
 }

@@ -1,5 +1,6 @@
 #include "Tools/vlanctl/Difference.h"
 
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Settings.h"
 
@@ -140,7 +141,7 @@ class CParentDifferences
 
 std::string VlanName(const VlanRow& vlan)
 {
-    return IdText(vlan.info.vlanId) + " " + ToUtf8(vlan.info.vlanName);
+    return VlanText(vlan.info.vlanId, vlan.info.vlanName);
 }
 } // namespace
 
@@ -182,7 +183,7 @@ void ShowDifferences(const std::vector<Difference>& differences)
     for (const Difference& difference : differences)
     {
         if (difference.vlan.parentKey != parent)
-            Print(ToUtf8(difference.vlan.parentName) + "\n");
+            Print(Visible(ToUtf8(difference.vlan.parentName)) + "\n");
         parent = difference.vlan.parentKey;
         std::string text =
             std::string("  ") + KINDS[static_cast<size_t>(difference.kind)].sign + " " + VlanName(difference.vlan);
@@ -213,7 +214,8 @@ Step StepOf(const RAV_PRESENT_PARENT& parent, const RAV_PLAN_STEP& step)
 
 std::string StepText(const Step& step)
 {
-    std::string text = std::string(step.action) + " " + VlanName(step.vlan) + " on " + ToUtf8(step.vlan.parentName);
+    std::string text =
+        std::string(step.action) + " " + VlanName(step.vlan) + " on " + Visible(ToUtf8(step.vlan.parentName));
     for (const Change& change : step.changes)
         text += ": " + ChangeText(change);
     return text;

@@ -2,6 +2,7 @@
 
 #include "Common/Src/RavUtf8.h"
 #include "Tools/vlanctl/HostPicture.h"
+#include "Tools/vlanctl/Inventory.h"
 
 namespace
 {
@@ -59,9 +60,9 @@ class CHtmlTable
 
 std::string StatusOf(const PictureNode& node)
 {
-    const bool isGood = node.status == "loaded" && node.findings.empty();
+    const bool isGood = node.status == LOADED && node.findings.empty();
     return std::string("<span class=\"") + (isGood ? "good" : "bad") + "\">" +
-           (node.findings.empty() ? Escaped(node.status) : "damaged") + "</span>";
+           (node.findings.empty() ? Escaped(node.status) : DAMAGED) + "</span>";
 }
 
 std::string Code(const std::string& text)
@@ -87,9 +88,19 @@ void AddVlans(CHtmlTable& table, const std::vector<PictureNode>& nodes, const st
     for (const PictureNode& node : nodes)
     {
         if (node.kind == PictureKind::Vlan)
-            table.Add({Escaped(node.id), Escaped(node.name), parent.empty() ? "none" : Escaped(parent), StatusOf(node),
-                       Escaped(node.instance), Code(node.address), Code(node.key)});
+            table.Add({Escaped(IdText(node.id)), Escaped(node.name), parent.empty() ? "none" : Escaped(parent),
+                       StatusOf(node), Escaped(node.instance), Code(node.address), Code(node.key)});
         AddVlans(table, node.children, node.name);
+    }
+}
+
+void AddFindings(CHtmlTable& table, const std::vector<RAV_FINDING>& findings)
+{
+    for (const RAV_FINDING& finding : findings)
+    {
+        const RAV_FINDING_TEXT& text = RavFindingText(finding.kind);
+        table.Add({"<span class=\"bad\">" + Escaped(ToUtf8(text.name)) + "</span>", Escaped(ToUtf8(finding.where)),
+                   Escaped(ToUtf8(finding.detail)), Escaped(ToUtf8(text.meaning)), Escaped(ToUtf8(text.repair))});
     }
 }
 
@@ -97,12 +108,7 @@ void AddFindings(CHtmlTable& table, const std::vector<PictureNode>& nodes)
 {
     for (const PictureNode& node : nodes)
     {
-        for (const RAV_FINDING& finding : node.findings)
-        {
-            const RAV_FINDING_TEXT& text = RavFindingText(finding.kind);
-            table.Add({"<span class=\"bad\">" + Escaped(ToUtf8(text.name)) + "</span>", Escaped(ToUtf8(finding.where)),
-                       Escaped(ToUtf8(finding.detail)), Escaped(ToUtf8(text.meaning)), Escaped(ToUtf8(text.repair))});
-        }
+        AddFindings(table, node.findings);
         AddFindings(table, node.children);
     }
 }
@@ -116,25 +122,26 @@ std::string Section(const char* heading, const std::string& content)
 std::string HtmlOf(const HostPage& page)
 {
     CHtmlTable carriers({"Name", "Kind", "Instance", "Status", "Bound to", "MAC", "Key"});
-    AddCarriers(carriers, page.nodes, "");
+    AddCarriers(carriers, page.picture.nodes, "");
     CHtmlTable vlans({"Id", "Name", "Parent", "Status", "Instance", "MAC", "Key"});
-    AddVlans(vlans, page.nodes, "");
+    AddVlans(vlans, page.picture.nodes, "");
     CHtmlTable settings({"VLAN", "Setting", "Value", "Default"});
     for (const ChangedSetting& setting : page.settings)
         settings.Add(
             {Escaped(setting.vlan), Escaped(setting.setting), Escaped(setting.value), Escaped(setting.defaultValue)});
     CHtmlTable findings({"Finding", "Where", "What is there", "What it means", "What --repair does"});
-    AddFindings(findings, page.nodes);
+    AddFindings(findings, page.picture.nodes);
+    AddFindings(findings, page.picture.elsewhere);
 
-    const size_t wrong = FindingsIn(page.nodes);
+    const size_t wrong = FindingsIn(page.picture);
     const std::string title = "VLANs of " + page.machine;
-    const std::string summary = Summary(page.nodes) + ", <span class=\"" + (wrong == 0 ? "good" : "bad") + "\">" +
-                                Counted(wrong, "finding") + "</span>";
+    const std::string summary = Summary(page.picture.nodes) + ", <span class=\"" + (wrong == 0 ? "good" : "bad") +
+                                "\">" + Counted(wrong, "finding") + "</span>";
     return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<meta name=\"viewport\" "
            "content=\"width=device-width, initial-scale=1\">\n<title>" +
            Escaped(title) + "</title>\n<style>" + STYLE + "</style>\n</head>\n<body>\n<main>\n<h1>" + Escaped(title) +
            "</h1>\n<p class=\"when\">" + Escaped(page.time) + " &middot; " + summary + "</p>\n" +
-           Section("Picture", "<div class=\"wide\">" + SvgOf(page.nodes, title) + "</div>\n") +
+           Section("Picture", "<div class=\"wide\">" + SvgOf(page.picture.nodes, title) + "</div>\n") +
            Section("Findings", findings.Html("Nothing is wrong with the VLANs of this machine.")) +
            Section("VLANs", vlans.Html("There are none.")) +
            Section("Adapters and teams", carriers.Html("There are none.")) +

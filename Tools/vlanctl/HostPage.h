@@ -19,7 +19,7 @@ struct HostPage
 {
     std::string machine;
     std::string time;
-    std::vector<PictureNode> nodes;
+    Picture picture;
     std::vector<ChangedSetting> settings;
 };
 

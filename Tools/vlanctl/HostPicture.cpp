@@ -1,6 +1,7 @@
 #include "Tools/vlanctl/HostPicture.h"
 
 #include "Tools/vlanctl/Characters.h"
+#include "Tools/vlanctl/Inventory.h"
 #include "Tools/vlanctl/Width.h"
 
 #include <algorithm>
@@ -73,8 +74,8 @@ class CDrawing
 
     void Box(const PictureNode& node, Column column, int y)
     {
-        const bool isGood = node.status == "loaded" && node.findings.empty();
-        const std::string text = (node.id.empty() ? "" : node.id + " ") + node.name;
+        const bool isGood = node.status == LOADED && node.findings.empty();
+        const std::string text = node.kind == PictureKind::Vlan ? TextOf(node) : node.name;
         const int left = Left(column);
         m_boxes += std::string("<g class=\"") + (isGood ? "good" : "bad") + "\"><title>" +
                    Escaped(std::string(KindText(node.kind)) + " " + text + ", " + node.status) + "</title><rect x=\"" +

@@ -4,6 +4,7 @@
 #include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/WordList.h"
 
 #include <algorithm>
 #include <map>
@@ -102,6 +103,14 @@ RAV_HOST ReadHost(CSession& session, RAV_HOST_DEPTH depth)
     return host;
 }
 
+RAV_HOST ReadWholeHost(CSession& session, RAV_HOST_DEPTH depth)
+{
+    RAV_HOST host = ReadHost(session, depth);
+    if (!host.unread.empty())
+        throw CommandError(EXIT_REFUSED, "the host cannot be read as a whole; nothing is said or done on such ground");
+    return host;
+}
+
 bool IsThere(CSession& session, const CRavString& vlanKey)
 {
     CResult result;
@@ -122,10 +131,23 @@ std::string IdText(DWORD id)
     return id == 0 ? "untagged" : std::to_string(id);
 }
 
+std::string MacText(const CRavString& digits)
+{
+    std::vector<std::string> octets;
+    for (size_t place = 0; place + 1 < digits.size(); place += 2)
+        octets.push_back(ToUtf8(digits.substr(place, 2)));
+    return Joined(octets, "-");
+}
+
 std::string VlanText(const RAV_VLAN_INFO& info)
 {
     return Visible(ToUtf8(info.displayName)) +
            (info.vlanId == 0 ? " (untagged)" : " (id " + std::to_string(info.vlanId) + ")");
+}
+
+std::string VlanText(DWORD id, const CRavString& name)
+{
+    return IdText(id) + " " + Visible(ToUtf8(name));
 }
 
 std::vector<VlanRow> VlansOf(CSession& session, const RAV_HOST& host, const CRavString& parentKey)
@@ -164,16 +186,15 @@ std::vector<VlanRow> ReadVlans(CSession& session, const CRavString& parentKey)
 
 std::vector<RAV_FINDING> ReadFindings(CSession& session, const CRavString& parentKey)
 {
-    const RAV_HOST host = ReadHost(session, RAV_HOST_DEPTH::Bindings);
-    if (!host.unread.empty())
-        throw CommandError(EXIT_REFUSED, "the host cannot be read as a whole; nothing is said or done on such ground");
-    std::vector<RAV_FINDING> findings = RavExamine(host);
+    std::vector<RAV_FINDING> findings = RavExamine(ReadWholeHost(session, RAV_HOST_DEPTH::Bindings));
     std::erase_if(findings, [&](const RAV_FINDING& finding) { return !finding.IsAbout(parentKey); });
     return findings;
 }
 
 void MarkFindings(const RAV_HOST& host, std::vector<VlanRow>& rows)
 {
+    if (!host.unread.empty())
+        return PrintError("vlanctl: the host cannot be read as a whole: what is wrong with a VLAN is not told\n");
     const std::vector<RAV_FINDING> findings = RavExamine(host);
     for (VlanRow& row : rows)
     {

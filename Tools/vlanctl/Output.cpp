@@ -122,7 +122,7 @@ void Print(const std::vector<Span>& spans)
 void ClearConsole()
 {
     if (TakesSequences())
-        Write("\x1b[H\x1b[2J\x1b[3J", "");
+        Write("\x1b[H\x1b[2J", "");
 }
 
 bool IsOutputWhole()

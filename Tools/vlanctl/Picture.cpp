@@ -1,13 +1,14 @@
 #include "Tools/vlanctl/Picture.h"
 
-#include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavUtf8.h"
 #include "Plan/RavExamine.h"
 #include "Tools/vlanctl/Inventory.h"
+#include "Tools/vlanctl/WordList.h"
 
 #include <algorithm>
 #include <iterator>
 #include <map>
+#include <set>
 
 using Json = nlohmann::ordered_json;
 
@@ -19,11 +20,19 @@ class CPainter
 {
   public:
     CPainter(const RAV_HOST& host, const std::vector<RAV_FINDING>& findings, const NameOfComponent& nameOf)
-        : m_host(host), m_findings(findings), m_nameOf(nameOf)
+        : m_host(host), m_nameOf(nameOf)
     {
+        for (const RAV_HOST_COMPONENT& component : host.components)
+        {
+            if (component.IsVlan())
+                m_vlans[host.Find(component.vlan.parentKey)].push_back(&component);
+        }
+        FindMembers();
+        for (const RAV_FINDING& finding : findings)
+            m_findings[host.Find(finding.subject)].push_back(finding);
     }
 
-    std::vector<PictureNode> Paint() const
+    Picture Paint()
     {
         std::vector<PictureNode> nodes;
         for (const RAV_HOST_COMPONENT& component : m_host.components)
@@ -33,115 +42,120 @@ class CPainter
         }
         for (const RAV_HOST_COMPONENT& component : m_host.components)
         {
-            if (component.kind == RAV_COMPONENT_KIND::Adapter && !IsMember(component))
+            if (component.kind == RAV_COMPONENT_KIND::Adapter && !m_inTeams.contains(&component))
                 nodes.push_back(CarrierNode(component, PictureKind::Adapter));
         }
         for (const RAV_HOST_COMPONENT& component : m_host.components)
         {
-            if (component.kind == RAV_COMPONENT_KIND::Miniport ||
-                (component.IsVlan() && ParentOf(component) == nullptr))
-                nodes.push_back(Node(component, component.IsVlan() ? PictureKind::Vlan : PictureKind::Miniport));
+            if (component.kind == RAV_COMPONENT_KIND::Miniport)
+                nodes.push_back(Node(component, PictureKind::Miniport));
+            else if (component.IsVlan() && !CanCarry(m_host.Find(component.vlan.parentKey)))
+                nodes.push_back(Node(component, PictureKind::Vlan));
         }
-        return nodes;
+        return {nodes, m_findings[nullptr]};
     }
 
   private:
-    const RAV_HOST_COMPONENT* ParentOf(const RAV_HOST_COMPONENT& vlan) const
+    using Components = std::vector<const RAV_HOST_COMPONENT*>;
+
+    // Of anything else no VLANs are shown below it.
+    static bool CanCarry(const RAV_HOST_COMPONENT* component)
     {
-        return m_host.Find(vlan.vlan.parentKey);
+        return component != nullptr &&
+               (component->kind == RAV_COMPONENT_KIND::Adapter || component->kind == RAV_COMPONENT_KIND::Team);
     }
 
-    // The driver's entry of a member names the team's own miniport.
-    bool IsMemberOf(const RAV_HOST_COMPONENT& adapter, const RAV_HOST_COMPONENT& team) const
+    void FindMembers()
     {
-        const auto entry = m_host.entries.find(adapter.guid);
-        if (entry == m_host.entries.end() || !entry->second.bindings)
-            return false;
-        const CRavString device = CRavString(DEVICE_PREFIX) + team.guid;
-        return std::any_of(entry->second.bindings->begin(), entry->second.bindings->end(),
-                           [&](const CRavString& binding) { return binding.CompareI(device); });
+        for (const RAV_HOST_COMPONENT& team : m_host.components)
+        {
+            if (team.kind != RAV_COMPONENT_KIND::Team)
+                continue;
+            for (const RAV_HOST_COMPONENT& adapter : m_host.components)
+            {
+                if (adapter.kind != RAV_COMPONENT_KIND::Adapter || !m_host.IsMember(adapter.guid, team.guid))
+                    continue;
+                m_members[&team].push_back(&adapter);
+                m_inTeams.insert(&adapter);
+            }
+        }
     }
 
-    bool IsMember(const RAV_HOST_COMPONENT& adapter) const
-    {
-        return std::any_of(m_host.components.begin(), m_host.components.end(), [&](const auto& team) {
-            return team.kind == RAV_COMPONENT_KIND::Team && IsMemberOf(adapter, team);
-        });
-    }
-
-    PictureNode Node(const RAV_HOST_COMPONENT& component, PictureKind kind) const
+    PictureNode Node(const RAV_HOST_COMPONENT& component, PictureKind kind)
     {
         PictureNode node;
         node.kind = kind;
         node.key = ToUtf8(component.guid);
         node.instance = ToUtf8(component.instance);
-        node.address = ToUtf8(component.networkAddress);
+        node.address = MacText(component.networkAddress);
         node.status = LoadText(component.loadStatus);
+        node.findings = m_findings[&component];
         if (component.IsVlan())
         {
             node.name = ToUtf8(component.vlan.name);
-            node.id = IdText(component.vlan.id.value_or(0));
+            node.id = component.vlan.id.value_or(0);
         }
         else
             node.name = m_nameOf(component);
-        std::copy_if(m_findings.begin(), m_findings.end(), std::back_inserter(node.findings),
-                     [&](const RAV_FINDING& finding) { return finding.subject.CompareI(component.guid); });
         return node;
     }
 
-    PictureNode CarrierNode(const RAV_HOST_COMPONENT& carrier, PictureKind kind) const
+    PictureNode CarrierNode(const RAV_HOST_COMPONENT& carrier, PictureKind kind)
     {
         PictureNode node = Node(carrier, kind);
         if (carrier.port.isBound)
             node.bindings.emplace_back(DRIVER_BINDING);
         for (const CRavString& protocol : carrier.port.protocols)
             node.bindings.push_back(ToUtf8(protocol));
-        std::vector<const RAV_HOST_COMPONENT*> vlans;
-        for (const RAV_HOST_COMPONENT& vlan : m_host.components)
-        {
-            if (vlan.IsVlan() && ParentOf(vlan) == &carrier)
-                vlans.push_back(&vlan);
-        }
-        std::stable_sort(vlans.begin(), vlans.end(), [](const auto* one, const auto* other) {
-            return one->vlan.id.value_or(0) < other->vlan.id.value_or(0);
-        });
-        for (const RAV_HOST_COMPONENT* const vlan : vlans)
+        for (const RAV_HOST_COMPONENT* const vlan : m_vlans[&carrier])
             node.children.push_back(Node(*vlan, PictureKind::Vlan));
+        std::stable_sort(node.children.begin(), node.children.end(),
+                         [](const PictureNode& one, const PictureNode& other) { return one.id < other.id; });
         return node;
     }
 
-    PictureNode TeamNode(const RAV_HOST_COMPONENT& team) const
+    PictureNode TeamNode(const RAV_HOST_COMPONENT& team)
     {
         PictureNode node = CarrierNode(team, PictureKind::Team);
         std::vector<PictureNode> members;
-        for (const RAV_HOST_COMPONENT& adapter : m_host.components)
-        {
-            if (adapter.kind == RAV_COMPONENT_KIND::Adapter && IsMemberOf(adapter, team))
-                members.push_back(CarrierNode(adapter, PictureKind::Member));
-        }
+        for (const RAV_HOST_COMPONENT* const adapter : m_members[&team])
+            members.push_back(CarrierNode(*adapter, PictureKind::Member));
         node.children.insert(node.children.begin(), std::make_move_iterator(members.begin()),
                              std::make_move_iterator(members.end()));
         return node;
     }
 
     const RAV_HOST& m_host;
-    const std::vector<RAV_FINDING>& m_findings;
     const NameOfComponent& m_nameOf;
+    // By component, as is the next; what is about none, or about one that has gone, is at null.
+    std::map<const RAV_HOST_COMPONENT*, Components> m_vlans;
+    std::map<const RAV_HOST_COMPONENT*, std::vector<RAV_FINDING>> m_findings;
+    std::map<const RAV_HOST_COMPONENT*, Components> m_members; // by team
+    std::set<const RAV_HOST_COMPONENT*> m_inTeams;
 };
+
+size_t FindingsIn(const std::vector<PictureNode>& nodes)
+{
+    size_t count = 0;
+    for (const PictureNode& node : nodes)
+        count += node.findings.size() + FindingsIn(node.children);
+    return count;
+}
 } // namespace
 
-std::vector<PictureNode> PictureOf(const RAV_HOST& host, const std::vector<RAV_FINDING>& findings,
-                                   const NameOfComponent& nameOf)
+Picture PictureOf(const RAV_HOST& host, const std::vector<RAV_FINDING>& findings, const NameOfComponent& nameOf)
 {
     return CPainter(host, findings, nameOf).Paint();
 }
 
 std::string BindingsText(const PictureNode& node)
 {
-    std::string text;
-    for (const std::string& binding : node.bindings)
-        text += (text.empty() ? "" : ", ") + binding;
-    return text;
+    return Joined(node.bindings, ", ");
+}
+
+std::string TextOf(const PictureNode& vlan)
+{
+    return IdText(vlan.id) + " " + vlan.name;
 }
 
 const char* KindText(PictureKind kind)
@@ -158,12 +172,9 @@ size_t CountOf(const std::vector<PictureNode>& nodes, PictureKind kind)
     return count;
 }
 
-size_t FindingsIn(const std::vector<PictureNode>& nodes)
+size_t FindingsIn(const Picture& picture)
 {
-    size_t count = 0;
-    for (const PictureNode& node : nodes)
-        count += node.findings.size() + FindingsIn(node.children);
-    return count;
+    return FindingsIn(picture.nodes) + picture.elsewhere.size();
 }
 
 std::string Counted(size_t count, const std::string& what)
@@ -185,16 +196,13 @@ Json PictureToJson(const std::vector<PictureNode>& nodes)
     {
         Json json = {{"kind", KindText(node.kind)}, {"key", node.key}, {"name", node.name}};
         if (node.kind == PictureKind::Vlan)
-            json["id"] = node.id == IdText(0) ? 0 : std::stoi(node.id);
+            json["id"] = node.id;
         json["status"] = node.status;
         json["instance"] = node.instance;
         json["mac"] = node.address;
         if (node.kind != PictureKind::Vlan && node.kind != PictureKind::Miniport)
             json["bindings"] = node.bindings;
-        Json findings = Json::array();
-        for (const RAV_FINDING& finding : node.findings)
-            findings.push_back(ToUtf8(RavFindingText(finding.kind).name));
-        json["findings"] = findings;
+        json["findings"] = FindingNamesToJson(node.findings);
         if (!node.children.empty())
             json["children"] = PictureToJson(node.children);
         array.push_back(json);
@@ -202,9 +210,17 @@ Json PictureToJson(const std::vector<PictureNode>& nodes)
     return array;
 }
 
-std::vector<PictureNode> ReadPicture(CSession& session)
+Json FindingNamesToJson(const std::vector<RAV_FINDING>& findings)
 {
-    const RAV_HOST host = ReadHost(session, RAV_HOST_DEPTH::Bindings);
+    Json names = Json::array();
+    for (const RAV_FINDING& finding : findings)
+        names.push_back(ToUtf8(RavFindingText(finding.kind).name));
+    return names;
+}
+
+Picture ReadPicture(CSession& session)
+{
+    const RAV_HOST host = ReadWholeHost(session, RAV_HOST_DEPTH::Bindings);
     std::map<CRavString, std::string> names;
     for (const ParentRow& row : ReadParents(session, ParentDetail::Names, host))
         names[row.key] = ToUtf8(row.name);

@@ -13,12 +13,6 @@ bool IsYes(const std::string& answer, bool grave)
 }
 } // namespace
 
-bool IsTerminal()
-{
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode) != FALSE;
-}
-
 void RequireConsent(const Question& question)
 {
     if (question.yes || (!question.unattended && !IsConsole(STD_INPUT_HANDLE)))

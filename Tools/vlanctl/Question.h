@@ -2,9 +2,6 @@
 
 #include <string>
 
-// Whether somebody types what standard input reads.
-bool IsTerminal();
-
 // What somebody at the terminal has to agree to before it is done.
 struct Question
 {

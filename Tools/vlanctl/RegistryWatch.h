@@ -12,7 +12,7 @@
 class CRegistryWatch
 {
   public:
-    // Throws CommandError when there is nothing to watch.
+    // Throws CommandError when there is nothing to watch, as does Wait when the system will not tell any more.
     CRegistryWatch();
 
     // Waits for a change, and until what belongs to it has come, too. False when `stop` was set meanwhile. A change
@@ -22,10 +22,12 @@ class CRegistryWatch
   private:
     struct Watched
     {
+        const wchar_t* name = nullptr;
         CRavKeyHandle key;
         CFileHandle event;
+        bool isAsked = false; // whether the event will tell of the key's next change
     };
-    static void Begin(const Watched& watched);
+    static void Begin(Watched& watched);
     // The place of the event that is set, m_watched.size() for `stop`; larger when none comes in time.
     size_t WaitForOne(HANDLE stop, DWORD milliseconds) const;
 

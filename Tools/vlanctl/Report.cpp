@@ -1,5 +1,6 @@
 #include "Tools/vlanctl/Report.h"
 
+#include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Output.h"
 
 #include <algorithm>
@@ -21,7 +22,7 @@ Json ToArray(const std::vector<Item>& items, Json (*toJson)(const Item&))
 
 std::string Shown(const Json& value, const std::string& text)
 {
-    const std::string plain = value.is_string() ? value.get<std::string>() : value.dump();
+    const std::string plain = value.is_string() ? Visible(value.get<std::string>()) : value.dump();
     return text.empty() || text == plain ? plain : plain + " " + text;
 }
 

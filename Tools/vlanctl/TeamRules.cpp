@@ -1,21 +1,7 @@
 #include "Tools/vlanctl/TeamRules.h"
 
-#include "Common/Src/NetworkNames.h"
-#include "Common/Src/XmsNames.h"
 #include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Output.h"
-
-#include <algorithm>
-
-namespace
-{
-bool IsMember(const RAV_DRIVER_ENTRY& entry, const CRavString& team)
-{
-    const CRavString device = CRavString(DEVICE_PREFIX) + team;
-    return entry.bindings && std::any_of(entry.bindings->begin(), entry.bindings->end(),
-                                         [&](const CRavString& binding) { return binding.CompareI(device); });
-}
-} // namespace
 
 std::vector<Note> TeamRefusals(const RAV_HOST& host, const CRavString& team)
 {
@@ -23,7 +9,7 @@ std::vector<Note> TeamRefusals(const RAV_HOST& host, const CRavString& team)
     for (const auto& [guid, entry] : host.entries)
     {
         const RAV_HOST_COMPONENT* const member = host.Find(guid);
-        if (member == nullptr || !(member->instance == L"0000") || !IsMember(entry, team))
+        if (member == nullptr || !(member->instance == L"0000") || !host.IsMember(guid, team))
             continue;
         // The agent reaches a member's key by its number, of which 0 means that there is none.
         Note note;

@@ -24,15 +24,6 @@ Members MembersOf(CSession& session, const RAV_HOST& host, const CRavString& tea
     }
     return members;
 }
-
-// "001B21000001" as the system writes an address.
-std::string MacText(const CRavString& digits)
-{
-    std::string text;
-    for (size_t place = 0; place + 1 < digits.size(); place += 2)
-        text += (place > 0 ? "-" : "") + ToUtf8(digits.substr(place, 2));
-    return text;
-}
 } // namespace
 
 void ReadDetails(CSession& session, const RAV_HOST& host, std::vector<VlanRow>& rows)

@@ -17,3 +17,12 @@ inline std::vector<std::string> WordsOf(const std::string& text)
     }
     return words;
 }
+
+// The words with a separator between.
+inline std::string Joined(const std::vector<std::string>& words, const std::string& separator)
+{
+    std::string text;
+    for (size_t index = 0; index < words.size(); ++index)
+        text += (index == 0 ? "" : separator) + words[index];
+    return text;
+}
