@@ -5,6 +5,12 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 
+case ${1:-} in
+-h | --help | help)
+    sed -n '2,/^set/ { /^set/d; s/^# \{0,1\}//; p }' run.sh
+    exit
+    ;;
+esac
 scripts/setup.sh
 targets=(programs)
 [ "${1:-}" != bench ] || targets+=(bench)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs what is missing of the packages that the build and the tests need; with the argument "checks" also what the checks
-# of .ci/run need. Silent when nothing is missing.
+# of .ci/run need, with "manual" what makes the manual instead. Silent when nothing is missing.
 set -euo pipefail
 
 packages=(
@@ -15,7 +15,10 @@ packages=(
     libspdlog-dev              # the benchmarks' yardstick for the trace log
     python3-jsonschema         # the schema of desired state, as editors see it
 )
-[ "${1:-}" != checks ] || packages+=(clang-format clang-tidy)
+case ${1:-} in
+checks) packages+=(clang-format clang-tidy lowdown) ;;
+manual) packages=(lowdown) ;;
+esac
 
 fail() {
     echo "setup: $*" >&2

@@ -19,10 +19,13 @@ class CNetworkWindow
     {
         CoInitialize(nullptr);
         GetDesktopWindow(); // its first use is noted in the registry
+    }
+    void Open() // when the lab is up
+    {
         EXPECT_EQ(S_OK, CoCreateInstance(CLSID_CNetCfg, nullptr, CLSCTX_INPROC_SERVER, IID_PPV_ARGS(&m_netCfg)));
         EXPECT_EQ(S_OK, m_netCfg.As(&m_lock));
+        EXPECT_EQ(S_OK, m_lock->AcquireWriteLock(0, L"the network window", nullptr));
     }
-    void Open() const { EXPECT_EQ(S_OK, m_lock->AcquireWriteLock(0, L"the network window", nullptr)); }
     void Close() const { EXPECT_EQ(S_OK, m_lock->ReleaseWriteLock()); }
 
   private:
@@ -33,7 +36,7 @@ class CNetworkWindow
 
 TEST(Vlanctl, NamesWhoHoldsALock)
 {
-    const CNetworkWindow window;
+    CNetworkWindow window;
     Up("vlans.json");
     window.Open();
     const CProgram first("vlanctl create --parent 1 --id 5 --name x"); // takes the suite's lock, waits for ours
@@ -51,7 +54,7 @@ TEST(Vlanctl, NamesWhoHoldsALock)
 // What was shown is looked at again when the lock is had.
 TEST(Vlanctl, RemovesWhatIsStillThere)
 {
-    const CNetworkWindow window;
+    CNetworkWindow window;
     Up("vlans.json");
     const std::tuple<const char*, DWORD, const char*> CASES[] = {
         {"vlanctl remove 10 --if-exists --yes --wait 60", 0, "is gone already"},
@@ -68,6 +71,8 @@ TEST(Vlanctl, RemovesWhatIsStillThere)
         window.Close();
         EXPECT_EQ(0u, first.Status()) << first.Out();
         EXPECT_EQ(status, second.Status()) << second.Out();
+        EXPECT_THAT(second.Out(), HasSubstr("waiting: the configuration is locked by process " +
+                                            std::to_string(first.Id()) + " (vlanctl.exe) since "));
         EXPECT_THAT(second.Out(), HasSubstr(text));
     }
 }

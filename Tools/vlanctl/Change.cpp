@@ -2,10 +2,12 @@
 
 #include "Common/Library/RestartNote.h"
 #include "Tools/vlanctl/Aftermath.h"
+#include "Tools/vlanctl/Difference.h"
 #include "Tools/vlanctl/Interruption.h"
 #include "Tools/vlanctl/Inventory.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Progress.h"
 
 #include <algorithm>
 #include <set>
@@ -89,9 +91,14 @@ void TakeSteps(CSession& session, const ChangeOptions& options, Report& report, 
         prepare();
         if (!report.errors.empty())
             return;
+        CProgressLine progress(Count(report, StepState::Planned));
+        size_t done = 0;
         for (Step& step : report.steps)
         {
-            if (step.state == StepState::Planned && (IsInterrupted(report) || !take(step)))
+            if (step.state != StepState::Planned)
+                continue;
+            progress.Show(done++, StepText(step));
+            if (IsInterrupted(report) || !take(step))
                 return;
         }
     });

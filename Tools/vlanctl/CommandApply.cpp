@@ -11,6 +11,7 @@
 #include "Tools/vlanctl/Inventory.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Progress.h"
 #include "Tools/vlanctl/Question.h"
 
 #include <algorithm>
@@ -95,14 +96,25 @@ class CApply
         RAV_CARRY_OUT_OPTIONS options;
         options.prune = m_options.prune;
         options.keep = m_options.keep;
+        CProgressLine progress(m_report.steps.size());
+        ShowNext(progress);
         options.goesOn = [&] { return !IsInterrupted(m_report); };
-        options.onTaken = [&](const RAV_PLAN_STEP& step, const CResult& result) { Note(step, result); };
+        options.onTaken = [&](const RAV_PLAN_STEP& step, const CResult& result) {
+            Note(step, result);
+            ShowNext(progress);
+        };
         options.onWayBack = [&] {
             m_isOnWayBack = true;
             PrintError("vlanctl: taking back what was done\n");
         };
         m_carried = RavCarryOut(SourceOf(m_session), m_plan.changes, options);
         Judge();
+    }
+
+    void ShowNext(CProgressLine& progress) const
+    {
+        if (!m_isOnWayBack && m_taken < m_report.steps.size())
+            progress.Show(m_taken, StepText(m_report.steps[m_taken]));
     }
 
     // The watcher has to know all that the way back needs.

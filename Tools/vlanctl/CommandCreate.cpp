@@ -5,10 +5,12 @@
 #include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Costs.h"
 #include "Tools/vlanctl/CreationCheck.h"
+#include "Tools/vlanctl/Difference.h"
 #include "Tools/vlanctl/Interruption.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/Names.h"
 #include "Tools/vlanctl/Output.h"
+#include "Tools/vlanctl/Progress.h"
 #include "Tools/vlanctl/Question.h"
 #include "Tools/vlanctl/TeamRules.h"
 
@@ -84,22 +86,27 @@ Report Examine(CSession& session, const CreateOptions& options, const WantedVlan
 class CProgress : public CRavVlanProgress
 {
   public:
-    explicit CProgress(Report& report) : m_report(report) {}
-    void OnVlanCreated(DWORD vlanId, size_t uDone, size_t uTotal) override
+    explicit CProgress(Report& report) : m_report(report), m_line(report.steps.size()) { ShowNext(0); }
+    void OnVlanCreated(DWORD vlanId, size_t uDone, size_t) override
     {
         for (Step& step : m_report.steps)
         {
             if (step.vlan.info.vlanId == vlanId)
                 step.state = StepState::Done;
         }
-        if (uTotal > 1)
-            PrintError("created " + std::to_string(uDone) + " of " + std::to_string(uTotal) + ": " +
-                       (vlanId == 0 ? "untagged" : "id " + std::to_string(vlanId)) + "\n");
+        ShowNext(uDone);
     }
     bool GoesOn() override { return !IsInterrupted(m_report); }
 
   private:
+    void ShowNext(size_t done)
+    {
+        if (done < m_report.steps.size())
+            m_line.Show(done, StepText(m_report.steps[done]));
+    }
+
     Report& m_report;
+    CProgressLine m_line;
 };
 
 // The VLAN that the agent was at when it failed.

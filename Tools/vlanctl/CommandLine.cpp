@@ -9,23 +9,6 @@
 
 namespace
 {
-// Where a value is missing the parser would take the next argument for it, and "--name= --dry-run" create a VLAN of
-// that name; an empty one, of a variable that is not set, would stand for none. A value that begins with "--" can be
-// given as "--name=--value".
-void RefuseMissingValues(const std::vector<std::string>& lastFirst)
-{
-    const std::string names[] = {"--parent",         "--id",     "--name",    "--wait", "--output",
-                                 "--confirm-within", "--status", "--columns", "--sort"};
-    for (auto argument = lastFirst.rbegin(); argument != lastFirst.rend() && *argument != "--"; ++argument)
-    {
-        const auto next = argument + 1;
-        const bool named = std::find(std::begin(names), std::end(names), *argument) != std::end(names);
-        if ((argument->starts_with("--") && argument->find('=') + 1 == argument->size()) ||
-            (named && next != lastFirst.rend() && (next->empty() || next->starts_with("--"))))
-            throw CLI::ValidationError(*argument, "the value is missing");
-    }
-}
-
 bool Wants(const std::vector<std::string>& lastFirst, const std::string& option)
 {
     const auto end = std::find(lastFirst.rbegin(), lastFirst.rend(), "--");
@@ -35,7 +18,7 @@ bool Wants(const std::vector<std::string>& lastFirst, const std::string& option)
 // Also as the form of a list; other verbs have files there.
 bool WantsJson(const std::vector<std::string>& lastFirst)
 {
-    bool wants = Wants(lastFirst, "--json");
+    bool wants = Wants(lastFirst, "--json") || Wants(lastFirst, "-j");
     if (lastFirst.empty() || lastFirst.back() != "list")
         return wants;
     for (const char* const option : {"-ojson", "-o=json", "--output=json"})
@@ -58,8 +41,7 @@ ExitStatus Run(const Command& command, bool json)
 {
     try
     {
-        CSession session;
-        return command(session);
+        return command();
     }
     catch (const CommandError& error)
     {
@@ -70,14 +52,6 @@ ExitStatus Run(const Command& command, bool json)
         const Note note = NoteOf("internal", std::string("internal error: ") + error.what());
         return Fail(EXIT_REFUSED, note, "vlanctl: " + note.meaning + "\n", json);
     }
-}
-
-std::string ExitStatusHelp()
-{
-    std::string text = "Exit status:";
-    for (const ExitStatusText& entry : EXIT_STATUS_TEXTS)
-        text += "\n  " + std::to_string(entry.status) + "  " + entry.text;
-    return text;
 }
 
 // Output that was not written is a failure whatever was done; that has been told on standard error then.
@@ -91,23 +65,14 @@ ExitStatus WithOutput(ExitStatus status)
 
 ExitStatus RunCommandLine(std::vector<std::string> arguments)
 {
-    CLI::App app("IEEE 802.1Q VLANs on network adapters and teams", "vlanctl");
-    app.set_version_flag("--version", "vlanctl " RAV_VERSION);
-    app.require_subcommand(1);
-    app.allow_windows_style_options(false); // "/x" is a name that is refused for its slash, not an option
-    app.footer(ExitStatusHelp());
     const bool json = WantsJson(arguments);
     Command command;
-    AddReadingVerbs(app, command);
-    AddLookingVerbs(app, command);
-    AddCreatingVerbs(app, command);
-    AddChangingVerbs(app, command);
-    AddDesiredVerbs(app, command);
+    const std::unique_ptr<CLI::App> parser = MakeParser(command);
+    CLI::App& app = *parser;
     try
     {
         TranslateHelp(arguments);
         RefuseUnknown(app, arguments);
-        RefuseMissingValues(arguments);
         app.parse(arguments);
     }
     catch (const CLI::Success& request)

@@ -166,3 +166,17 @@ struct ReportOptions
     std::string file;
 };
 ExitStatus RunReport(CSession& session, const ReportOptions& options);
+
+struct CompletionOptions
+{
+    std::string shell; // "bash", "powershell"
+};
+// Prints the script that the shell has to read.
+ExitStatus RunCompletion(const CompletionOptions& options);
+
+struct CompleteOptions
+{
+    std::string line; // up to where its user has come, as a shell reads it
+};
+// Prints what could stand there, a line each.
+ExitStatus RunComplete(const CompleteOptions& options);

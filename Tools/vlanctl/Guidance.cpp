@@ -42,6 +42,8 @@ const Example EXAMPLES[] = {
     {"apply", "vlanctl apply host.json --yes --confirm-within 60"},
     {"confirm", "vlanctl confirm"},
     {"confirm", "vlanctl confirm --roll-back"},
+    {"completion", "vlanctl completion bash > /etc/bash_completion.d/vlanctl"},
+    {"completion", "vlanctl completion powershell | Out-String | Invoke-Expression"},
 };
 
 // How many letters have to be put in, left out, changed, or exchanged with the next one.
@@ -70,6 +72,24 @@ std::string DidYouMean(const std::string& nearest)
     return nearest.empty() ? "" : "; did you mean " + nearest + "?";
 }
 
+// "--id" of "--id=10"
+std::string NameOf(const std::string& argument)
+{
+    return argument.starts_with("--") ? argument.substr(0, argument.find('=')) : argument;
+}
+
+// Where a value is missing the parser would take the next argument for it, and "--name= --dry-run" create a VLAN of
+// that name; an empty one, of a variable that is not set, would stand for none. A value that begins with "--" can be
+// given as "--name=--value".
+void RefuseMissingValue(const CLI::Option& option, const std::string& argument, const std::string* next)
+{
+    const bool isEmpty = argument.starts_with("--") && argument.find('=') + 1 == argument.size();
+    const bool isNeeded = option.get_items_expected_min() > 0 && TakesNext(option, argument);
+    if (isEmpty || (isNeeded && next != nullptr && (next->empty() || next->starts_with("--"))))
+        throw CLI::ValidationError(argument, "the value is missing");
+}
+} // namespace
+
 std::vector<std::string> VerbsOf(const CLI::App& app)
 {
     std::vector<std::string> names;
@@ -92,13 +112,6 @@ std::vector<std::string> OptionsOf(const CLI::App& verb)
     return names;
 }
 
-// "--id" of "--id=10"
-std::string NameOf(const std::string& argument)
-{
-    return argument.starts_with("--") ? argument.substr(0, argument.find('=')) : argument;
-}
-
-// Null for one that there is not.
 const CLI::Option* FindOption(const CLI::App& verb, const std::string& argument)
 {
     return verb.get_option_no_throw(argument.starts_with("--") ? NameOf(argument) : argument.substr(0, 2));
@@ -109,7 +122,6 @@ bool TakesNext(const CLI::Option& option, const std::string& argument)
     const bool hasValue = argument.starts_with("--") ? argument.find('=') != std::string::npos : argument.size() > 2;
     return option.get_items_expected_max() > 0 && !hasValue;
 }
-} // namespace
 
 std::string Nearest(const std::string& word, const std::vector<std::string>& words)
 {
@@ -164,7 +176,9 @@ void RefuseUnknown(CLI::App& app, const std::vector<std::string>& lastFirst)
         if (option == nullptr)
             throw CLI::ValidationError(NameOf(*argument), verb->get_name() + " has no such option" +
                                                               DidYouMean(Nearest(NameOf(*argument), OptionsOf(*verb))));
-        if (TakesNext(*option, *argument) && argument + 1 != lastFirst.rend())
+        const bool isLast = argument + 1 == lastFirst.rend();
+        RefuseMissingValue(*option, *argument, isLast ? nullptr : &*(argument + 1));
+        if (TakesNext(*option, *argument) && !isLast)
             ++argument;
     }
 }

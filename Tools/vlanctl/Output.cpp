@@ -4,12 +4,16 @@
 #include "Tools/vlanctl/Width.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <utility>
 
 namespace
 {
 bool s_isWhole = true;
 bool s_isKept = false;
+bool s_isPassing = false; // a passing line is on the console
+
+constexpr size_t USUAL_WIDTH = 80;
+constexpr char LINE_AWAY[] = "\r\x1b[K";
 
 DWORD WriteToConsole(HANDLE console, const std::string& text)
 {
@@ -50,18 +54,32 @@ bool IsSet(const wchar_t* variable)
     return GetEnvironmentVariableW(variable, value, 2) > 0 && std::wstring(value) != L"0";
 }
 
-// Whether standard output is a console that takes sequences for colours and places. It is asked to.
-bool TakesSequences()
+// Whether a standard stream is a console that takes sequences for colours and places. It is asked to.
+bool TakesSequences(DWORD stream)
 {
-    const HANDLE out = GetStdHandle(STD_OUTPUT_HANDLE);
+    const HANDLE handle = GetStdHandle(stream);
     DWORD mode = 0;
-    return GetConsoleMode(out, &mode) != FALSE &&
-           SetConsoleMode(out, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+    return GetConsoleMode(handle, &mode) != FALSE &&
+           SetConsoleMode(handle, mode | ENABLE_PROCESSED_OUTPUT | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != FALSE;
+}
+
+void TakePassingAway()
+{
+    if (std::exchange(s_isPassing, false))
+        WriteTo(GetStdHandle(STD_ERROR_HANDLE), LINE_AWAY);
+}
+
+size_t WidthOfConsole()
+{
+    CONSOLE_SCREEN_BUFFER_INFO info = {};
+    const bool isKnown = GetConsoleScreenBufferInfo(GetStdHandle(STD_ERROR_HANDLE), &info) != FALSE;
+    return isKnown && info.dwSize.X > 1 ? static_cast<size_t>(info.dwSize.X) : USUAL_WIDTH;
 }
 
 bool IsColoured()
 {
-    static const bool s_isColoured = !IsSet(L"NO_COLOR") && (IsSet(L"CLICOLOR_FORCE") || TakesSequences());
+    static const bool s_isColoured =
+        !IsSet(L"NO_COLOR") && (IsSet(L"CLICOLOR_FORCE") || TakesSequences(STD_OUTPUT_HANDLE));
     return s_isColoured;
 }
 
@@ -77,6 +95,7 @@ std::string Styled(const Span& span)
 // With its sequences for a console, or as standard error has it when standard output has gone.
 void Write(const std::string& shown, const std::string& text)
 {
+    TakePassingAway();
     if (s_isWhole)
     {
         const DWORD error = WriteTo(GetStdHandle(STD_OUTPUT_HANDLE), shown);
@@ -121,8 +140,17 @@ void Print(const std::vector<Span>& spans)
 
 void ClearConsole()
 {
-    if (TakesSequences())
+    if (TakesSequences(STD_OUTPUT_HANDLE))
         Write("\x1b[H\x1b[2J", "");
+}
+
+bool ShowPassing(const std::string& text)
+{
+    static const bool s_isPossible = TakesSequences(STD_ERROR_HANDLE);
+    if (!s_isPossible)
+        return false;
+    WriteTo(GetStdHandle(STD_ERROR_HANDLE), LINE_AWAY + Shortened(Visible(text), WidthOfConsole() - 1));
+    return s_isPassing = true;
 }
 
 bool IsOutputWhole()
@@ -147,6 +175,7 @@ std::string WindowsText(DWORD error)
 
 void PrintError(const std::string& text)
 {
+    TakePassingAway();
     WriteTo(GetStdHandle(STD_ERROR_HANDLE), Visible(text, true));
 }
 
@@ -164,6 +193,7 @@ void PrintQuestion(const std::string& text)
                                              FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
     if (console == INVALID_HANDLE_VALUE)
         return PrintError(text);
+    TakePassingAway();
     WriteToConsole(console, Visible(text, true));
     CloseHandle(console);
 }

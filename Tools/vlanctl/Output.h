@@ -29,6 +29,9 @@ struct Span
 };
 // Styles show on a console that knows them, unless NO_COLOR is set, and everywhere when CLICOLOR_FORCE is.
 void Print(const std::vector<Span>& spans);
+// One line at the end of a console that standard error is, shortened to its width, in place of the last such one; the
+// next output takes it away. False elsewhere, where nothing happens.
+bool ShowPassing(const std::string& text);
 // Empties a console that knows how; elsewhere nothing happens.
 void ClearConsole();
 

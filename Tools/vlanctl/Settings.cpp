@@ -109,6 +109,17 @@ std::string ShownValue(int32_t value, const std::string& text)
     return text.empty() || text == number ? number : number + " " + text;
 }
 
+std::vector<std::string> ChoicesOf(const RAV_SETTING& setting)
+{
+    std::vector<std::string> texts;
+    if (const RAV_SETTING_ENUM* const choice = AsChoice(setting))
+    {
+        for (const int32_t value : choice->values)
+            texts.push_back(ValueText(setting, value));
+    }
+    return texts;
+}
+
 const RAV_SETTING* FindSetting(const SettingList& settings, const std::string& name)
 {
     const CRavString wide = FromUtf8(name);

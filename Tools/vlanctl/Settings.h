@@ -18,6 +18,8 @@ nlohmann::ordered_json SettingToJson(const RAV_SETTING& setting);
 bool IsHidden(const RAV_SETTING& setting);
 // The text of one of its values: "Enabled", "4"; empty for a choice that has none.
 std::string ValueText(const RAV_SETTING& setting, int32_t value);
+// The texts of the values that one with several choices can have; none for a number.
+std::vector<std::string> ChoicesOf(const RAV_SETTING& setting);
 // "1514 Disabled", "4"
 std::string ShownValue(int32_t value, const std::string& text);
 

@@ -17,13 +17,18 @@ constexpr ULONGLONG SLICE_MILLISECONDS = 200; // of the wait, after which an int
         throw CommandError(EXIT_REFUSED, "the configuration lock is refused: " + CodeText(result));
     throw CommandError(EXIT_LOCKED, !holder.empty() ? holder : CodeText(result));
 }
+void TellWait(const std::string& holder)
+{
+    if (!holder.empty())
+        PrintError("vlanctl: waiting: " + holder + "\n");
+}
 } // namespace
 
 CTransaction::CTransaction(CSession& session, unsigned waitSeconds) : m_session(session)
 {
     const ULONGLONG start = GetTickCount64();
     const ULONGLONG wait = waitSeconds * 1000ULL;
-    for (;;)
+    for (bool isTold = false;; isTold = true)
     {
         const ULONGLONG waited = GetTickCount64() - start;
         const ULONGLONG left = waited < wait ? wait - waited : 0;
@@ -31,12 +36,15 @@ CTransaction::CTransaction(CSession& session, unsigned waitSeconds) : m_session(
         const CResult result = session.Core().StartLock(request, m_token);
         m_isHeld = result.Succeeded();
         if (m_isHeld)
-            return;
+            break;
         if (CInterruption::IsWanted())
             throw CommandError(EXIT_REFUSED, "interrupted; nothing was changed");
         if (result.ulErrCode != ERROR_LOCK_VIOLATION || left <= SLICE_MILLISECONDS)
             CannotLock(session, result);
+        if (!isTold)
+            TellWait(session.WhoHoldsTheSuite());
     }
+    TellWait(session.WhoHoldsTheNetwork()); // for which the agent waits in its turn
 }
 
 CTransaction::~CTransaction()

@@ -7,8 +7,7 @@ namespace
 template <typename Options>
 void AddVlan(CLI::App& verb, Options& options)
 {
-    verb.add_option("VLAN", options.vlan, VLAN_HELP)->required();
-    verb.add_flag("--instance", options.instance, INSTANCE_HELP);
+    AddVlanWord(verb, options);
     AddChangeOptions(verb, options);
     AddJsonOption(verb, options.json);
 }
@@ -16,19 +15,21 @@ void AddVlan(CLI::App& verb, Options& options)
 void AddRenameOptions(CLI::App& verb, RenameOptions& options)
 {
     AddVlan(verb, options);
-    verb.add_option("NAME", options.name, "Its new name, up to 32 characters (most emoji count as two)")->required();
+    verb.add_option("NAME", options.name, "Its new name, up to 32 characters (most emoji count as two)")
+        ->required()
+        ->type_name("");
 }
 
 void AddSetIdOptions(CLI::App& verb, SetIdOptions& options)
 {
     AddVlan(verb, options);
-    verb.add_option("ID", options.id, "Its new id, 1 to 4094")->required();
+    verb.add_option("ID", options.id, "Its new id, 1 to 4094")->required()->type_name("");
 }
 
 void AddSetTypeOptions(CLI::App& verb, SetTypeOptions& options)
 {
     AddVlan(verb, options);
-    verb.add_option("TYPE", options.type, "0, 1 or 2")->required()->check(CLI::Range(0, 2));
+    verb.add_option("TYPE", options.type, "0, 1 or 2")->required()->check(CLI::Range(0, 2))->type_name("");
 }
 
 constexpr char HIDDEN_HELP[] = "Also settings that the driver does not offer";
@@ -36,16 +37,19 @@ constexpr char HIDDEN_HELP[] = "Also settings that the driver does not offer";
 void AddSetOptions(CLI::App& verb, SetOptions& options)
 {
     AddVlan(verb, options);
-    verb.add_option("NAME=VALUE", options.values, "A setting and its value, or the value's text; several are possible")
-        ->required();
+    verb.add_option(SETTING_AND_VALUE, options.values,
+                    "A setting and its value, or the value's text; several are possible")
+        ->required()
+        ->type_name("");
     verb.add_flag("--hidden", options.hidden, HIDDEN_HELP);
 }
 
 void AddResetOptions(CLI::App& verb, ResetOptions& options)
 {
     AddVlan(verb, options);
-    CLI::Option* const names = verb.add_option("NAME", options.names, "Settings that get their default value again");
-    verb.add_flag("--all", options.all, "All settings")->excludes(names);
+    CLI::Option* const names =
+        verb.add_option(SETTING_VALUE, options.names, "Settings that get their default value again")->type_name("");
+    verb.add_flag("-a,--all", options.all, "All settings")->excludes(names);
     verb.add_flag("--hidden", options.hidden, HIDDEN_HELP);
 }
 

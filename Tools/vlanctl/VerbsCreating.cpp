@@ -8,13 +8,17 @@ namespace
 {
 void AddRequestOptions(CLI::App& verb, CreateOptions& options)
 {
-    verb.add_option("--parent", options.parent, "Adapter or team: name, instance number or key")->required();
-    verb.add_option("--id", options.ids,
+    verb.add_option(PARENT_OPTION, options.parent, "Adapter or team: name, instance number or key")
+        ->required()
+        ->type_name(PARENT_VALUE);
+    verb.add_option("-i,--id", options.ids,
                     "Ids and ranges (10,20-29), each with =NAME behind it or not; 0 or untagged is the untagged VLAN")
-        ->required();
+        ->required()
+        ->type_name("IDS");
     CLI::Option* const name =
-        verb.add_option("--name", options.name,
+        verb.add_option("-n,--name", options.name,
                         "Name, up to 32 characters (most emoji count as two); {id} in it becomes the VLAN's id");
+    name->type_name("NAME");
     verb.add_flag("--auto-names", options.autoNames, "Name each VLAN after its id")->excludes(name);
     AddJsonOption(verb, options.json);
 }
@@ -32,11 +36,12 @@ void CheckRequestOptions(CLI::App& verb, CreateOptions& options)
 
 void AddRemoveOptions(CLI::App& verb, RemoveOptions& options)
 {
-    CLI::Option* const vlans = verb.add_option("VLAN", options.vlans, VLAN_HELP);
+    CLI::Option* const vlans = verb.add_option(VLAN_VALUE, options.vlans, VLAN_HELP)->type_name("");
     verb.add_flag("--instance", options.instance, INSTANCE_HELP);
-    CLI::Option* const parent = verb.add_option("--parent", options.parent, "The parent that --all is about");
+    CLI::Option* const parent =
+        verb.add_option(PARENT_OPTION, options.parent, "The parent that --all is about")->type_name(PARENT_VALUE);
     CLI::Option* const all =
-        verb.add_flag("--all", options.all, "All VLANs of the parent")->needs(parent)->excludes(vlans);
+        verb.add_flag("-a,--all", options.all, "All VLANs of the parent")->needs(parent)->excludes(vlans);
     parent->needs(all);
     verb.add_flag("--if-exists", options.ifExists, "A VLAN that is not there is no error")->excludes(all);
     AddChangeOptions(verb, options);

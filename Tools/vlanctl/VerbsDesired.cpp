@@ -8,18 +8,21 @@ constexpr unsigned MOST_SECONDS = 86400;
 
 void AddParents(CLI::App& verb, std::vector<std::string>& parents)
 {
-    verb.add_option("--parent", parents, "Only this adapter or team; it may be repeated")->allow_extra_args(false);
+    verb.add_option(PARENT_OPTION, parents, "Only this adapter or team; it may be repeated")
+        ->allow_extra_args(false)
+        ->type_name(PARENT_VALUE);
 }
 
 void AddExportOptions(CLI::App& verb, ExportOptions& options)
 {
     AddParents(verb, options.parents);
-    verb.add_option("-o,--output", options.file, "The file to write; standard output without it");
+    verb.add_option("-o,--output", options.file, "The file to write; standard output without it")
+        ->type_name(FILE_VALUE);
 }
 
 void AddFile(CLI::App& verb, DiffOptions& options)
 {
-    verb.add_option("FILE", options.file, "The desired state; - is standard input")->required();
+    verb.add_option(FILE_VALUE, options.file, "The desired state; - is standard input")->required()->type_name("");
     AddParents(verb, options.parents);
     verb.add_flag("--prune", options.prune, "Remove the VLANs of its parents that it does not name");
 }

@@ -13,9 +13,9 @@ void AddNoOptions(CLI::App&, TreeOptions&) {}
 
 void AddReportOptions(CLI::App& verb, ReportOptions& options)
 {
-    verb.add_option("--output,-o", options.file, "The page; one that is there is replaced")
+    verb.add_option("-o,--output", options.file, "The page; one that is there is replaced")
         ->required()
-        ->type_name("FILE.html");
+        ->type_name(FILE_VALUE);
 }
 } // namespace
 

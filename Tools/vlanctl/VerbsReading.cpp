@@ -4,34 +4,38 @@
 
 #include "Tools/vlanctl/Selection.h"
 #include "Tools/vlanctl/VlanFields.h"
+#include "Tools/vlanctl/WordList.h"
 
 namespace
 {
 void AddListOptions(CLI::App& verb, ListOptions& options)
 {
-    verb.add_option("--parent", options.parent, "Only those of this adapter or team");
-    verb.add_option("--id", options.ids, "Only these: ids, ranges and patterns (10,20-29,1?)");
-    verb.add_option("--name", options.names, "Only those with this name, or one that is like it (Sales*); repeatable")
-        ->allow_extra_args(false);
-    verb.add_option("--status", options.status, "Only those that are so: loaded, notLoaded, damaged, not*");
-    verb.add_option("--columns", options.columns,
-                    "What is shown: id,name,parent,status; any member of the JSON output");
-    verb.add_option("--sort", options.sort, "The column by which they are ordered; parent and id without it");
-    CLI::Option* const output = verb.add_option("-o,--output", options.output, "table, json, csv or name (PARENT/ID)");
-    output->check(CLI::IsMember({"table", "json", "csv", "name"}));
+    verb.add_option(PARENT_OPTION, options.parent, "Only those of this adapter or team")->type_name(PARENT_VALUE);
+    verb.add_option("-i,--id", options.ids, "Only these: ids, ranges and patterns (10,20-29,1?)")->type_name("IDS");
+    verb.add_option("-n,--name", options.names,
+                    "Only those with this name, or one that is like it (Sales*); repeatable")
+        ->allow_extra_args(false)
+        ->type_name("NAME");
+    verb.add_option("-s,--status", options.status, "Only those that are so; several with commas, or a pattern (not*)")
+        ->type_name("loaded|notLoaded|disabled|unknown|damaged");
+    verb.add_option("--columns", options.columns, "What is shown: id,name,parent,status; any member of the JSON output")
+        ->type_name(COLUMN_VALUE);
+    verb.add_option("--sort", options.sort, "The column by which they are ordered; parent and id without it")
+        ->type_name(COLUMN_VALUE);
+    CLI::Option* const output = verb.add_option("-o,--output", options.output, "The form; name is PARENT/ID");
+    output->check(CLI::Validator(CLI::IsMember({"table", "json", "csv", "name"})).description(""))
+        ->type_name("table|json|csv|name");
     verb.add_flag("--no-header", options.noHeader, "Leave the headings out");
-    verb.add_flag("--json", options.json, "The same as -o json")->excludes(output);
+    verb.add_flag("-j,--json", options.json, "The same as -o json")->excludes(output);
 }
 
 void CheckColumns(const char* option, const std::string& text, bool isOne)
 {
     std::string fault;
     const size_t count = ParseColumns(text, fault).size();
-    std::string names;
-    for (const std::string& name : VlanFields())
-        names += (names.empty() ? "" : ", ") + name;
     if (!fault.empty() || count == 0)
-        throw CLI::ValidationError(option, "there is no column \"" + fault + "\"; there are " + names);
+        throw CLI::ValidationError(option,
+                                   "there is no column \"" + fault + "\"; there are " + Joined(VlanFields(), ", "));
     if (isOne && count > 1)
         throw CLI::ValidationError(option, "takes one column");
 }
@@ -53,24 +57,24 @@ void CheckListOptions(CLI::App&, ListOptions& options)
 
 void AddVlanOptions(CLI::App& verb, VlanOptions& options)
 {
-    verb.add_option("VLAN", options.vlan, VLAN_HELP)->required();
-    verb.add_flag("--instance", options.instance, INSTANCE_HELP);
+    AddVlanWord(verb, options);
     AddJsonOption(verb, options.json);
 }
 
 void AddParentsOptions(CLI::App& verb, ParentsOptions& options)
 {
-    verb.add_flag("--all", options.all, "The others, too, with the reason");
+    verb.add_flag("-a,--all", options.all, "The others, too, with the reason");
     AddJsonOption(verb, options.json);
 }
 
 void AddDoctorOptions(CLI::App& verb, DoctorOptions& options)
 {
-    verb.add_option("--parent", options.parent, "Only what concerns this adapter or team and its VLANs");
+    verb.add_option(PARENT_OPTION, options.parent, "Only what concerns this adapter or team and its VLANs")
+        ->type_name(PARENT_VALUE);
     CLI::Option* const repair = verb.add_option("--repair", options.names, "Mend all findings, or those that are named")
                                     ->expected(0, -1)
-                                    ->type_name("NAME");
-    verb.add_flag("--yes", options.yes, "Do not ask")->needs(repair);
+                                    ->type_name(FINDING_VALUE);
+    verb.add_flag("-y,--yes", options.yes, "Do not ask")->needs(repair);
     verb.add_flag("--dry-run", options.dryRun, "Say what would be done, and do nothing")->needs(repair);
     AddJsonOption(verb, options.json);
     AddWaitOption(verb, options.waitSeconds);

@@ -74,6 +74,15 @@ CRavString ProgramName()
     return name != nullptr ? name + 1 : path;
 }
 
+CRavString LocalTime()
+{
+    SYSTEMTIME time = {};
+    GetLocalTime(&time);
+    CRavString text;
+    text.FormatString(L"%02u:%02u:%02u", time.wHour, time.wMinute, time.wSecond);
+    return text;
+}
+
 void NoteHolder(const RAV_CLIENT_ID& client)
 {
     CRavRegKey key;
@@ -81,6 +90,7 @@ void NoteHolder(const RAV_CLIENT_ID& client)
     {
         key.SetValue(L"ProcessId", client.dwProcessId);
         key.SetValue(L"Program", ProgramName(), false);
+        key.SetValue(L"Since", LocalTime(), false);
     }
 }
 

@@ -13,7 +13,7 @@ bool canBind(const LAB_COMPONENT& upper, const LAB_COMPONENT& lower)
 
 LAB_LINKAGE linkageOf(const CSession& session, const std::wstring& service)
 {
-    LAB_LINKAGE linkage = ReadLinkage(service).value_or(LAB_LINKAGE());
+    LAB_LINKAGE linkage = session.Linkage(service);
     linkage.Change(session.m_pending.Bindings(service));
     return linkage;
 }
@@ -35,7 +35,7 @@ BindingState BindingStateOf(const CSession& session, const LAB_BINDING_ENDS& end
 {
     if (const std::optional<BindingState> pending = session.m_pending.Binding(ends.strService, ends.Device()))
         return *pending;
-    return ReadLinkage(ends.strService).value_or(LAB_LINKAGE()).State(ends.Device());
+    return session.Linkage(ends.strService).State(ends.Device());
 }
 
 void SetBindingState(CSession& session, const LAB_BINDING_ENDS& ends, bool enabled)

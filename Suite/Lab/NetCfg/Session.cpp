@@ -92,8 +92,17 @@ HRESULT CSession::Initialize()
 HRESULT CSession::Uninitialize()
 {
     m_pending.Drop();
+    m_linkages.clear();
     m_bInitialized = false;
     return S_OK;
+}
+
+const LAB_LINKAGE& CSession::Linkage(const std::wstring& service) const
+{
+    const auto [linkage, isNew] = m_linkages.try_emplace(service);
+    if (isNew)
+        linkage->second = ReadLinkage(service).value_or(LAB_LINKAGE());
+    return linkage->second;
 }
 
 HRESULT CSession::AcquireWriteLock(DWORD milliseconds, const std::wstring& description)

@@ -52,7 +52,12 @@ class CSession
         return Guarded([&] {
             const std::lock_guard<std::recursive_mutex> guard(m_mutex);
             const HRESULT ready = Check(needs);
-            return FAILED(ready) ? ready : body();
+            if (FAILED(ready))
+                return ready;
+            const HRESULT result = body();
+            if (needs == Needs::WriteLock)
+                m_linkages.clear(); // it may have changed them
+            return result;
         });
     }
 
@@ -63,6 +68,10 @@ class CSession
     /// The client let its INetCfg go: whatever it forgot is given back.
     void Close();
 
+    /// A service's linkage as this client has first met it, without what is pending: a client sees the configuration as
+    /// it was, whatever others do to it.
+    const LAB_LINKAGE& Linkage(const std::wstring& service) const;
+
     CPendingChanges m_pending;
 
   private:
@@ -70,6 +79,7 @@ class CSession
 
     std::recursive_mutex m_mutex;
     CWriteLock m_writeLock;
+    mutable std::map<std::wstring, LAB_LINKAGE> m_linkages;
     bool m_bInitialized = false;
 };
 

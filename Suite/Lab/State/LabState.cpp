@@ -157,8 +157,8 @@ CRavString LabSuiteLockHolder()
 {
     CRavString text;
     if (IsHeld(LAB_SUITE_LOCK_FILE, LAB_SUITE_LOCK))
-        text.FormatString(L"process %u (%s)", LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0),
-                          LabText(LAB_SUITE_LOCK, L"Program").c_str());
+        text.FormatString(L"process %u (%s) since %s", LabNumber(LAB_SUITE_LOCK, L"ProcessId", 0),
+                          LabText(LAB_SUITE_LOCK, L"Program").c_str(), LabText(LAB_SUITE_LOCK, L"Since").c_str());
     return text;
 }
 
