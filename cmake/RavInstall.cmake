@@ -38,5 +38,7 @@ install(FILES CHANGELOG.md DESTINATION .)
 install(FILES docs/registry.md docs/trace-log.md DESTINATION docs)
 if(RAV_BUILD_TOOLS)
     install(TARGETS vlanctl RUNTIME DESTINATION bin)
-    install(FILES docs/vlanctl.md DESTINATION docs)
+    install(FILES docs/vlanctl.md docs/doctor.md docs/apply.md docs/vlan-configuration.schema.json docs/powershell.md
+            DESTINATION docs)
+    install(DIRECTORY Tools/powershell/VlanAgent DESTINATION powershell)
 endif()

@@ -19,13 +19,15 @@ function(compare what expected actual)
     endif()
 endfunction()
 
+file(GLOB module RELATIVE "${CMAKE_CURRENT_LIST_DIR}/../../Tools" "${CMAKE_CURRENT_LIST_DIR}/../../Tools/powershell/VlanAgent/*")
 run(output ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${tree}" --strip)
 file(GLOB_RECURSE files RELATIVE "${tree}" "${tree}/*")
 list(FILTER files EXCLUDE REGEX "^include/")
 compare("the installed files"
     "bin/VlanAgent.dll;bin/vlanctl.exe;lib/libVlanAgent.dll.a;lib/libRavCommon.a;lib/libRavSettings.a;\
 lib/cmake/VlanAgent/VlanAgentConfig.cmake;lib/cmake/VlanAgent/VlanAgentConfigVersion.cmake;README.md;CHANGELOG.md;\
-docs/registry.md;docs/trace-log.md;docs/vlanctl.md" "${files}")
+docs/registry.md;docs/trace-log.md;docs/vlanctl.md;docs/doctor.md;docs/apply.md;docs/vlan-configuration.schema.json;\
+docs/powershell.md;${module}" "${files}")
 
 run(output ${OBJDUMP} -p "${tree}/bin/VlanAgent.dll")
 string(REGEX MATCHALL "\n\t\\[ *[0-9]+\\] [A-Za-z_][^\n]*" lines "${output}")
