@@ -125,6 +125,7 @@ HRESULT CRavNetCfgInterface::EndView()
         return S_OK;
     m_bViewStarted = false;
     m_components.Clear();
+    m_byId.clear();
     return Traced(L"closing the network configuration", m_pNetCfg->Uninitialize());
 }
 
@@ -284,12 +285,22 @@ void CRavNetCfgInterface::ReadAnew()
 void CRavNetCfgInterface::SearchAnew()
 {
     m_components.Clear();
+    m_byId.clear();
     m_bListed = false;
 }
 
 HRESULT CRavNetCfgInterface::FindComponentById(const wchar_t* id, ComPtr<INetCfgComponent>& component)
 {
     component.Reset();
-    return Traced(L"the search for a component",
-                  IsReading() ? m_pNetCfg->FindComponent(id, &component) : NETCFG_E_NOT_INITIALIZED);
+    if (!IsReading())
+        return Traced(L"the search for a component", NETCFG_E_NOT_INITIALIZED);
+    if (const auto known = m_byId.find(id); known != m_byId.end())
+    {
+        component = known->second;
+        return S_OK;
+    }
+    const HRESULT status = Traced(L"the search for a component", m_pNetCfg->FindComponent(id, &component));
+    if (SUCCEEDED(status) && component)
+        m_byId[id] = component;
+    return status;
 }

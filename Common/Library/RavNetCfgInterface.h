@@ -7,6 +7,7 @@
 #include <netcfgx.h>
 #include <wrl/client.h>
 
+#include <map>
 #include <vector>
 
 // One session with the Windows network configuration (INetCfg).
@@ -53,7 +54,8 @@ class CRavNetCfgInterface
     // Tells of a component that was installed, or removed, through this session.
     void NoteInstalled(const CRavString& strGuid, INetCfgComponent& component);
     void NoteRemoved(const CRavString& strGuid);
-    // Finds a protocol, service or client by its component id, for example "ms_tcpip".
+    // Finds a protocol, service or client by its component id, for example "ms_tcpip". One that was found stays found
+    // for as long as the view of the network configuration is open.
     HRESULT FindComponentById(const wchar_t* id, Microsoft::WRL::ComPtr<INetCfgComponent>& component);
 
     // Takes an adapter out of the intermediate driver's hands: unbinds the driver from it, with bRestoreBindings binds
@@ -98,7 +100,8 @@ class CRavNetCfgInterface
     bool m_bViewStarted = false;
     bool m_bGoesOnReading = false; // the view is closed, and started by the next call that reads
     CRavComponentIndex m_components;
-    std::vector<CRavString> m_guids; // of the last complete list
+    std::map<CRavString, Microsoft::WRL::ComPtr<INetCfgComponent>> m_byId; // protocols and their like
+    std::vector<CRavString> m_guids;                                       // of the last complete list
     bool m_bListed = false;
     int m_iWriteLocks = 0;
     bool m_bNeedsReboot = false;

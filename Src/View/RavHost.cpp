@@ -50,6 +50,12 @@ class CValues
         return m_values.Text(index, text, TEXT_CHARACTERS) ? std::optional(text) : std::nullopt;
     }
     CRavString Text(size_t index) const { return TextIfThere(index).value_or(CRavString()); }
+    CRavString AnyText(size_t index) const
+    {
+        CRavString text;
+        m_values.AnyText(index, text, TEXT_CHARACTERS);
+        return text;
+    }
 
   private:
     CRavRegValues m_values;
@@ -108,14 +114,14 @@ void ReadVlan(RAV_HOST& host, const CRavString& path, CRavRegKey& key, RAV_VLAN_
 {
     const CValues values(host, path, key,
                          {XmsValue::VlanParentKey, XmsValue::VlanName, XmsValue::VlanDisplayName,
-                          XmsValue::XmsMiniportKey, XmsValue::VlanType, XmsValue::LogicalGroupId});
+                          XmsValue::XmsMiniportKey, XmsValue::VlanType, XmsValue::LogicalGroupId, XmsValue::VlanId});
     vlan.parentKey = values.Text(0);
     vlan.name = values.Text(1);
     vlan.displayName = values.Text(2);
     vlan.miniportKey = values.Text(3);
     vlan.type = values.Number(4);
     vlan.group = values.Number(5);
-    vlan.id = CValues(host, path, key, {XmsValue::VlanId}).Number(0);
+    vlan.id = values.Number(6);
     vlan.jumboPacket = CValues(host, path, key, {JUMBO_PACKET}).TextIfThere(0);
 }
 
@@ -140,14 +146,27 @@ void ReadPort(RAV_HOST& host, const CRavString& path, CRavRegKey& key, RAV_PORT_
     port.xmsLoaded = values.Number(4);
 }
 
-void ReadComponent(RAV_HOST& host, const CRavString& instance, const CRavString& path, CRavRegKey& key,
-                   RAV_HOST_COMPONENT& component)
+// The component whose key this is; null for one that is no component, or has another key already.
+RAV_HOST_COMPONENT* ComponentOf(RAV_HOST& host, const CRavString& guid)
 {
-    const CValues values(host, path, key, {COMPONENT_ID, NetworkValue::NetworkAddress});
+    const auto place = host.places.find(RavCanonicalKey(guid));
+    RAV_HOST_COMPONENT* const component = place != host.places.end() ? &host.components[place->second] : nullptr;
+    return component != nullptr && component->instance.IsEmpty() ? component : nullptr;
+}
+
+void ReadKey(RAV_HOST& host, const CRavString& instance, const CRavString& path, CRavRegKey& key)
+{
+    const CValues values(
+        host, path, key,
+        {NetworkValue::NetCfgInstanceId, COMPONENT_ID, NetworkValue::NetworkAddress, XmsValue::SupportedFeatures});
+    RAV_HOST_COMPONENT* const found = ComponentOf(host, values.AnyText(0));
+    if (found == nullptr)
+        return;
+    RAV_HOST_COMPONENT& component = *found;
     component.instance = instance;
-    component.networkAddress = values.Text(1);
-    component.features = CValues(host, path, key, {XmsValue::SupportedFeatures}).Number(0).value_or(0);
-    component.kind = KindOf(component.features, values.Text(0));
+    component.networkAddress = values.Text(2);
+    component.features = values.Number(3).value_or(0);
+    component.kind = KindOf(component.features, values.Text(1));
     if (component.IsVlan())
         ReadVlan(host, path, key, component.vlan);
     if (component.kind == RAV_COMPONENT_KIND::VlanOnTeam)
@@ -205,15 +224,11 @@ HRESULT ReadComponents(CRavNetCfgInterface& netCfg, RAV_HOST_DEPTH depth, RAV_HO
     for (const CRavString& guid : guids)
         host.Add(guid);
     status = ForEachKey(host, CLASS_KEY, [&](const CRavString& name, const CRavString& path, CRavRegKey& key) {
-        CRavString guid;
-        if (name.Length() != INSTANCE_DIGITS)
-            return;
-        if (!key.GetValue(NetworkValue::NetCfgInstanceId, guid) && !IsAnswer(key.LastResult()))
-            host.unread.push_back(path);
-        const auto place = host.places.find(RavCanonicalKey(guid));
-        if (place != host.places.end() && host.components[place->second].instance.IsEmpty())
-            ReadComponent(host, name, path, key, host.components[place->second]);
+        if (name.Length() == INSTANCE_DIGITS)
+            ReadKey(host, name, path, key);
     });
+    if (depth == RAV_HOST_DEPTH::Values)
+        return status;
     for (RAV_HOST_COMPONENT& component : host.components)
         ReadRest(netCfg, depth, host, component);
     return status;
@@ -289,5 +304,5 @@ HRESULT RavReadHost(CRavNetCfgInterface& netCfg, RAV_HOST& host, RAV_HOST_DEPTH 
         return status;
     if (depth == RAV_HOST_DEPTH::Bindings)
         ReadRecords(host);
-    return ReadDriver(host);
+    return depth != RAV_HOST_DEPTH::Values ? ReadDriver(host) : status;
 }

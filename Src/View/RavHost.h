@@ -103,7 +103,8 @@ struct RAV_HOST
 // How much is read beside the components and what their keys say.
 enum class RAV_HOST_DEPTH
 {
-    Keys,    // the driver's entries
+    Values,  // nothing else: neither display names nor status
+    Keys,    // these, and the driver's entries
     Bindings // and what is bound to each adapter
 };
 

@@ -222,7 +222,7 @@ std::string StatusText(const VlanRow& row)
 
 std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail)
 {
-    return ReadParents(session, detail, ReadHost(session));
+    return ReadParents(session, detail, ReadHost(session, RAV_HOST_DEPTH::Values));
 }
 
 std::vector<ParentRow> ReadParents(CSession& session, ParentDetail detail, const RAV_HOST& host)
