@@ -40,5 +40,6 @@ if(RAV_BUILD_TOOLS)
     install(TARGETS vlanctl RUNTIME DESTINATION bin)
     install(FILES docs/vlanctl.md docs/doctor.md docs/apply.md docs/vlan-configuration.schema.json docs/powershell.md
             DESTINATION docs)
+    install(FILES Tools/dsc/VlanAgent.dsc.resource.json DESTINATION bin)
     install(DIRECTORY Tools/powershell/VlanAgent DESTINATION powershell)
 endif()

@@ -24,7 +24,7 @@ run(output ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${tree}" --strip)
 file(GLOB_RECURSE files RELATIVE "${tree}" "${tree}/*")
 list(FILTER files EXCLUDE REGEX "^include/")
 compare("the installed files"
-    "bin/VlanAgent.dll;bin/vlanctl.exe;lib/libVlanAgent.dll.a;lib/libRavCommon.a;lib/libRavSettings.a;\
+    "bin/VlanAgent.dll;bin/vlanctl.exe;bin/VlanAgent.dsc.resource.json;lib/libVlanAgent.dll.a;lib/libRavCommon.a;lib/libRavSettings.a;\
 lib/cmake/VlanAgent/VlanAgentConfig.cmake;lib/cmake/VlanAgent/VlanAgentConfigVersion.cmake;README.md;CHANGELOG.md;\
 docs/registry.md;docs/trace-log.md;docs/vlanctl.md;docs/doctor.md;docs/apply.md;docs/vlan-configuration.schema.json;\
 docs/powershell.md;${module}" "${files}")

@@ -167,6 +167,15 @@ struct ReportOptions
 };
 ExitStatus RunReport(CSession& session, const ReportOptions& options);
 
+struct DscOptions
+{
+    std::string operation; // "get", "set", "test", "export", "schema"
+    std::string input;     // the instance; empty: standard input has it
+    bool whatIf = false;   // what "set" would lead to
+};
+// One operation of a command-based resource, as engines of desired state have them: one parent with all its VLANs.
+ExitStatus RunDsc(const DscOptions& options);
+
 struct CompletionOptions
 {
     std::string shell; // "bash", "powershell"

@@ -4,7 +4,6 @@
 #include "Common/Library/RestartNote.h"
 #include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Costs.h"
-#include "Tools/vlanctl/DesiredStateFile.h"
 #include "Tools/vlanctl/DesiredStateScan.h"
 #include "Tools/vlanctl/Messages.h"
 #include "Tools/vlanctl/NameRules.h"
@@ -193,13 +192,13 @@ void PlanOn(CSession& session, const RAV_HOST& host, bool prune, DesiredPlan& pl
 }
 } // namespace
 
-DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options)
+DesiredPlan MakeDesiredPlan(CSession& session, const std::vector<DesiredParent>& state,
+                            const std::vector<std::string>& only, bool prune)
 {
-    const std::vector<DesiredParent> file = ReadDesiredState(options.file);
     const RAV_HOST host = ReadWholeHost(session);
     const std::vector<ParentRow> rows = ReadParents(session, ParentDetail::Names, host);
     DesiredPlan plan;
-    plan.wanted = Resolve(file, host, rows, options.parents);
+    plan.wanted = Resolve(state, host, rows, only);
     for (const RAV_WANTED_PARENT& parent : plan.wanted)
     {
         RAV_PARENT_CHANGE& change = plan.changes.emplace_back();
@@ -207,9 +206,14 @@ DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options)
         change.before.name =
             std::find_if(rows.begin(), rows.end(), [&](const ParentRow& row) { return row.key == parent.key; })->name;
     }
-    PlanOn(session, host, options.prune, plan);
+    PlanOn(session, host, prune, plan);
     Judge(session, host, plan);
     return plan;
+}
+
+DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options)
+{
+    return MakeDesiredPlan(session, ReadDesiredState(options.file), options.parents, options.prune);
 }
 
 void Replan(CSession& session, bool prune, DesiredPlan& plan)

@@ -2,6 +2,7 @@
 
 #include "Plan/RavCarryOut.h"
 #include "Tools/vlanctl/Commands.h"
+#include "Tools/vlanctl/DesiredStateFile.h"
 #include "Tools/vlanctl/Difference.h"
 
 #include <string>
@@ -18,7 +19,11 @@ struct DesiredPlan
     std::vector<Note> warnings;
 };
 
-// Reads the file, and the host in one walk. Throws CommandError when one of them cannot be read, or names nothing.
+// Reads the host in one walk; `only` are the parents of the state that it is about, none: all. Throws CommandError when
+// it cannot be read, or a name is nothing's.
+DesiredPlan MakeDesiredPlan(CSession& session, const std::vector<DesiredParent>& state,
+                            const std::vector<std::string>& only, bool prune);
+// The same of the file that the options name.
 DesiredPlan MakeDesiredPlan(CSession& session, const DiffOptions& options);
 // The plan once more, as the host is now.
 void Replan(CSession& session, bool prune, DesiredPlan& plan);

@@ -1,20 +1,18 @@
 #include "Tools/vlanctl/DesiredStateFile.h"
 
+#include "Common/Src/RavUtf8.h"
 #include "Src/RavVlanTypes.h"
 #include "Tools/vlanctl/DesiredStateScan.h"
-#include "Tools/vlanctl/FileHandle.h"
-#include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Session.h"
+#include "Tools/vlanctl/TextFile.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 
 using Json = nlohmann::ordered_json;
 
 namespace
 {
-constexpr size_t MOST_BYTES = 16 * 1024 * 1024;
 constexpr size_t MOST_OF_A_NAME = 32;
 constexpr int64_t LAST_TYPE = 2;
 
@@ -172,33 +170,6 @@ class CFileReader
     std::vector<std::string>& m_faults;
 };
 
-std::string ReadAll(HANDLE file, const std::string& path)
-{
-    std::string text;
-    std::array<char, 65536> part = {};
-    for (;;)
-    {
-        DWORD size = 0;
-        const bool isRead = ReadFile(file, part.data(), part.size(), &size, nullptr) != 0;
-        if (!isRead && GetLastError() != ERROR_BROKEN_PIPE)
-            throw CommandError(EXIT_REFUSED, path + " cannot be read: " + WindowsText(GetLastError()));
-        if (!isRead || size == 0)
-            return text;
-        text.append(part.data(), size);
-        if (text.size() > MOST_BYTES)
-            throw CommandError(EXIT_REFUSED, path + " is larger than 16 MiB");
-    }
-}
-
-// What PowerShell's ">" makes of a text is UTF-16.
-std::string InUtf8(const std::string& bytes)
-{
-    if (!bytes.starts_with("\xFF\xFE"))
-        return bytes;
-    std::wstring wide((bytes.size() - 2) / sizeof(wchar_t), L'\0');
-    std::copy_n(bytes.data() + 2, wide.size() * sizeof(wchar_t), reinterpret_cast<char*>(wide.data()));
-    return ToUtf8(wide);
-}
 } // namespace
 
 std::vector<DesiredParent> ParseDesiredState(const std::string& text)
@@ -218,13 +189,7 @@ std::vector<DesiredParent> ParseDesiredState(const std::string& text)
 
 std::vector<DesiredParent> ReadDesiredState(const std::string& path)
 {
-    const bool isInput = path == "-";
-    const CFileHandle file(isInput ? nullptr
-                                   : CreateFileW(FromUtf8(path), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                                 FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!isInput && !file)
-        throw CommandError(EXIT_REFUSED, path + " cannot be opened: " + WindowsText(GetLastError()));
-    const std::string text = InUtf8(ReadAll(isInput ? GetStdHandle(STD_INPUT_HANDLE) : file.Get(), path));
+    const std::string text = ReadTextFile(path);
     try
     {
         return ParseDesiredState(text);

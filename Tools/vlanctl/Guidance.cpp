@@ -42,6 +42,8 @@ const Example EXAMPLES[] = {
     {"apply", "vlanctl apply host.json --yes --confirm-within 60"},
     {"confirm", "vlanctl confirm"},
     {"confirm", "vlanctl confirm --roll-back"},
+    {"dsc", "vlanctl dsc export"},
+    {"dsc", "vlanctl dsc get --input '{\"parent\": \"Port A\"}'"},
     {"completion", "vlanctl completion bash > /etc/bash_completion.d/vlanctl"},
     {"completion", "vlanctl completion powershell | Out-String | Invoke-Expression"},
 };

@@ -4,11 +4,15 @@
 #include "Tools/vlanctl/Output.h"
 #include "Tools/vlanctl/Session.h"
 
+#include <algorithm>
+#include <array>
+
 namespace
 {
 constexpr wchar_t NEW[] = L".new"; // is put to the name of the file until it is whole
 constexpr DWORD POLL_MILLISECONDS = 10;
 constexpr DWORD MOST_MILLISECONDS = 5000;
+constexpr size_t MOST_BYTES = 16 * 1024 * 1024;
 
 bool WriteNew(const CRavString& path, const std::string& text)
 {
@@ -36,6 +40,34 @@ bool Move(const CRavString& from, const CRavString& to)
     }
     return true;
 }
+
+std::string ReadAll(HANDLE file, const std::string& path)
+{
+    std::string text;
+    std::array<char, 65536> part = {};
+    for (;;)
+    {
+        DWORD size = 0;
+        const bool isRead = ReadFile(file, part.data(), part.size(), &size, nullptr) != 0;
+        if (!isRead && GetLastError() != ERROR_BROKEN_PIPE)
+            throw CommandError(EXIT_REFUSED, path + " cannot be read: " + WindowsText(GetLastError()));
+        if (!isRead || size == 0)
+            return text;
+        text.append(part.data(), size);
+        if (text.size() > MOST_BYTES)
+            throw CommandError(EXIT_REFUSED, path + " is larger than 16 MiB");
+    }
+}
+
+// What PowerShell's ">" makes of a text is UTF-16.
+std::string InUtf8(const std::string& bytes)
+{
+    if (!bytes.starts_with("\xFF\xFE"))
+        return bytes;
+    std::wstring wide((bytes.size() - 2) / sizeof(wchar_t), L'\0');
+    std::copy_n(bytes.data() + 2, wide.size() * sizeof(wchar_t), reinterpret_cast<char*>(wide.data()));
+    return ToUtf8(wide);
+}
 } // namespace
 
 bool ReplaceFileText(const CRavString& path, const std::string& text)
@@ -48,4 +80,15 @@ void WriteTextFile(const std::string& path, const std::string& text)
 {
     if (!ReplaceFileText(FromUtf8(path), text))
         throw CommandError(EXIT_REFUSED, path + " cannot be written: " + WindowsText(GetLastError()));
+}
+
+std::string ReadTextFile(const std::string& path)
+{
+    const bool isInput = path == "-";
+    const CFileHandle file(isInput ? nullptr
+                                   : CreateFileW(FromUtf8(path), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                                 FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!isInput && !file)
+        throw CommandError(EXIT_REFUSED, path + " cannot be opened: " + WindowsText(GetLastError()));
+    return InUtf8(ReadAll(isInput ? GetStdHandle(STD_INPUT_HANDLE) : file.Get(), path));
 }

@@ -59,6 +59,22 @@ void AddConfirmOptions(CLI::App& verb, ConfirmOptions& options)
     AddJsonOption(verb, options.json);
 }
 
+void AddDscOptions(CLI::App& verb, DscOptions& options)
+{
+    verb.add_option("OPERATION", options.operation, "get, set, test, export or schema")
+        ->required()
+        ->check(CLI::Validator(CLI::IsMember({"get", "set", "test", "export", "schema"})).description(""))
+        ->type_name("");
+    verb.add_option("--input", options.input, "The instance; standard input has it without this")->type_name("JSON");
+    verb.add_flag("--what-if", options.whatIf, "Tell what set would lead to, and change nothing");
+}
+
+void CheckDscOptions(CLI::App&, DscOptions& options)
+{
+    if (options.whatIf && options.operation != "set")
+        throw CLI::ValidationError("--what-if", "is for set");
+}
+
 void AddWatchConfirmationOptions(CLI::App& verb, WatchConfirmationOptions& options)
 {
     verb.add_option("PROCESS", options.process)->required();
@@ -74,5 +90,6 @@ void AddDesiredVerbs(CLI::App& app, Command& command)
     AddVerb(app, command, "apply", "Bring the VLANs of the machine to what a file says", RunApply, AddApplyOptions,
             CheckApplyOptions);
     AddVerb(app, command, "confirm", "Keep a change that waits for its confirmation", RunConfirm, AddConfirmOptions);
+    AddVerb(app, command, "dsc", "Be a resource of an engine of desired state", RunDsc, AddDscOptions, CheckDscOptions);
     AddVerb(app, command, "watch-confirmation", "", RunWatchConfirmation, AddWatchConfirmationOptions);
 }
