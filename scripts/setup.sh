@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing of the packages that the build and the tests need; with the argument "checks" also what the checks
-# of .ci/run need, with "manual" what makes the manual instead, with "package" what the packages of a release take besides. Silent
-# when nothing is missing.
+# of .ci/run need, with "manual" what makes the manual instead, with "package" what the packages of a release take besides,
+# with "fleet" what the demonstration with many hosts does. Silent when nothing is missing.
 set -euo pipefail
 
 packages=(
@@ -20,6 +20,7 @@ case ${1:-} in
 checks) packages+=(clang-format clang-tidy lowdown wixl msitools) ;;
 manual) packages=(lowdown) ;;
 package) packages+=(lowdown wixl msitools) ;;
+fleet) packages+=(ansible-core) ;;
 esac
 
 fail() {
