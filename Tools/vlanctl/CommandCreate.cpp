@@ -82,11 +82,15 @@ Report Examine(CSession& session, const CreateOptions& options, const WantedVlan
     return report;
 }
 
-// Notes what the agent has done, and stops it between two VLANs.
+// Names each VLAN for the agent, notes what it has done, and stops it between two VLANs.
 class CProgress : public CRavVlanProgress
 {
   public:
-    explicit CProgress(Report& report) : m_report(report), m_line(report.steps.size()) { ShowNext(0); }
+    CProgress(const WantedVlans& wanted, Report& report)
+        : m_wanted(wanted), m_report(report), m_line(report.steps.size())
+    {
+        ShowNext(0);
+    }
     void OnVlanCreated(DWORD vlanId, size_t uDone, size_t) override
     {
         for (Step& step : m_report.steps)
@@ -97,6 +101,14 @@ class CProgress : public CRavVlanProgress
         ShowNext(uDone);
     }
     bool GoesOn() override { return !IsInterrupted(m_report); }
+    void NameVlan(DWORD vlanId, CRavString& name) override
+    {
+        for (const WantedVlan& vlan : m_wanted.vlans)
+        {
+            if (vlan.id == vlanId && vlan.name)
+                name = FromUtf8(*vlan.name);
+        }
+    }
 
   private:
     void ShowNext(size_t done)
@@ -105,6 +117,7 @@ class CProgress : public CRavVlanProgress
             m_line.Show(done, StepText(m_report.steps[done]));
     }
 
+    const WantedVlans& m_wanted;
     Report& m_report;
     CProgressLine m_line;
 };
@@ -123,49 +136,28 @@ void NoteFailure(CSession& session, const CResult& result, Report& report)
     PrintError("vlanctl: the VLAN " + IdText(step->vlan.info.vlanId) + " was not created: " + step->reason + "\n");
 }
 
-// Several that are named after their ids in one call, in which the agent reads the host once.
-CResult AskForAll(CSession& session, const WantedVlans& wanted, const CRavString& parentKey, CProgress& progress)
-{
-    CResult result;
-    session.Agent().CreateMultipleVLANs(result, parentKey, FromUtf8(wanted.ids), RAV_AUTO_VLAN_NAMES, 0, &progress,
-                                        session.Lock(0));
-    return result;
-}
-
-CResult AskForOne(CSession& session, const WantedVlan& vlan, const CRavString& parentKey)
-{
-    CResult result;
-    if (vlan.name)
-        session.Agent().CreateVlan(result, parentKey, vlan.id, FromUtf8(*vlan.name), 0, session.Lock(0));
-    else // there is no other way to have the agent choose a name
-        session.Agent().CreateMultipleVLANs(result, parentKey, FromUtf8(std::to_string(vlan.id)), RAV_AUTO_VLAN_NAMES,
-                                            0, nullptr, session.Lock(0));
-    return result;
-}
-
+// All in one call, in which the agent reads the host once.
 CResult Ask(CSession& session, const WantedVlans& wanted, const CRavString& parentKey, CProgress& progress)
 {
-    const bool isAnyNamed = std::any_of(wanted.vlans.begin(), wanted.vlans.end(),
-                                        [](const WantedVlan& vlan) { return vlan.name.has_value(); });
-    if (!isAnyNamed)
-        return AskForAll(session, wanted, parentKey, progress);
-    size_t done = 0;
-    for (const WantedVlan& vlan : wanted.vlans)
+    CResult result;
+    if (wanted.vlans.size() != 1 || !wanted.vlans.front().name)
     {
-        if (!progress.GoesOn())
-            return CResult(ERROR_CANCELLED);
-        const CResult result = AskForOne(session, vlan, parentKey);
-        if (!result.Succeeded())
-            return result;
-        progress.OnVlanCreated(vlan.id, ++done, wanted.vlans.size());
+        session.Agent().CreateMultipleVLANs(result, parentKey, FromUtf8(wanted.ids), RAV_AUTO_VLAN_NAMES, 0, &progress,
+                                            session.Lock(0));
+        return result;
     }
-    return CResult::Success();
+    const WantedVlan& vlan = wanted.vlans.front();
+    if (!progress.GoesOn())
+        return CResult(ERROR_CANCELLED);
+    session.Agent().CreateVlan(result, parentKey, vlan.id, FromUtf8(*vlan.name), 0, session.Lock(0));
+    if (result.Succeeded())
+        progress.OnVlanCreated(vlan.id, 1, 1);
+    return result;
 }
 
 void Create(CSession& session, const CreateOptions& options, const ParentRow& parent, Request& request, Report& report)
 {
     TakeUnderLock(session, options, report, [&] {
-        CProgress progress(report);
         if (options.ifMissing) // another program may have created them until the lock was had
         {
             LeavePresentOut(session, parent, request);
@@ -173,6 +165,7 @@ void Create(CSession& session, const CreateOptions& options, const ParentRow& pa
         }
         if (!IsAnyWanted(request))
             return;
+        CProgress progress(request.wanted, report);
         const CResult result = Ask(session, request.wanted, parent.key, progress);
         if (result.Succeeded() || !report.errors.empty())
             return;

@@ -225,6 +225,21 @@ TEST(Create, NamesAreGeneratedForAListAloneAndNeverTwice)
     }
 }
 
+TEST(Create, ANameThatIsRefusedComesBeforeTheFirstVlan)
+{
+    struct CNames final : CRavVlanProgress
+    {
+        void OnVlanCreated(DWORD, size_t, size_t) override {}
+        void NameVlan(DWORD vlanId, CRavString& name) override { name = vlanId == 10 ? L"A" : L"a|b"; }
+    } progress;
+    CLabHost host;
+    CResult result;
+    host.Agent().CreateMultipleVLANs(result, host.Key("Port A"), L"10-11", RAV_AUTO_VLAN_NAMES, 0, &progress,
+                                     host.Lock());
+    EXPECT_EQ(0x33000088u, result.ulErrCode);
+    EXPECT_EQ("", Names(host, "Port A"));
+}
+
 TEST(Create, WhatIsThrownAfterAVlanIsThereTakesNothingBack)
 {
     struct CThrowing final : CRavVlanProgress
