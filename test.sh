@@ -26,6 +26,7 @@ trap 'scripts/session.sh end' EXIT
 for preset in "${presets[@]}"; do
     scripts/build.sh "$preset" >&2
 done
+scripts/powershell.sh >/dev/null || true # PowerShellTest is skipped then: it says why
 # The processors that this may use, at most four; a test at a time on each. Their sessions are begun here: ctest waits for the
 # end of a test's pipe, and a session's services keep open that of the program that begins it.
 cpus=($(awk '/^Cpus_allowed_list:/ {

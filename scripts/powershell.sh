@@ -20,7 +20,8 @@ if [ ! -x "$folder/pwsh" ]; then
     command -v dotnet >/dev/null || skip "neither pwsh nor the .NET SDK is installed"
     log=$(mktemp)
     trap 'rm -f "$log"' EXIT
-    timeout 300 dotnet tool install --tool-path "$folder" PowerShell --version "$version" >"$log" 2>&1 ||
+    rm -rf "$folder" # what an interruption has left
+    timeout 120 dotnet tool install --tool-path "$folder" PowerShell --version "$version" >"$log" 2>&1 ||
         skip "it cannot be installed: $(grep -m1 -i error "$log" || tail -n 1 "$log")"
 fi
 echo "$folder/pwsh"

@@ -246,6 +246,7 @@ TEST(Vlanctl, TellsErrorsToProgramsToo)
         {"list --columns id,colour", 2, "usage"},
         {"list --id 20-10", 2, "usage"},
         {"create --parent No --id 5 --auto-names", 1, "unknownName"},
+        {"export --parent No", 1, "unknownName"},
     };
     for (const auto& [command, status, name] : CASES)
     {

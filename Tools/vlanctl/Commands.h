@@ -120,6 +120,7 @@ struct ExportOptions
 {
     std::vector<std::string> parents; // none: those that carry VLANs, or could
     std::string file;                 // none: standard output
+    bool json = false;                // errors, too: the file always is
 };
 ExitStatus RunExport(CSession& session, const ExportOptions& options);
 

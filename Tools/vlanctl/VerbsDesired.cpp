@@ -18,6 +18,7 @@ void AddExportOptions(CLI::App& verb, ExportOptions& options)
     AddParents(verb, options.parents);
     verb.add_option("-o,--output", options.file, "The file to write; standard output without it")
         ->type_name(FILE_VALUE);
+    AddJsonOption(verb, options.json, "Errors for programs, too; the file is JSON always");
 }
 
 void AddFile(CLI::App& verb, DiffOptions& options)

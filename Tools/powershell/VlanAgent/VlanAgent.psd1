@@ -12,7 +12,7 @@
         'Get-Vlan', 'New-Vlan', 'Set-Vlan', 'Remove-Vlan', 'Restart-Vlan', 'Test-Vlan', 'Get-VlanParent',
         'Get-VlanSetting', 'Set-VlanSetting', 'Reset-VlanSetting',
         'Test-VlanHost', 'Repair-VlanHost',
-        'Export-VlanConfiguration', 'Compare-VlanConfiguration', 'Set-VlanConfiguration'
+        'Export-VlanConfiguration', 'Compare-VlanConfiguration', 'Set-VlanConfiguration', 'Confirm-VlanConfiguration'
     )
     CmdletsToExport      = @()
     VariablesToExport    = @()
