@@ -31,7 +31,8 @@ for file in bin/VlanAgent.dll bin/vlanctl.exe bin/VlanAgent.dsc.resource.json po
 done
 "$root/Tests/Install/SbomTest.py" "${zip%.zip}"
 
-export RAV_WINEPREFIX=$work/prefix
+export RAV_WINEPREFIX=$work/prefix RAV_CPUS='' # a prefix of its own, not one for each processor
+unset CTEST_RESOURCE_GROUP_0_CPUS
 trap '"$root/scripts/session.sh" end || true' EXIT
 suite=$work/suite
 mkdir -p "$suite"
