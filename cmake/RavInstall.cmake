@@ -38,7 +38,7 @@ install(FILES CHANGELOG.md DESTINATION .)
 install(FILES docs/registry.md docs/trace-log.md DESTINATION docs)
 if(RAV_BUILD_TOOLS)
     install(TARGETS vlanctl RUNTIME DESTINATION bin)
-    install(FILES docs/vlanctl.md docs/doctor.md docs/apply.md docs/vlan-configuration.schema.json docs/powershell.md
+    install(FILES docs/vlanctl.md docs/doctor.md docs/apply.md docs/vlan-configuration.schema.json docs/powershell.md docs/fleet.md
             DESTINATION docs)
     install(FILES Tools/dsc/VlanAgent.dsc.resource.json DESTINATION bin)
     install(DIRECTORY Tools/powershell/VlanAgent DESTINATION powershell)

@@ -9,8 +9,10 @@ scripts/setup.sh manual
 mkdir -p "$folder"
 version=$(sed -n 's/^project(.*VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 
-# A page for man begins with a name, by which it is found; its sections are the document's.
-sed -e '1s/.*/# NAME\n\nvlanctl - lists, creates, changes and removes VLANs\n\n# DESCRIPTION/' -e 's/^## /# /' "$source" |
+# A page for man begins with a name, by which it is found; its sections are the document's. Links are names there, and programs
+# stand in the path.
+text=$(sed -e 's/\.\/run\.sh vlanctl/vlanctl/g' "$source")
+sed -e 's/\[\([^]]*\)\]([^)]*)/\1/g' -e '1s/.*/# NAME\n\nvlanctl - lists, creates, changes and removes VLANs\n\n# DESCRIPTION/' -e 's/^## /# /' <<<"$text" |
     lowdown -s -tman -M title=VLANCTL -M section=1 -M "source=VLAN agent $version" >"$folder/vlanctl.1"
 
 {
@@ -39,6 +41,6 @@ pre { background: var(--box); padding: .8rem; overflow-x: auto; border-radius: 5
 <body>
 <main>
 HEAD
-    lowdown -thtml "$source"
+    lowdown -thtml <<<"$text"
     printf '</main>\n</body>\n</html>\n'
 } >"$folder/vlanctl.html"

@@ -27,7 +27,7 @@ compare("the installed files"
     "bin/VlanAgent.dll;bin/vlanctl.exe;bin/VlanAgent.dsc.resource.json;lib/libVlanAgent.dll.a;lib/libRavCommon.a;lib/libRavSettings.a;\
 lib/cmake/VlanAgent/VlanAgentConfig.cmake;lib/cmake/VlanAgent/VlanAgentConfigVersion.cmake;README.md;CHANGELOG.md;\
 docs/registry.md;docs/trace-log.md;docs/vlanctl.md;docs/doctor.md;docs/apply.md;docs/vlan-configuration.schema.json;\
-docs/powershell.md;${module}" "${files}")
+docs/powershell.md;docs/fleet.md;${module}" "${files}")
 
 run(output ${OBJDUMP} -p "${tree}/bin/VlanAgent.dll")
 string(REGEX MATCHALL "\n\t\\[ *[0-9]+\\] [A-Za-z_][^\n]*" lines "${output}")

@@ -209,7 +209,7 @@ void Announce(const Report& report, const RemoveOptions& options)
         if (step.state != StepState::Planned)
             PrintError("error: " + VlanText(step.vlan.info) + " cannot be removed: " + step.reason + "\n");
     }
-    if (!options.json)
+    if (!options.json && (options.dryRun || !options.yes)) // each VLAN is told when it is gone
         Print(PlanText(report, options.dryRun ? "would remove " : "will remove "));
     ShowNotes(report.warnings, "warning");
     if (report.steps.empty() && !options.json)

@@ -147,7 +147,7 @@ std::string VlanText(const RAV_VLAN_INFO& info)
 
 std::string VlanText(DWORD id, const CRavString& name)
 {
-    return IdText(id) + " " + Visible(ToUtf8(name));
+    return IdText(id) + (name.IsEmpty() ? "" : " " + Visible(ToUtf8(name)));
 }
 
 std::vector<VlanRow> VlansOf(CSession& session, const RAV_HOST& host, const CRavString& parentKey)
