@@ -12,7 +12,7 @@ namespace
 constexpr wchar_t NEW[] = L".new"; // is put to the name of the file until it is whole
 constexpr DWORD POLL_MILLISECONDS = 10;
 constexpr DWORD MOST_MILLISECONDS = 5000;
-constexpr size_t MOST_BYTES = 16 * 1024 * 1024;
+constexpr size_t MOST_BYTES = size_t{16} * 1024 * 1024;
 
 bool WriteNew(const CRavString& path, const std::string& text)
 {
