@@ -63,6 +63,10 @@ def main(version, paths):
     own = package_entry("VLAN agent", version, "NOASSERTION", "VlanAgent.dll, vlanctl.exe and what belongs to them")
     linked = [package_entry(name, version_of(package), licence, comment) for name, package, licence, comment in LINKED]
     files = [file_entry(path) for path in paths]
+    # Whoever names the files of a package gives a code of them all.
+    sums = "".join(sorted(file["checksums"][0]["checksumValue"] for file in files))
+    code = hashlib.sha1(sums.encode()).hexdigest()
+    own.update(filesAnalyzed=True, packageVerificationCode={"packageVerificationCodeValue": code})
     # The same release gives the same document, but for its date.
     digest = hashlib.sha256("".join(file["checksums"][1]["checksumValue"] for file in files).encode()).hexdigest()
     relations = [("SPDXRef-DOCUMENT", "DESCRIBES", own["SPDXID"])]

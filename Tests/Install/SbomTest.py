@@ -15,6 +15,10 @@ for relation in document["relationships"]:
     assert {relation["spdxElementId"], relation["relatedSpdxElement"]} <= ids, f"a relation to nothing: {relation}"
 assert len(document["packages"]) > 1 and all(entry["versionInfo"] for entry in document["packages"]), "what is linked in"
 assert {entry["fileName"] for entry in document["files"]} == {"./bin/VlanAgent.dll", "./bin/vlanctl.exe"}, "the files"
+own = document["packages"][0]
+sums = "".join(sorted(sum["checksumValue"] for entry in document["files"] for sum in entry["checksums"] if sum["algorithm"] == "SHA1"))
+assert own["filesAnalyzed"], "a package whose files are named"
+assert own["packageVerificationCode"]["packageVerificationCodeValue"] == hashlib.sha1(sums.encode()).hexdigest(), "its code"
 for entry in document["files"]:
     sums = {checksum["algorithm"].lower(): checksum["checksumValue"] for checksum in entry["checksums"]}
     with open(tree + "/" + entry["fileName"], "rb") as file:

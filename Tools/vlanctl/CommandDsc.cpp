@@ -24,17 +24,20 @@ DscInstance ReadInstance(const DscOptions& options)
     return ParseDscInstance(options.input.empty() ? ReadTextFile("-") : options.input);
 }
 
+void ReadSettingsOf(CSession& session, const CRavString& parentName, RAV_PRESENT_VLAN& vlan)
+{
+    const CResult result = RavReadSettings(SourceOf(session), vlan);
+    if (!result.Succeeded())
+        throw CommandError(EXIT_REFUSED, "the settings of " + VlanText(vlan.id, vlan.name) + " on " +
+                                             ToUtf8(parentName) + " cannot be read: " + CodeText(result));
+}
+
 // The parent's VLANs with all their settings.
 RAV_PRESENT_PARENT ReadParent(CSession& session, const RAV_HOST& host, const ParentRow& row)
 {
     RAV_PRESENT_PARENT parent = RavReadParent(SourceOf(session), host, row.key);
     for (RAV_PRESENT_VLAN& vlan : parent.vlans)
-    {
-        const CResult result = RavReadSettings(SourceOf(session), vlan);
-        if (!result.Succeeded())
-            throw CommandError(EXIT_REFUSED, "the settings of " + VlanText(vlan.id, vlan.name) + " on " +
-                                                 ToUtf8(row.name) + " cannot be read: " + CodeText(result));
-    }
+        ReadSettingsOf(session, row.name, vlan);
     return parent;
 }
 
@@ -102,7 +105,7 @@ Json Foretell(CSession& session, const DesiredPlan& plan, const std::string& nam
         {
             RAV_PRESENT_PARENT alone;
             if (!vlan.settings)
-                RavReadSettings(SourceOf(session), vlan);
+                ReadSettingsOf(session, change.before.name, vlan);
             alone.vlans = {vlan};
             keys.push_back(vlan.key);
             vlans.push_back(ParentToFile(alone).at("vlans").front());

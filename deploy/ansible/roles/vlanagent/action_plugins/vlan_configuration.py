@@ -66,11 +66,11 @@ class ActionModule(ActionBase):
             result["diff"] = {"prepared": self._text_of(plan.get("differences", []))}
         if self._task.check_mode:
             return result
-        if path:
-            self._keep(path)
         if differences:
             report = self._apply()
             result.update(restart_needed=report["restartNeeded"], steps=report["steps"])
+        if path:  # what the host has become, not what it has refused
+            self._keep(path)
         return result
 
     @staticmethod
