@@ -17,7 +17,8 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Plan\\RavRepair";
-constexpr int MOST_ROUNDS = 4; // one repair may show what another finding hid
+constexpr int MOST_TURNS = 4;
+constexpr int MOST_ROUNDS = 4; // of a turn: one repair may show what another finding hid
 
 // The driver's entries and the records are made where they are missing; the key of an adapter or VLAN has to be there.
 bool OpenForWriting(CRavRegKey& key, const CRavString& path)
@@ -195,10 +196,11 @@ void ExamineAfterwards(RAV_REPAIR& repair)
     else
         repair.result = ResultOf(status);
 }
-} // namespace
 
-RAV_REPAIR RavRepairHost(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
-                         const std::function<bool(const RAV_FINDING&)>& isChosen, RAV_RELOADS reloads)
+using CHOICE = std::function<bool(const RAV_FINDING&)>;
+
+RAV_REPAIR RepairOnce(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
+                      const CHOICE& isChosen, RAV_RELOADS reloads)
 {
     RAV_REPAIR repair;
     {
@@ -211,5 +213,38 @@ RAV_REPAIR RavRepairHost(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, con
     }
     if (repair.result.Succeeded())
         ExamineAfterwards(repair);
+    return repair;
+}
+
+// Whether there is something that could be mended, although every step so far did what it was to do.
+bool IsOpen(const RAV_REPAIR& repair, const CHOICE& isChosen)
+{
+    return repair.result.Succeeded() && repair.failed.empty() &&
+           std::any_of(repair.left.begin(), repair.left.end(),
+                       [&](const RAV_FINDING& finding) { return isChosen(finding) && !finding.steps.empty(); });
+}
+
+void Add(RAV_REPAIR& repair, RAV_REPAIR&& next)
+{
+    repair.result = next.result;
+    repair.mended.insert(repair.mended.end(), next.mended.begin(), next.mended.end());
+    repair.failed = std::move(next.failed);
+    repair.left = std::move(next.left);
+    repair.isRestartNeeded = repair.isRestartNeeded || next.isRestartNeeded;
+}
+} // namespace
+
+// Several components with one GUID look like one, and a step finds one of them: each has its turn.
+RAV_REPAIR RavRepairHost(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
+                         const CHOICE& isChosen, RAV_RELOADS reloads)
+{
+    RAV_REPAIR repair = RepairOnce(agent, core, lock, isChosen, reloads);
+    for (int turn = 1; turn < MOST_TURNS && IsOpen(repair, isChosen); ++turn)
+    {
+        RAV_REPAIR next = RepairOnce(agent, core, lock, isChosen, reloads);
+        if (!next.result.Succeeded() && next.mended.empty())
+            break; // another program came between the two
+        Add(repair, std::move(next));
+    }
     return repair;
 }

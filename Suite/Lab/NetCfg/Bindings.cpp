@@ -8,9 +8,22 @@
 namespace
 {
 
+std::wstring servicePath(const std::wstring& service)
+{
+    return std::wstring(SERVICES_KEY) + L'\\' + service;
+}
+
 std::wstring linkagePath(const std::wstring& service)
 {
-    return std::wstring(SERVICES_KEY) + L'\\' + service + L"\\Linkage";
+    return servicePath(service) + L"\\Linkage";
+}
+
+// A service that is not installed gets no linkage.
+LSTATUS createLinkage(CRegistryKey& key, const std::wstring& service)
+{
+    CRegistryKey installed;
+    const LSTATUS status = installed.Open(servicePath(service));
+    return status == ERROR_SUCCESS ? key.Create(linkagePath(service)) : status;
 }
 
 bool holds(const std::vector<std::wstring>& list, const std::wstring& device)
@@ -77,7 +90,7 @@ std::optional<LAB_LINKAGE> ReadLinkage(const std::wstring& service)
 LSTATUS ChangeBindings(const std::wstring& service, const LAB_BINDING_CHANGES& changes)
 {
     CRegistryKey key;
-    LSTATUS status = key.Create(linkagePath(service));
+    LSTATUS status = createLinkage(key, service);
     if (status != ERROR_SUCCESS)
         return status;
     const LAB_LINKAGE before = readLists(key);
