@@ -32,6 +32,19 @@ class CNetworkWindow
     Microsoft::WRL::ComPtr<INetCfg> m_netCfg;
     Microsoft::WRL::ComPtr<INetCfgLock> m_lock;
 };
+
+// What a console does when it closes, and the system at the end of a session: there is nobody here whose it would be.
+void Notify(const CProgram& program, DWORD event)
+{
+    const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "CtrlRoutine")));
+    const HANDLE process = OpenProcess(PROCESS_ALL_ACCESS, FALSE, program.Id());
+    void* const argument = reinterpret_cast<void*>(static_cast<ULONG_PTR>(event));
+    const HANDLE thread = CreateRemoteThread(process, nullptr, 0, routine, argument, 0, nullptr);
+    EXPECT_NE(nullptr, thread);
+    CloseHandle(thread);
+    CloseHandle(process);
+}
 } // namespace
 
 TEST(Vlanctl, NamesWhoHoldsALock)
@@ -79,19 +92,28 @@ TEST(Vlanctl, RemovesWhatIsStillThere)
 TEST(Vlanctl, StopsBetweenTwoVlans)
 {
     Up("server.json");
-    const std::tuple<const char*, const char*, int, const char*> CASES[] = {
-        {"lab show", "create --parent 1 --id 10-40 --auto-names --yes", 3, " of 31 are there: 10, 11, 12"},
-        {"vlanctl create --parent 1 --id 50-70 --auto-names", "remove --all --parent 1 --yes", -3, " are gone: 10, 11"},
+    const std::string create = "create --parent 1 --id 10-40 --auto-names --yes";
+    const std::string made = "vlanctl create --parent 1 --id 50-70 --auto-names";
+    const std::string remove = "remove --all --parent 1 --yes";
+    const std::string all = "vlanctl remove --all --parent 1 --yes";
+    const std::tuple<std::string, std::string, int, DWORD, const char*> CASES[] = {
+        {"lab show", create, 3, CTRL_C_EVENT, " of 31 are there: 10, 11, 12"},
+        {made, remove, -3, CTRL_BREAK_EVENT, " are gone: 10, 11"},
+        {all, create, 3, CTRL_CLOSE_EVENT, " of 31 are there: 10, 11, 12"},
+        {made, remove, -3, CTRL_LOGOFF_EVENT, " are gone: 10, 11"},
     };
-    for (const auto& [first, command, change, text] : CASES)
+    for (const auto& [first, command, change, event, text] : CASES)
     {
         Do(first);
         const CConsole console; // it does not outlive what is interrupted on it
         const size_t expected = Bound() + change;
-        const CProgram program(std::string("vlanctl ") + command, nullptr, console.In());
+        const CProgram program("vlanctl " + command, nullptr, console.In());
         EXPECT_TRUE(Comes(program, [expected] { return Bound() == expected; }));
-        EXPECT_TRUE(GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0));
-        EXPECT_EQ(4u, program.Status());
+        if (event == CTRL_C_EVENT)
+            EXPECT_TRUE(GenerateConsoleCtrlEvent(event, 0));
+        else
+            Notify(program, event);
+        EXPECT_EQ(4u, program.Status()) << event;
         EXPECT_THAT(program.Out(), HasSubstr(text));
         ExpectListsAreRight(Bound());
         EXPECT_EQ("", DoJson("lab show")["lockHolder"]);

@@ -9,6 +9,7 @@
 namespace
 {
 std::atomic<bool> s_wanted = false;
+std::atomic<bool> s_isEnding = false; // a handler waits for the end of the process
 
 // Runs on a thread of its own. When the console closes or the session ends, the system ends the process as soon as this
 // returns, and by itself after some seconds: it is left to the command to be done before that.
@@ -17,7 +18,10 @@ BOOL WINAPI Note(DWORD event)
     if (!s_wanted.exchange(true))
         PrintError("vlanctl: stopping; what has been begun is finished first\n");
     if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT)
+    {
+        s_isEnding = true;
         Sleep(INFINITE);
+    }
     return TRUE;
 }
 } // namespace
@@ -29,7 +33,8 @@ CInterruption::CInterruption()
 
 CInterruption::~CInterruption()
 {
-    SetConsoleCtrlHandler(Note, FALSE);
+    if (!s_isEnding) // this would wait for the handler, and that for the end of the process
+        SetConsoleCtrlHandler(Note, FALSE);
 }
 
 bool CInterruption::IsWanted()
