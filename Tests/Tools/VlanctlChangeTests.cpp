@@ -57,7 +57,7 @@ TEST(Vlanctl, SaysWhatAChangeCosts)
     Do("vlanctl create --auto-names --id 10,11 --parent \"Port F\"");
     EXPECT_EQ("", Warnings("vlanctl create --auto-names --id 12 --parent \"Port F\""));
     EXPECT_EQ("", Warnings("vlanctl remove \"Port F/10\""));
-    EXPECT_EQ("localMacIsEmptied ", Warnings("vlanctl remove --all --parent \"Port F\""));
+    EXPECT_EQ("parentGetsProtocolsBack localMacIsEmptied ", Warnings("vlanctl remove --all --parent \"Port F\""));
     Do(std::string("lab set \"Port F - VLAN : VLAN10\" address ") + CConnection::ADDRESS);
     EXPECT_EQ("connectionsAreCut ", Warnings("vlanctl remove \"Port F/10\""));
     EXPECT_EQ("vlanIsInterrupted connectionsAreCut ", Warnings("vlanctl set-id \"Port F/10\" 12"));
@@ -66,6 +66,12 @@ TEST(Vlanctl, SaysWhatAChangeCosts)
     EXPECT_EQ("", Warnings(create + "\"Team 1\""));
     Do("vlanctl remove Backup --yes");
     EXPECT_EQ("parentGivesUpProtocols ", Warnings(create + "\"Team 1\""));
+    Do("lab set \"Port F - VLAN : VLAN11\" rebootNeeded on");
+    Do("vlanctl restart \"Port F/11\"", 6);
+    EXPECT_EQ("vlanIsInterrupted restartNeeded ", Warnings("vlanctl restart \"Port F/11\""));
+    EXPECT_EQ("", Warnings("vlanctl rename \"Port F/10\" x"));
+    EXPECT_EQ("connectionsAreCut restartNeeded ", Warnings("vlanctl remove \"Port F/10\""));
+    EXPECT_EQ("restartNeeded ", Warnings("vlanctl create --auto-names --id 12 --parent \"Port F\""));
 }
 
 TEST(Vlanctl, AsksOnATerminal)

@@ -76,6 +76,7 @@ Report Examine(CSession& session, const CreateOptions& options, const WantedVlan
         for (const WantedVlan& vlan : wanted.vlans)
             Append(report.warnings, NameWarnings(session, parent.key, vlan.name.value_or("")));
         Append(report.warnings, CostsOfFirstVlan(session, parent));
+        Append(report.warnings, CostsOfPendingRestart());
     }
     ShowNotes(report.errors, "error");
     ShowNotes(report.warnings, "warning");

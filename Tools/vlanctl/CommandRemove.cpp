@@ -129,6 +129,8 @@ std::vector<Note> Costs(CSession& session, const std::vector<Step>& steps, const
         parents.push_back(parent);
         add(CostsOfLastVlan(session, parent, step.vlan.parentName));
     }
+    if (std::any_of(steps.begin(), steps.end(), [](const Step& step) { return step.state == StepState::Planned; }))
+        add(CostsOfPendingRestart());
     return costs;
 }
 

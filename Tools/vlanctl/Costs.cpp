@@ -1,6 +1,8 @@
 #include "Tools/vlanctl/Costs.h"
 
+#include "Common/Library/BindingRecord.h"
 #include "Common/Library/RavNetCfgInterface.h"
+#include "Common/Library/RestartNote.h"
 #include "Common/Library/XmsBindings.h"
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavRegValues.h"
@@ -94,6 +96,20 @@ void AddProtocols(const ParentRow& parent, std::vector<Note>& notes)
     }
 }
 
+void AddReturningProtocols(const CRavString& key, const std::string& name, std::vector<Note>& notes)
+{
+    std::vector<CRavString> protocols;
+    if (!RavReadBindingRecord(key, protocols) || protocols.empty())
+        return;
+    std::vector<std::string> ids;
+    for (const CRavString& protocol : protocols)
+        ids.push_back(ToUtf8(protocol));
+    Note note = NoteOf("parentGetsProtocolsBack", name + " gets its own protocols back (" + Join(ids) + ")",
+                       "This machine is reachable over its untagged frames then.");
+    note.about = {{"protocols", ids}};
+    notes.push_back(note);
+}
+
 CRavString Digits(CRavString address)
 {
     std::erase_if(address, [](wchar_t character) { return character == L'-' || character == L':'; });
@@ -141,9 +157,10 @@ std::vector<Note> CostsOfFirstVlan(CSession& session, const ParentRow& parent)
 
 std::vector<Note> CostsOfLastVlan(CSession& session, const CRavString& parentKey, const CRavString& parentName)
 {
+    const std::string name = Visible(ToUtf8(parentName));
     std::vector<Note> notes;
-    AddLocalMac(session, parentKey, "with its last VLAN the locally set address of " + Visible(ToUtf8(parentName)),
-                notes);
+    AddReturningProtocols(parentKey, name, notes);
+    AddLocalMac(session, parentKey, "with its last VLAN the locally set address of " + name, notes);
     return notes;
 }
 
@@ -171,6 +188,14 @@ std::vector<Note> CostsOfInterruption(const CRavString& vlanKey, const std::stri
                  NoteOf("vlanIsInterrupted", name + " is reloaded: it carries no traffic for some seconds",
                         "It comes back by itself, with its addresses."));
     return notes;
+}
+
+std::vector<Note> CostsOfPendingRestart()
+{
+    if (!RavIsRestartNoted())
+        return {};
+    return {NoteOf("restartNeeded", "a restart of the system is pending: what is changed may take effect with it only",
+                   "Restart the system first, or afterwards.")};
 }
 
 bool IsAnyGrave(const std::vector<Note>& notes)

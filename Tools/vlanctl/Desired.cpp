@@ -1,7 +1,6 @@
 #include "Tools/vlanctl/Desired.h"
 
 #include "Common/Library/RavAdapter.h"
-#include "Common/Library/RestartNote.h"
 #include "Tools/vlanctl/Characters.h"
 #include "Tools/vlanctl/Costs.h"
 #include "Tools/vlanctl/DesiredStateScan.h"
@@ -172,10 +171,8 @@ void Judge(CSession& session, const RAV_HOST& host, DesiredPlan& plan)
         AddCostsOfVlans(host, change, plan.warnings);
     }
     plan.differences = DifferencesOf(plan.changes);
-    if (IsAnyToDo(plan.differences) && RavIsRestartNoted())
-        plan.warnings.push_back(
-            NoteOf("restartNeeded", "a restart of the system is pending: what is changed may take effect with it only",
-                   "Restart the system first, or afterwards."));
+    if (IsAnyToDo(plan.differences))
+        AddCosts(CostsOfPendingRestart(), plan.warnings);
 }
 
 void PlanOn(CSession& session, const RAV_HOST& host, bool prune, DesiredPlan& plan)
