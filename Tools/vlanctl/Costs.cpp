@@ -101,9 +101,8 @@ void AddReturningProtocols(const CRavString& key, const std::string& name, std::
     std::vector<CRavString> protocols;
     if (!RavReadBindingRecord(key, protocols) || protocols.empty())
         return;
-    std::vector<std::string> ids;
-    for (const CRavString& protocol : protocols)
-        ids.push_back(ToUtf8(protocol));
+    std::vector<std::string> ids(protocols.size());
+    std::transform(protocols.begin(), protocols.end(), ids.begin(), ToUtf8);
     Note note = NoteOf("parentGetsProtocolsBack", name + " gets its own protocols back (" + Join(ids) + ")",
                        "This machine is reachable over its untagged frames then.");
     note.about = {{"protocols", ids}};
