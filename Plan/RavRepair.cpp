@@ -17,7 +17,7 @@
 namespace
 {
 constexpr wchar_t SOURCE_FILE[] = L"Plan\\RavRepair";
-constexpr int MOST_TURNS = 4;
+constexpr int MOST_TURNS = 4;  // components with one GUID
 constexpr int MOST_ROUNDS = 4; // of a turn: one repair may show what another finding hid
 
 // The driver's entries and the records are made where they are missing; the key of an adapter or VLAN has to be there.
@@ -197,10 +197,8 @@ void ExamineAfterwards(RAV_REPAIR& repair)
         repair.result = ResultOf(status);
 }
 
-using CHOICE = std::function<bool(const RAV_FINDING&)>;
-
 RAV_REPAIR RepairOnce(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
-                      const CHOICE& isChosen, RAV_RELOADS reloads)
+                      const std::function<bool(const RAV_FINDING&)>& isChosen, RAV_RELOADS reloads)
 {
     RAV_REPAIR repair;
     {
@@ -216,12 +214,14 @@ RAV_REPAIR RepairOnce(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const 
     return repair;
 }
 
-// Whether there is something that could be mended, although every step so far did what it was to do.
-bool IsOpen(const RAV_REPAIR& repair, const CHOICE& isChosen)
+// Whether a component is still to be removed although that has been done: it is another one with the same GUID.
+bool HasDouble(const RAV_REPAIR& repair, const std::function<bool(const RAV_FINDING&)>& isChosen)
 {
+    const auto isToBeRemoved = [&](const RAV_FINDING& finding) {
+        return isChosen(finding) && !finding.steps.empty() && finding.steps.front().act == RAV_ACT::RemoveMiniport;
+    };
     return repair.result.Succeeded() && repair.failed.empty() &&
-           std::any_of(repair.left.begin(), repair.left.end(),
-                       [&](const RAV_FINDING& finding) { return isChosen(finding) && !finding.steps.empty(); });
+           std::any_of(repair.left.begin(), repair.left.end(), isToBeRemoved);
 }
 
 void Add(RAV_REPAIR& repair, RAV_REPAIR&& next)
@@ -234,12 +234,12 @@ void Add(RAV_REPAIR& repair, RAV_REPAIR&& next)
 }
 } // namespace
 
-// Several components with one GUID look like one, and a step finds one of them: each has its turn.
+// Several components with one GUID look like one, and a removal takes one of them: each has its turn.
 RAV_REPAIR RavRepairHost(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
-                         const CHOICE& isChosen, RAV_RELOADS reloads)
+                         const std::function<bool(const RAV_FINDING&)>& isChosen, RAV_RELOADS reloads)
 {
     RAV_REPAIR repair = RepairOnce(agent, core, lock, isChosen, reloads);
-    for (int turn = 1; turn < MOST_TURNS && IsOpen(repair, isChosen); ++turn)
+    for (int turn = 1; turn < MOST_TURNS && HasDouble(repair, isChosen); ++turn)
     {
         RAV_REPAIR next = RepairOnce(agent, core, lock, isChosen, reloads);
         if (!next.result.Succeeded() && next.mended.empty())

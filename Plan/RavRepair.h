@@ -31,10 +31,10 @@ enum class RAV_RELOADS
 };
 
 // Mends what is wrong with the host: takes the suite's lock and the network configuration's, reads the host under them,
-// takes the steps of those findings that are chosen, again until none of these is left, and gives both locks back,
-// with which the changes are applied and devices reloaded. Interrupted at any place it leaves a host that it mends when
-// it is called again. Whatever cannot be done is left out, and shows in the result. Nothing is written when nothing is
-// chosen. One thread at a time.
+// takes the steps of those findings that are chosen, again until none of these is left, and gives both locks back, with
+// which the changes are applied and devices reloaded; and so again for each further component with the GUID of one that
+// was removed. Interrupted at any place it leaves a host that it mends when it is called again. Whatever cannot be done
+// is left out, and shows in the result. Nothing is written when nothing is chosen. One thread at a time.
 RAV_REPAIR RavRepairHost(CRavNetAgentPvt& agent, CRavCoreAgentPvtIntf& core, const RAV_LOCK_RECORD& lock,
                          const std::function<bool(const RAV_FINDING&)>& isChosen,
                          RAV_RELOADS reloads = RAV_RELOADS::WhereNeeded);

@@ -69,9 +69,10 @@ const std::vector<RAV_KILL_LEVEL>& Levels()
 
 // What may differ from a whole state: docs/doctor.md tells why.
 const std::regex HARMLESS(
-    R"(\+ (XMS\\Configuration|SOFTWARE\\.*\\Bindings)|)"                    // empty keys
-    R"([-+] Class\\000([12])  NetworkAddress  REG_SZ  "(001B2100000\2)?"|)" // the adapter's own address
-    R"([-+] Class\\000\d  TaggingMode  REG_(SZ  "0"|DWORD  0)|)"            // ways of saying no
+    R"(\+ (XMS\\Configuration|SOFTWARE\\.*\\Bindings)|)"               // empty keys
+    R"(\+ Class\\000([12])  NetworkAddress  REG_SZ  "001B2100000\2"|)" // the adapter's own address
+    R"(- Class\\000[12]  NetworkAddress  REG_SZ  ""|)"                 // where an empty one says the same
+    R"([-+] Class\\000\d  TaggingMode  REG_(SZ  "0"|DWORD  0)|)"       // ways of saying no
     R"([-+] Class\\000\d  VlanFiltering  REG_SZ  "0"|)"
     R"(\+ SOFTWARE\\.*\\Bindings  .*00[12]\}  REG_MULTI_SZ  "ms_tcpip", "ms_tcpip6"|)" // a member's
     R"([-+] XMS\\Adapters\\.*  TaggingMode  REG_DWORD  0)");

@@ -33,7 +33,7 @@ class CNetworkWindow
     Microsoft::WRL::ComPtr<INetCfgLock> m_lock;
 };
 
-// What a console does when it closes, and the system at the end of a session: there is nobody here whose it would be.
+// As the system does it when a program's console closes or its session ends: on a thread of its own in the program.
 void Notify(const CProgram& program, DWORD event)
 {
     const auto routine = reinterpret_cast<LPTHREAD_START_ROUTINE>(

@@ -46,10 +46,8 @@ Report Examine(const Alteration& alteration, const ChangeOptions& options, const
     if (!report.steps.empty() && IsInterrupted(alteration, report.steps.front().vlan))
     {
         const RAV_VLAN_INFO& vlan = report.steps.front().vlan.info;
-        const std::vector<Note> costs = CostsOfInterruption(vlan.vlanKey, VlanText(vlan));
-        report.warnings.insert(report.warnings.end(), costs.begin(), costs.end());
-        const std::vector<Note> pending = CostsOfPendingRestart();
-        report.warnings.insert(report.warnings.end(), pending.begin(), pending.end());
+        Append(report.warnings, CostsOfInterruption(vlan.vlanKey, VlanText(vlan)));
+        Append(report.warnings, CostsOfPendingRestart());
     }
     ShowNotes(report.errors, "error");
     ShowNotes(report.warnings, "warning");

@@ -182,7 +182,7 @@ class CApply
         const std::vector<::Note> notes = WayBackNotes(m_carried.back, Before());
         PrintError(std::string("vlanctl: the VLANs are as they were before") + (notes.empty() ? "\n" : ", but:\n"));
         ShowNotes(notes, "warning");
-        m_report.warnings.insert(m_report.warnings.end(), notes.begin(), notes.end());
+        Append(m_report.warnings, notes);
     }
 
     void TellWhatIsLeft()

@@ -58,11 +58,6 @@ bool IsAnyWanted(const Request& request)
     return !request.wanted.vlans.empty() || !request.wanted.refused.empty();
 }
 
-void Append(std::vector<Note>& notes, const std::vector<Note>& others)
-{
-    notes.insert(notes.end(), others.begin(), others.end());
-}
-
 // What stands against the request, what it costs, and its steps if nothing stands against it.
 Report Examine(CSession& session, const CreateOptions& options, const WantedVlans& wanted, const ParentRow& parent)
 {

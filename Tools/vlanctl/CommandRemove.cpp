@@ -115,22 +115,19 @@ std::vector<Note> Costs(CSession& session, const std::vector<Step>& steps, const
 {
     std::vector<Note> costs;
     std::vector<CRavString> parents;
-    const auto add = [&](const std::vector<Note>& notes) { costs.insert(costs.end(), notes.begin(), notes.end()); };
     for (const Step& step : steps)
     {
         if (step.state != StepState::Planned)
             continue;
-        add(CostsOfSilence(step.vlan.info.vlanKey, VlanText(step.vlan.info)));
+        Append(costs, CostsOfSilence(step.vlan.info.vlanKey, VlanText(step.vlan.info)));
         const CRavString& parent = step.vlan.parentKey;
         const bool stays =
             std::any_of(staying.begin(), staying.end(), [&](const VlanRow& row) { return row.parentKey == parent; });
         if (stays || std::find(parents.begin(), parents.end(), parent) != parents.end())
             continue;
         parents.push_back(parent);
-        add(CostsOfLastVlan(session, parent, step.vlan.parentName));
+        Append(costs, CostsOfLastVlan(session, parent, step.vlan.parentName));
     }
-    if (std::any_of(steps.begin(), steps.end(), [](const Step& step) { return step.state == StepState::Planned; }))
-        add(CostsOfPendingRestart());
     return costs;
 }
 
@@ -139,8 +136,9 @@ Report Examine(CSession& session, const RemoveOptions& options)
     Report report = {WORDS.verb, options.dryRun};
     std::vector<VlanRow> present = ReadVlans(session);
     report.steps = Plan(session, Chosen(session, options, present, report), present);
-    const std::vector<Note> costs = Costs(session, report.steps, present);
-    report.warnings.insert(report.warnings.end(), costs.begin(), costs.end());
+    Append(report.warnings, Costs(session, report.steps, present));
+    if (Count(report, StepState::Planned) > 0)
+        Append(report.warnings, CostsOfPendingRestart());
     return report;
 }
 

@@ -44,11 +44,7 @@ std::vector<Note> Refusals(CSession& session, const VlanRow& vlan, const std::ve
 {
     std::vector<Note> notes;
     for (const SettingWish& wish : wishes)
-    {
-        const std::vector<Note> some =
-            SettingRefusals(session, vlan.info.vlanKey, wish.setting->strName, ValueOf(wish));
-        notes.insert(notes.end(), some.begin(), some.end());
-    }
+        Append(notes, SettingRefusals(session, vlan.info.vlanKey, wish.setting->strName, ValueOf(wish)));
     return notes;
 }
 

@@ -90,10 +90,7 @@ void AddProtocols(const ParentRow& parent, std::vector<Note>& notes)
     note.about = {{"protocols", protocols}, {"addresses", reach.addresses}, {"dhcp", reach.isDhcp}};
     notes.push_back(note);
     if (reach.protocols.size() > others.size())
-    {
-        const std::vector<Note> lost = CostsOfSilence(parent.key, Visible(ToUtf8(parent.name)));
-        notes.insert(notes.end(), lost.begin(), lost.end());
-    }
+        Append(notes, CostsOfSilence(parent.key, Visible(ToUtf8(parent.name))));
 }
 
 void AddReturningProtocols(const CRavString& key, const std::string& name, std::vector<Note>& notes)
@@ -103,8 +100,9 @@ void AddReturningProtocols(const CRavString& key, const std::string& name, std::
         return;
     std::vector<std::string> ids(protocols.size());
     std::transform(protocols.begin(), protocols.end(), ids.begin(), ToUtf8);
+    const bool tcpip = std::any_of(protocols.begin(), protocols.end(), IsTcpIp);
     Note note = NoteOf("parentGetsProtocolsBack", name + " gets its own protocols back (" + Join(ids) + ")",
-                       "This machine is reachable over its untagged frames then.");
+                       tcpip ? "This machine is reachable over its untagged frames then." : "");
     note.about = {{"protocols", ids}};
     notes.push_back(note);
 }

@@ -126,8 +126,7 @@ void CheckName(CSession& session, const CRavString& parentKey, const WantedVlan&
     std::erase_if(messages,
                   [](const RAV_VALIDATION_MESSAGE& message) { return !IsOneOf(message.dwCode, ABOUT_NAMES); });
     std::vector<Note> notes = Notes(messages, RAV_SEVERITY_STOP);
-    const std::vector<Note> own = NameRefusals(*vlan.name);
-    notes.insert(notes.end(), own.begin(), own.end());
+    Append(notes, NameRefusals(*vlan.name));
     for (Note& note : notes)
     {
         NameCulprits(note, {{IdText(vlan.id), *vlan.name}});
@@ -171,8 +170,7 @@ CreationCheck CheckCreation(CSession& session, const CRavString& parentKey, cons
     {
         const auto& name = wanted.vlans.empty() ? wanted.refused.front().name : wanted.vlans.front().name;
         CreationCheck check = CheckIds(session, parentKey, wanted, name);
-        const std::vector<Note> own = NameRefusals(name.value_or(""));
-        check.errors.insert(check.errors.end(), own.begin(), own.end());
+        Append(check.errors, NameRefusals(name.value_or("")));
         return check;
     }
     CreationCheck check = CheckIds(session, parentKey, wanted, std::nullopt);

@@ -125,11 +125,6 @@ void JudgeParent(CSession& session, const RAV_PARENT_CHANGE& change, DesiredPlan
     }
 }
 
-void AddCosts(const std::vector<Note>& notes, std::vector<Note>& costs)
-{
-    costs.insert(costs.end(), notes.begin(), notes.end());
-}
-
 // A VLAN that is reloaded, or leaves.
 void AddCostsOfVlans(const RAV_HOST& host, const RAV_PARENT_CHANGE& change, std::vector<Note>& costs)
 {
@@ -141,9 +136,9 @@ void AddCostsOfVlans(const RAV_HOST& host, const RAV_PARENT_CHANGE& change, std:
         const std::string text = Text(change.before, step.id);
         const RAV_HOST_COMPONENT* const vlan = host.Find(step.vlanKey);
         if (step.change == RAV_CHANGE::Remove)
-            AddCosts(CostsOfSilence(step.vlanKey, text), costs);
+            Append(costs, CostsOfSilence(step.vlanKey, text));
         else if (vlan != nullptr && vlan->loadStatus == RAV_LOAD_STATUS_LOADED)
-            AddCosts(CostsOfInterruption(step.vlanKey, text), costs);
+            Append(costs, CostsOfInterruption(step.vlanKey, text));
     }
 }
 
@@ -153,9 +148,9 @@ void AddCostsOfParent(CSession& session, const RAV_PARENT_CHANGE& change, std::v
     row.key = change.before.key;
     row.name = change.before.name;
     if (change.before.vlans.empty() && Creates(change))
-        AddCosts(CostsOfFirstVlan(session, row), costs);
+        Append(costs, CostsOfFirstVlan(session, row));
     if (!change.before.vlans.empty() && change.plan.removed.size() == change.before.vlans.size() && !Creates(change))
-        AddCosts(CostsOfLastVlan(session, row.key, row.name), costs);
+        Append(costs, CostsOfLastVlan(session, row.key, row.name));
 }
 
 void Judge(CSession& session, const RAV_HOST& host, DesiredPlan& plan)
@@ -172,7 +167,7 @@ void Judge(CSession& session, const RAV_HOST& host, DesiredPlan& plan)
     }
     plan.differences = DifferencesOf(plan.changes);
     if (IsAnyToDo(plan.differences))
-        AddCosts(CostsOfPendingRestart(), plan.warnings);
+        Append(plan.warnings, CostsOfPendingRestart());
 }
 
 void PlanOn(CSession& session, const RAV_HOST& host, bool prune, DesiredPlan& plan)

@@ -13,6 +13,11 @@ Note NoteOf(const std::string& name, const std::string& meaning, const std::stri
     return note;
 }
 
+void Append(std::vector<Note>& notes, const std::vector<Note>& others)
+{
+    notes.insert(notes.end(), others.begin(), others.end());
+}
+
 std::string HexCode(DWORD code)
 {
     char text[16];

@@ -20,6 +20,8 @@ struct Note
 
 // One of vlanctl's own.
 Note NoteOf(const std::string& name, const std::string& meaning, const std::string& advice = {});
+// At the end, in their order.
+void Append(std::vector<Note>& notes, const std::vector<Note>& others);
 // "0x33000089"
 std::string HexCode(DWORD code);
 nlohmann::ordered_json NoteToJson(const Note& note);
