@@ -345,6 +345,7 @@ INSTANTIATE_TEST_SUITE_P(Operations, Killed, testing::Range<size_t>(0, KillOpera
                          [](const auto& info) { return Replaced(KillOperations()[info.param].name, "-", "_"); });
 
 int main(int count, char** arguments)
+try
 {
     const std::string mode = count > 1 ? arguments[1] : "";
     if (mode == "--killed" && count == 6)
@@ -359,4 +360,9 @@ int main(int count, char** arguments)
     if (mode == "--sweep" && count == 3)
         return Sweep(arguments[2]);
     return RUN_ALL_TESTS();
+}
+catch (const std::exception& error)
+{
+    std::fputs(error.what(), stderr);
+    return 1;
 }

@@ -32,6 +32,7 @@ bool IsFulfilled(const SettingWish& wish)
 std::vector<Step> StepsOf(const Alteration& alteration, const VlanRow& vlan, const std::vector<SettingWish>& wishes)
 {
     std::vector<Step> steps;
+    steps.reserve(wishes.size());
     for (const SettingWish& wish : wishes)
         steps.push_back(StepOf(alteration, vlan,
                                {"setting", ToUtf8(wish.setting->strName), RavCurrentOf(*wish.setting), wish.value,
