@@ -49,6 +49,13 @@ bool isInstanceNumber(const std::wstring& name)
     return name.size() == 4 && std::all_of(name.begin(), name.end(), [](wchar_t c) { return c >= L'0' && c <= L'9'; });
 }
 
+// Three parts, none of them empty: enumerator, device and instance.
+bool isDeviceId(const std::wstring& id)
+{
+    return std::count(id.begin(), id.end(), L'\\') == 2 && id.front() != L'\\' && id.back() != L'\\' &&
+           id.find(L"\\\\") == std::wstring::npos;
+}
+
 } // namespace
 
 LSTATUS ReadComponentNames(const GUID& classGuid, std::vector<std::wstring>& names)
@@ -143,7 +150,7 @@ std::wstring DeviceKeyPath(const LAB_COMPONENT& adapter)
     if (adapter.Open(key) != ERROR_SUCCESS)
         return {};
     const std::optional<std::wstring> device = key.Text(L"DeviceInstanceID");
-    if (!device || device->empty())
+    if (!device || !isDeviceId(*device))
         return {};
     return std::wstring(ENUM_KEY) + L'\\' + *device;
 }
