@@ -33,6 +33,7 @@ std::vector<RAV_FINDING> RavExamine(const RAV_HOST& host)
 std::vector<RAV_FINDING> CRavExamination::Findings()
 {
     FindMembers();
+    FindDevices();
     JudgeMiniports();
     JudgeAbandoned();
     for (const RAV_HOST_COMPONENT& parent : m_host.components)

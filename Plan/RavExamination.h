@@ -41,6 +41,9 @@ class CRavExamination
     std::vector<const RAV_HOST_COMPONENT*> CarriersOf(const RAV_HOST_COMPONENT& parent) const;
     void ExamineVlans(const RAV_HOST_COMPONENT& parent, const VLANS& vlans);
     void ExamineId(const RAV_HOST_COMPONENT& parent, VLAN vlan, const VLANS& vlans);
+    void FindDevices();
+    const RAV_HOST_COMPONENT* WithDeviceOf(VLAN vlan) const;
+    void ExamineDevice(VLAN vlan, const RAV_HOST_COMPONENT& other);
     void ExamineName(const RAV_HOST_COMPONENT& parent, VLAN vlan);
     void ExamineKey(const RAV_HOST_COMPONENT& parent, VLAN vlan);
     void ExamineDoubles(const RAV_HOST_COMPONENT& parent, const VLANS& vlans);
@@ -88,6 +91,7 @@ class CRavExamination
 
     const RAV_HOST& m_host;
     std::vector<RAV_FINDING> m_findings;
+    std::map<CRavString, VLANS> m_devices;              // what has each device, by its id in capitals
     std::map<const RAV_HOST_COMPONENT*, VLANS> m_vlans; // those that stay, by their parent
     std::map<const RAV_HOST_COMPONENT*, std::vector<const RAV_HOST_COMPONENT*>> m_teams;   // by their member
     std::map<const RAV_HOST_COMPONENT*, std::vector<const RAV_HOST_COMPONENT*>> m_members; // by their team

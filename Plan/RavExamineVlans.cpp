@@ -189,16 +189,13 @@ void CRavExamination::JudgeAbandoned()
 
 void CRavExamination::ExamineVlans(const RAV_HOST_COMPONENT& parent, const VLANS& vlans)
 {
-    // A parent that has the device of one of its VLANs is called as that is: a name after it would grow with each
-    // repair.
-    const bool isNamed = std::none_of(vlans.begin(), vlans.end(), [&](const RAV_HOST_COMPONENT* vlan) {
-        return vlan->displayName == parent.displayName;
-    });
     for (const RAV_HOST_COMPONENT* const vlan : vlans)
     {
         ExamineId(parent, *vlan, vlans);
         ExamineKey(parent, *vlan);
-        if (isNamed)
+        if (const RAV_HOST_COMPONENT* const other = WithDeviceOf(*vlan))
+            ExamineDevice(*vlan, *other);
+        else
             ExamineName(parent, *vlan);
     }
     ExamineDoubles(parent, vlans);
@@ -277,6 +274,40 @@ void CRavExamination::ExamineName(const RAV_HOST_COMPONENT& parent, VLAN vlan)
         return;
     Note(RAV_FINDING_KIND::DisplayName, vlan, CRavString(L"it should be \"") + wanted + L"\"").steps = {
         RavSetText(vlan.Path(), XmsValue::VlanDisplayName, wanted), RavDo(RAV_ACT::SetDisplayName, vlan.guid, wanted)};
+}
+
+void CRavExamination::FindDevices()
+{
+    for (const RAV_HOST_COMPONENT& component : m_host.components)
+    {
+        CRavString device = component.device;
+        device.MakeUpper();
+        if (!device.IsEmpty())
+            m_devices[device].push_back(&component);
+    }
+}
+
+// The first other component that says it is the same device; null when there is none.
+const RAV_HOST_COMPONENT* CRavExamination::WithDeviceOf(VLAN vlan) const
+{
+    CRavString device = vlan.device;
+    device.MakeUpper();
+    const auto found = m_devices.find(device);
+    if (found == m_devices.end())
+        return nullptr;
+    const auto other = std::find_if(found->second.begin(), found->second.end(),
+                                    [&](const RAV_HOST_COMPONENT* each) { return each != &vlan; });
+    return other != found->second.end() ? *other : nullptr;
+}
+
+// Its name is not examined then: it is that of the other as well.
+void CRavExamination::ExamineDevice(VLAN vlan, const RAV_HOST_COMPONENT& other)
+{
+    RAV_FINDING& finding = Note(RAV_FINDING_KIND::SameDevice, vlan,
+                                CRavString(L"its device ") + vlan.device + L" is also that of " + other.guid);
+    finding.commands = {Command(L"remove", vlan.guid)};
+    if (other.IsVlan())
+        finding.commands.push_back(Command(L"remove", other.guid));
 }
 
 void CRavExamination::ExamineDoubles(const RAV_HOST_COMPONENT& parent, const VLANS& vlans)

@@ -35,6 +35,10 @@ constexpr RAV_FINDING_TEXT TEXTS[] = {
      L"Two VLANs of one parent have the same id: frames with that id reach one of them, and nobody can tell which.",
      L"nothing: only you know which was meant"},
     {L"same-name", L"Two VLANs of one parent have the same name.", L"nothing: only you know which is which"},
+    {L"same-device",
+     L"The VLAN and another component are one device to Windows: what is done to one, its name or its removal, is done "
+     L"to the other.",
+     L"nothing: only you know whose the device is"},
     {L"untagged-alone",
      L"The untagged VLAN is the only one of its parent, where the parent itself would do. The agent never leaves a "
      L"host like this.",

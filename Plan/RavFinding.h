@@ -19,6 +19,7 @@ enum class RAV_FINDING_KIND
     UnknownId,
     SameId,
     SameName,
+    SameDevice,
     UntaggedAlone,
     NoDriverEntry,
     DriverEntry,

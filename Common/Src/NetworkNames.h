@@ -34,8 +34,9 @@ inline constexpr wchar_t NetCfgInstanceId[] = L"NetCfgInstanceId"; // of an inst
 inline constexpr wchar_t DriverDesc[] = L"DriverDesc";
 inline constexpr wchar_t Characteristics[] = L"Characteristics";
 inline constexpr wchar_t NetworkAddress[] = L"NetworkAddress";
-inline constexpr wchar_t FriendlyName[] = L"FriendlyName";   // of a device
-inline constexpr wchar_t EnableDhcp[] = L"EnableDHCP";       // of a TCP/IP interface
-inline constexpr wchar_t DhcpIpAddress[] = L"DhcpIPAddress"; // of the same, the one that it has by DHCP
-inline constexpr wchar_t IpAddress[] = L"IPAddress";         // of the same, those that it has without DHCP
+inline constexpr wchar_t DeviceInstanceId[] = L"DeviceInstanceID"; // of an instance key: the device below ENUM_KEY
+inline constexpr wchar_t FriendlyName[] = L"FriendlyName";         // of a device
+inline constexpr wchar_t EnableDhcp[] = L"EnableDHCP";             // of a TCP/IP interface
+inline constexpr wchar_t DhcpIpAddress[] = L"DhcpIPAddress";       // of the same, the one that it has by DHCP
+inline constexpr wchar_t IpAddress[] = L"IPAddress";               // of the same, those that it has without DHCP
 } // namespace NetworkValue

@@ -156,9 +156,9 @@ RAV_HOST_COMPONENT* ComponentOf(RAV_HOST& host, const CRavString& guid)
 
 void ReadKey(RAV_HOST& host, const CRavString& instance, const CRavString& path, CRavRegKey& key)
 {
-    const CValues values(
-        host, path, key,
-        {NetworkValue::NetCfgInstanceId, COMPONENT_ID, NetworkValue::NetworkAddress, XmsValue::SupportedFeatures});
+    const CValues values(host, path, key,
+                         {NetworkValue::NetCfgInstanceId, COMPONENT_ID, NetworkValue::NetworkAddress,
+                          XmsValue::SupportedFeatures, NetworkValue::DeviceInstanceId});
     RAV_HOST_COMPONENT* const found = ComponentOf(host, values.AnyText(0));
     if (found == nullptr)
         return;
@@ -166,6 +166,7 @@ void ReadKey(RAV_HOST& host, const CRavString& instance, const CRavString& path,
     component.instance = instance;
     component.networkAddress = values.Text(2);
     component.features = values.Number(3).value_or(0);
+    component.device = values.Text(4);
     component.kind = KindOf(component.features, values.Text(1));
     if (component.IsVlan())
         ReadVlan(host, path, key, component.vlan);

@@ -58,6 +58,7 @@ struct RAV_HOST_COMPONENT
     CRavString guid;
     CRavString instance; // the four digits of its key; empty when it has none
     CRavString displayName;
+    CRavString device; // its instance id; empty when its key does not say
     CRavString networkAddress;
     RAV_COMPONENT_KIND kind = RAV_COMPONENT_KIND::Adapter;
     DWORD features = 0;

@@ -220,6 +220,9 @@ TEST_F(Fuzz, WhatItHasFound)
         // Names that grow: beyond what can be read, and with each repair.
         {TEAM, "Enum\\ROOT\\NET\\0003  FriendlyName  REG_SZ  hex:41 00*513"},
         {TEAM, "Class\\0003  DeviceInstanceID  REG_SZ  \"ROOT\\NET\\0005\""},
+        // A device that is all devices, and one of two VLANs.
+        {0, "Class\\0002  DeviceInstanceID  REG_SZ  \"\\\""},
+        {1, "Class\\0004  DeviceInstanceID  REG_SZ  \"root\\net\\0005\""},
     };
     for (const auto& [host, mutations] : FOUND)
         for (size_t index = 0; index < 4; ++index) // some with a repair, some with a change

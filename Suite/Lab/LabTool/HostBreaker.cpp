@@ -128,6 +128,11 @@ const Break BREAKS[] = {
      [](const Subject& vlan) {
          return LabSetText(vlan.path, XmsValue::VlanName, LabText(Sibling(vlan).path, XmsValue::VlanName));
      }},
+    {"same-device", true,
+     [](const Subject& vlan) {
+         return LabSetText(vlan.path, NetworkValue::DeviceInstanceId,
+                           LabText(Sibling(vlan).path, NetworkValue::DeviceInstanceId));
+     }},
     {"untagged-alone", true, [](const Subject& vlan) { return Delete(vlan.path, {XmsValue::VlanId}); }},
     {"display-name", true,
      [](const Subject& vlan) { return LabSetText(vlan.path, XmsValue::VlanDisplayName, L"Old name"); }},
