@@ -74,7 +74,7 @@ Subject Sibling(const Subject& vlan)
 {
     for (const CRavString& binding : LabList(LabPath(XMS_ADAPTERS_KEY, vlan.Parent()), XmsValue::BindingList))
     {
-        const Subject other(binding.c_str() + std::size(DEVICE_PREFIX) - 1);
+        Subject other(binding.c_str() + std::size(DEVICE_PREFIX) - 1);
         if (!other.guid.CompareI(vlan.guid))
             return other;
     }
