@@ -91,7 +91,7 @@ class CRavExamination
 
     const RAV_HOST& m_host;
     std::vector<RAV_FINDING> m_findings;
-    std::map<CRavString, VLANS> m_devices;              // what has each device, by its id in capitals
+    std::map<CRavString, VLANS> m_devices;              // what has each device, by its folded id
     std::map<const RAV_HOST_COMPONENT*, VLANS> m_vlans; // those that stay, by their parent
     std::map<const RAV_HOST_COMPONENT*, std::vector<const RAV_HOST_COMPONENT*>> m_teams;   // by their member
     std::map<const RAV_HOST_COMPONENT*, std::vector<const RAV_HOST_COMPONENT*>> m_members; // by their team

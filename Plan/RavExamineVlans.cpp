@@ -1,6 +1,7 @@
 // Which VLANs there are, whose they are, and what is wrong with each.
 
 #include "Plan/RavExamination.h"
+#include "Plan/RavVlanState.h"
 
 #include "Common/Src/NetworkNames.h"
 #include "Common/Src/RavKey.h"
@@ -280,19 +281,15 @@ void CRavExamination::FindDevices()
 {
     for (const RAV_HOST_COMPONENT& component : m_host.components)
     {
-        CRavString device = component.device;
-        device.MakeUpper();
-        if (!device.IsEmpty())
-            m_devices[device].push_back(&component);
+        if (!component.device.IsEmpty())
+            m_devices[RavFolded(component.device)].push_back(&component);
     }
 }
 
 // The first other component that says it is the same device; null when there is none.
 const RAV_HOST_COMPONENT* CRavExamination::WithDeviceOf(VLAN vlan) const
 {
-    CRavString device = vlan.device;
-    device.MakeUpper();
-    const auto found = m_devices.find(device);
+    const auto found = m_devices.find(RavFolded(vlan.device));
     if (found == m_devices.end())
         return nullptr;
     const auto other = std::find_if(found->second.begin(), found->second.end(),
@@ -300,14 +297,14 @@ const RAV_HOST_COMPONENT* CRavExamination::WithDeviceOf(VLAN vlan) const
     return other != found->second.end() ? *other : nullptr;
 }
 
-// Its name is not examined then: it is that of the other as well.
+// Its name is not examined then: it is that of the other as well. A removal takes the device with it, which must not be
+// that of an adapter or team.
 void CRavExamination::ExamineDevice(VLAN vlan, const RAV_HOST_COMPONENT& other)
 {
     RAV_FINDING& finding = Note(RAV_FINDING_KIND::SameDevice, vlan,
                                 CRavString(L"its device ") + vlan.device + L" is also that of " + other.guid);
-    finding.commands = {Command(L"remove", vlan.guid)};
     if (other.IsVlan())
-        finding.commands.push_back(Command(L"remove", other.guid));
+        finding.commands = {Command(L"remove", vlan.guid), Command(L"remove", other.guid)};
 }
 
 void CRavExamination::ExamineDoubles(const RAV_HOST_COMPONENT& parent, const VLANS& vlans)
